@@ -1,0 +1,28 @@
+# What every target of the house has in common.
+
+add_library(ravelin_rules INTERFACE)
+target_compile_options(ravelin_rules INTERFACE -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Werror)
+target_compile_definitions(ravelin_rules INTERFACE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
+if(RAVELIN_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+if(RAVELIN_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# ravelin_floor(NAME SOURCES ... LINKS ...): the static library of the current folder. It exports its own folder alone, so
+# an include of a folder that LINKS does not name is not found.
+function(ravelin_floor name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE ravelin_rules)
+endfunction()
+
+# ravelin_program(NAME SOURCES ... LINKS ...)
+function(ravelin_program name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LINKS} ravelin_rules)
+endfunction()

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// A text file that only ever grows at its end, one line a write, opened when the first line comes. Follows its path: when
+/// the file was renamed or deleted (log rotation) the next line opens a new one.
+class AppendFile final {
+public:
+    explicit AppendFile(QString path);
+    ~AppendFile();
+    AppendFile(const AppendFile&) = delete;
+    AppendFile& operator=(const AppendFile&) = delete;
+
+    /// Writes `line` and a line feed. False when the line is not, or not wholly, in the file; ErrorString() says why. A line
+    /// that was cut short (disk full) stands alone: the next one begins on a line of its own.
+    bool WriteLine(const QByteArray& line);
+
+    /// The system's reason of the last failure.
+    [[nodiscard]] QString ErrorString() const;
+    [[nodiscard]] QString Path() const { return path; }
+
+private:
+    bool EnsureOpen();
+    [[nodiscard]] bool StillAtItsPath() const;
+    void Close();
+
+    QString path;
+    int descriptor = -1;
+    int lastError = 0;
+    bool cutShort = false;
+};

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QSettings>
+#include <QSqlError>
+#include <QString>
+
+/// Opens a Qt SQL connection from the keys "BDType" ("sqlite3" or "postgres"), "BaseName", "SqlHostName", "SqlPort",
+/// "SqlLogin" and "SqlPassword" of `group`. An empty `connectionName` is replaced by a new one. A relative SQLite file name
+/// is meant from the program's directory. `extra` is handed to the driver as connection options ("name=value;...").
+/// On failure the connection is not left behind, and the error is valid.
+[[nodiscard]] QSqlError openDataBaseBySettings(
+    QString& connectionName, QSettings& settings, const QString& group, QString extra);

@@ -1,0 +1,110 @@
+#include "settingsfile.h"
+
+#include "log.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cmath>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 LargestFile = 1024 * 1024;
+
+QString Translated(const char* text)
+{
+    return QCoreApplication::translate("SettingsFile", text);
+}
+
+// Why the file cannot be read at all; empty when it can.
+QString Obstacle(const QString& fileName)
+{
+    const QFileInfo info(fileName);
+    if (!info.exists())
+        return Translated(QT_TRANSLATE_NOOP("SettingsFile", "it does not exist"));
+    if (!info.isFile())
+        return Translated(QT_TRANSLATE_NOOP("SettingsFile", "it is not a regular file"));
+    if (info.size() > LargestFile)
+        return Translated(QT_TRANSLATE_NOOP("SettingsFile", "it is larger than a settings file can be"));
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return file.errorString();
+    if (file.readAll().contains('\0'))
+        return Translated(QT_TRANSLATE_NOOP("SettingsFile", "it is binary"));
+    return {};
+}
+
+int ToInteger(const QString& text, bool* ok)
+{
+    return text.toInt(ok);
+}
+
+double ToFiniteReal(const QString& text, bool* ok)
+{
+    const double value = text.toDouble(ok);
+    *ok = *ok && std::isfinite(value);
+    return value;
+}
+
+} // namespace
+
+SettingsFile::SettingsFile(const QString& fileName_) : fileName(fileName_)
+{
+    const QString obstacle = Obstacle(fileName);
+    const QString readFrom = obstacle.isEmpty() ? fileName : u"/dev/null"_s;
+    settings = std::make_unique<QSettings>(readFrom, QSettings::IniFormat);
+    static_cast<void>(settings->allKeys()); // parses every section: the status is known only then
+
+    if (!obstacle.isEmpty()) {
+        const char* const text = QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1 is not read, defaults apply: %2");
+        problems.append(Translated(text).arg(fileName, obstacle));
+    } else if (settings->status() != QSettings::NoError) {
+        const char* const text
+            = QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1 has lines that are neither [group] nor key=value");
+        problems.append(Translated(text).arg(fileName));
+    }
+}
+
+QString SettingsFile::Text(const QString& key, const QString& defaultValue) const
+{
+    const QVariant value = settings->value(key, defaultValue);
+    return value.typeId() == QMetaType::QStringList ? value.toStringList().join(u',') : value.toString();
+}
+
+int SettingsFile::Integer(const QString& key, int defaultValue)
+{
+    return Converted(key, defaultValue, ToInteger);
+}
+
+double SettingsFile::Real(const QString& key, double defaultValue)
+{
+    return Converted(key, defaultValue, ToFiniteReal);
+}
+
+void SettingsFile::ReportProblems()
+{
+    for (const QString& problem : std::as_const(problems))
+        if (pLog)
+            pLog->Alert(problem);
+    problems.clear();
+}
+
+template <typename Number>
+Number SettingsFile::Converted(const QString& key, Number defaultValue, Number (*convert)(const QString&, bool*))
+{
+    if (!settings->contains(key))
+        return defaultValue;
+    bool ok = false;
+    const QString text = Text(key, {});
+    const Number value = convert(text, &ok);
+    if (ok)
+        return value;
+    const char* const message
+        = QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1: %2 is not a number: \"%3\". The default %4 applies");
+    problems.append(Translated(message).arg(fileName, key, text).arg(defaultValue));
+    return defaultValue;
+}

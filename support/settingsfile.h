@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QSettings>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+/// An ini file as an operator leaves it: whatever is wrong with the file or with a value, the default applies, and the
+/// problem is remembered until it can be reported. Line ends may be CRLF, and the file may begin with a UTF-8 byte-order
+/// mark. Keys are written "Group/Key".
+class SettingsFile final {
+public:
+    /// Opens `fileName` for reading. A file that is missing, not a regular file, unreadable, binary or larger than 1 MiB is
+    /// read as empty.
+    explicit SettingsFile(const QString& fileName);
+
+    /// The value as text. A value that the ini format split at its commas is joined again.
+    [[nodiscard]] QString Text(const QString& key, const QString& defaultValue) const;
+
+    /// The value as a decimal 32-bit signed number.
+    [[nodiscard]] int Integer(const QString& key, int defaultValue);
+
+    /// The value as a finite decimal number with a point.
+    [[nodiscard]] double Real(const QString& key, double defaultValue);
+
+    /// Writes each problem met so far as one line to the log, whether or not the log is switched on, and forgets it.
+    void ReportProblems();
+
+private:
+    template <typename Number>
+    Number Converted(const QString& key, Number defaultValue, Number (*convert)(const QString&, bool*));
+
+    QString fileName;
+    QStringList problems;
+    std::unique_ptr<QSettings> settings;
+};

@@ -1,0 +1,6 @@
+#include "clock.h"
+
+QDateTime CurrentDateTime()
+{
+    return QDateTime::currentDateTime();
+}

@@ -11,9 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-AppendFile::AppendFile(QString path_) : path(std::move(path_))
-{
-}
+AppendFile::AppendFile(QString path_) : path(std::move(path_)) { }
 
 AppendFile::~AppendFile()
 {
@@ -55,7 +53,8 @@ bool AppendFile::EnsureOpen()
     Close();
 
     QDir().mkpath(QFileInfo(path).path());
-    descriptor = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644);
+    descriptor =
+        ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644);
     if (descriptor < 0)
         lastError = errno;
     cutShort = false;

@@ -5,8 +5,8 @@
 #include <QString>
 
 /// Opens a Qt SQL connection from the keys "BDType" ("sqlite3" or "postgres"), "BaseName", "SqlHostName", "SqlPort",
-/// "SqlLogin" and "SqlPassword" of `group`. An empty `connectionName` is replaced by a new one. A relative SQLite file name
-/// is meant from the program's directory. `extra` is handed to the driver as connection options ("name=value;...").
-/// On failure the connection is not left behind, and the error is valid.
+/// "SqlLogin" and "SqlPassword" of `group`. An empty `connectionName` is replaced by a new one. A relative SQLite file
+/// name is meant from the program's directory. `extra` is handed to the driver as connection options
+/// ("name=value;..."). On failure the connection is not left behind, and the error is valid.
 [[nodiscard]] QSqlError openDataBaseBySettings(
     QString& connectionName, QSettings& settings, const QString& group, QString extra);

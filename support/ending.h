@@ -7,8 +7,8 @@
 
 class QObject;
 
-/// The way out of the process. An end can be asked for from anywhere and at any time; it takes effect in the event loop, or,
-/// while the one thread is inside a long procedure, at its next wait.
+/// The way out of the process. An end can be asked for from anywhere and at any time; it takes effect in the event
+/// loop, or, while the one thread is inside a long procedure, at its next wait.
 namespace Ending {
 
 /// Logs `why` and ends the event loop with `exitCode`. The first request stands, later ones are ignored.
@@ -17,18 +17,20 @@ void Request(int exitCode, const QString& why);
 /// The exit code that was asked for, if any.
 [[nodiscard]] std::optional<int> Requested();
 
-/// From now on SIGTERM and SIGINT ask for an end with exit code 0, and SIGPIPE is ignored. Needs the application object.
+/// From now on SIGTERM and SIGINT ask for an end with exit code 0, and SIGPIPE is ignored. Needs the application
+/// object.
 void InstallSignalHandlers();
 
-/// While the thread waits, `look` is called several times a second, until `owner` dies. It may only look, without changing
-/// anything, and call Request() when it sees a reason; no event is processed around it.
+/// While the thread waits, `look` is called several times a second, until `owner` dies. It may only look, without
+/// changing anything, and call Request() when it sees a reason; no event is processed around it.
 void WatchWhileWaiting(const QObject* owner, std::function<void()> look);
 
-/// Called once, last in, first out, before the process leaves from inside a wait: the place to close what must be closed.
+/// Called once, last in, first out, before the process leaves from inside a wait: the place to close what must be
+/// closed.
 void BeforeLeaving(std::function<void()> close);
 
-/// For waits alone. Looks for a reason to end; if there is one, closes what is registered and leaves the process at once
-/// with the requested exit code. Returns when there is none.
+/// For waits alone. Looks for a reason to end; if there is one, closes what is registered and leaves the process at
+/// once with the requested exit code. Returns when there is none.
 void LeaveIfRequested();
 
 } // namespace Ending

@@ -36,9 +36,7 @@ QString StateDirectory()
 
 } // namespace
 
-TLog::TLog(const QString& fileName) : file(fileName)
-{
-}
+TLog::TLog(const QString& fileName) : file(fileName) { }
 
 void TLog::Message(const QString& text)
 {

@@ -2,14 +2,14 @@
 
 #include "appendfile.h"
 
-/// The process's log: one line a message, "2014-03-04T08:30:00.123 text". Never fails its caller: when the file cannot be
-/// written, it says so once on stderr (and once more when the reason changes) and goes on trying with each message.
+/// The process's log: one line a message, "2014-03-04T08:30:00.123 text". Never fails its caller: when the file cannot
+/// be written, it says so once on stderr (and once more when the reason changes) and goes on trying with each message.
 class TLog final {
 public:
     explicit TLog(const QString& fileName);
 
-    /// Appends one line. A trailing line feed or blank of `text` is folded away, one inside it becomes a blank. Nothing is
-    /// written while output is switched off.
+    /// Appends one line. A trailing line feed or blank of `text` is folded away, one inside it becomes a blank. Nothing
+    /// is written while output is switched off.
     void Message(const QString& text);
 
     /// As Message(), also while output is switched off: for what the operator must see although the settings that would
@@ -21,8 +21,8 @@ public:
 
     [[nodiscard]] QString Path() const { return file.Path(); }
 
-    /// The default log of the program with base name `baseName`: /var/log/ravelin/<baseName>.log when that can be written,
-    /// else the same file name under $XDG_STATE_HOME/ravelin or ~/.local/state/ravelin.
+    /// The default log of the program with base name `baseName`: /var/log/ravelin/<baseName>.log when that can be
+    /// written, else the same file name under $XDG_STATE_HOME/ravelin or ~/.local/state/ravelin.
     [[nodiscard]] static QString getDirPathDefault(const QString& baseName);
 
     /// The setting "Log"; 0 means off. A value for the reader of this object: Enabled() is what switches.

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryFile>
 
 #include <cmath>
 #include <utility>
@@ -20,8 +21,8 @@ QString Translated(const char* text)
     return QCoreApplication::translate("SettingsFile", text);
 }
 
-// Why the file cannot be read at all; empty when it can.
-QString Obstacle(const QString& fileName)
+// Reads the file; on failure returns why it cannot be read at all.
+QString Obstacle(const QString& fileName, QByteArray& contents)
 {
     const QFileInfo info(fileName);
     if (!info.exists())
@@ -33,9 +34,26 @@ QString Obstacle(const QString& fileName)
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return file.errorString();
-    if (file.readAll().contains('\0'))
+    contents = file.readAll();
+    if (contents.contains('\0'))
         return Translated(QT_TRANSLATE_NOOP("SettingsFile", "it is binary"));
     return {};
+}
+
+std::unique_ptr<QSettings> Parsed(const QString& fileName, const QByteArray& contents)
+{
+    const auto parse = [](const QString& name) {
+        auto settings = std::make_unique<QSettings>(name, QSettings::IniFormat);
+        static_cast<void>(settings->allKeys()); // parses every section: the status is known only then
+        return settings;
+    };
+    // QSettings takes a byte-order mark for a bad line, so it gets a copy without.
+    constexpr QByteArrayView ByteOrderMark("\xEF\xBB\xBF");
+    QTemporaryFile copy;
+    if (contents.startsWith(ByteOrderMark) && copy.open() && copy.write(contents.mid(ByteOrderMark.size())) >= 0
+        && copy.flush())
+        return parse(copy.fileName());
+    return parse(fileName);
 }
 
 int ToInteger(const QString& text, bool* ok)
@@ -54,17 +72,16 @@ double ToFiniteReal(const QString& text, bool* ok)
 
 SettingsFile::SettingsFile(const QString& fileName_) : fileName(fileName_)
 {
-    const QString obstacle = Obstacle(fileName);
-    const QString readFrom = obstacle.isEmpty() ? fileName : u"/dev/null"_s;
-    settings = std::make_unique<QSettings>(readFrom, QSettings::IniFormat);
-    static_cast<void>(settings->allKeys()); // parses every section: the status is known only then
+    QByteArray contents;
+    const QString obstacle = Obstacle(fileName, contents);
+    settings = obstacle.isEmpty() ? Parsed(fileName, contents) : Parsed(u"/dev/null"_s, {});
 
     if (!obstacle.isEmpty()) {
         const char* const text = QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1 is not read, defaults apply: %2");
         problems.append(Translated(text).arg(fileName, obstacle));
     } else if (settings->status() != QSettings::NoError) {
-        const char* const text
-            = QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1 has lines that are neither [group] nor key=value");
+        const char* const text =
+            QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1 has lines that are neither [group] nor key=value");
         problems.append(Translated(text).arg(fileName));
     }
 }
@@ -103,8 +120,8 @@ Number SettingsFile::Converted(const QString& key, Number defaultValue, Number (
     const Number value = convert(text, &ok);
     if (ok)
         return value;
-    const char* const message
-        = QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1: %2 is not a number: \"%3\". The default %4 applies");
+    const char* const message =
+        QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1: %2 is not a number: \"%3\". The default %4 applies");
     problems.append(Translated(message).arg(fileName, key, text).arg(defaultValue));
     return defaultValue;
 }

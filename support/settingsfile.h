@@ -7,12 +7,12 @@
 #include <memory>
 
 /// An ini file as an operator leaves it: whatever is wrong with the file or with a value, the default applies, and the
-/// problem is remembered until it can be reported. Line ends may be CRLF, and the file may begin with a UTF-8 byte-order
-/// mark. Keys are written "Group/Key".
+/// problem is remembered until it can be reported. Line ends may be CRLF, and the file may begin with a UTF-8
+/// byte-order mark. Keys are written "Group/Key".
 class SettingsFile final {
 public:
-    /// Opens `fileName` for reading. A file that is missing, not a regular file, unreadable, binary or larger than 1 MiB is
-    /// read as empty.
+    /// Opens `fileName` for reading. A file that is missing, not a regular file, unreadable, binary or larger than 1
+    /// MiB is read as empty.
     explicit SettingsFile(const QString& fileName);
 
     /// The value as text. A value that the ini format split at its commas is joined again.

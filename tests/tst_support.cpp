@@ -65,8 +65,8 @@ void tst_Support::logLine_data()
     QTest::addColumn<QByteArray>("line");
 
     QTest::addRow("plain") << u"Start Ok!"_s << "2014-03-04T08:29:30.007 Start Ok!\n"_ba;
-    QTest::addRow("trailing line feed and blanks") << u"Start server: a Ok!!!! \n"_s
-                                                   << "2014-03-04T08:29:30.007 Start server: a Ok!!!!\n"_ba;
+    QTest::addRow("trailing line feed and blanks")
+        << u"Start server: a Ok!!!! \n"_s << "2014-03-04T08:29:30.007 Start server: a Ok!!!!\n"_ba;
     QTest::addRow("one message, one line") << u"a\r\nb"_s << "2014-03-04T08:29:30.007 a  b\n"_ba;
     QTest::addRow("UTF-8") << u"Связь"_s << "2014-03-04T08:29:30.007 Связь\n"_ba;
     QTest::addRow("empty") << QString() << "2014-03-04T08:29:30.007 \n"_ba;
@@ -135,8 +135,8 @@ void tst_Support::settingsFile_data()
     QTest::addRow("plain") << "[Main]\nPattern=:[30]0$\nNumber=70000\nReal=40.5\n"_ba << u":[30]0$"_s << 70000 << 40.5;
     QTest::addRow("CRLF") << "[Main]\r\nPattern=:[30]0$\r\nNumber=70000\r\nReal=40.5\r\n"_ba << u":[30]0$"_s << 70000
                           << 40.5;
-    QTest::addRow("byte-order mark")
-        << "\xEF\xBB\xBF[Main]\r\nPattern=:[30]0$\r\nNumber=70000\r\nReal=40.5\r\n"_ba << u":[30]0$"_s << 70000 << 40.5;
+    QTest::addRow("byte-order mark") << "\xEF\xBB\xBF[Main]\r\nPattern=:[30]0$\r\nNumber=70000\r\nReal=40.5\r\n"_ba
+                                     << u":[30]0$"_s << 70000 << 40.5;
     QTest::addRow("comma in a pattern") << "[Main]\nPattern=0{1,2}:00$\n"_ba << u"0{1,2}:00$"_s << 7 << 0.5;
     QTest::addRow("empty file") << ""_ba << u"default"_s << 7 << 0.5;
     QTest::addRow("empty text") << "[Main]\nPattern=\n"_ba << u""_s << 7 << 0.5;
@@ -169,19 +169,26 @@ void tst_Support::settingsProblems_data()
     QTest::addRow("missing") << u"none.ini"_s << QByteArray() << notRead + "it does not exist";
     QTest::addRow("directory") << u"."_s << QByteArray() << notRead + "it is not a regular file";
     QTest::addRow("endless device") << u"/dev/zero"_s << QByteArray() << notRead + "it is not a regular file";
-    QTest::addRow("binary") << u"a.ini"_s << QByteArray("\x7f" "ELF\0[Main]\nNumber=8\n", 21) << notRead + "it is binary";
+    QTest::addRow("binary") << u"a.ini"_s
+                            << QByteArray("\x7f"
+                                          "ELF\0[Main]\nNumber=8\n",
+                                   21)
+                            << notRead + "it is binary";
     QTest::addRow("huge") << u"a.ini"_s << QByteArray("[Main]\nNumber=8\n" + QByteArray(1024 * 1024, ';'))
                           << notRead + "it is larger than a settings file can be";
     QTest::addRow("no key") << u"a.ini"_s << "[Main]\nwhat is this\n"_ba
                             << "Settings file %1 has lines that are neither [group] nor key=value"_ba;
-    QTest::addRow("not a number") << u"a.ini"_s << "[Main]\nNumber=soon\n"_ba
-                                  << "Settings file %1: Main/Number is not a number: \"soon\". The default 7 applies"_ba;
-    QTest::addRow("out of range") << u"a.ini"_s << "[Main]\nNumber=2147483648\n"_ba
-                                  << "Settings file %1: Main/Number is not a number: \"2147483648\". The default 7 applies"_ba;
+    QTest::addRow("not a number")
+        << u"a.ini"_s << "[Main]\nNumber=soon\n"_ba
+        << "Settings file %1: Main/Number is not a number: \"soon\". The default 7 applies"_ba;
+    QTest::addRow("out of range")
+        << u"a.ini"_s << "[Main]\nNumber=2147483648\n"_ba
+        << "Settings file %1: Main/Number is not a number: \"2147483648\". The default 7 applies"_ba;
     QTest::addRow("no value") << u"a.ini"_s << "[Main]\nNumber=\n"_ba
                               << "Settings file %1: Main/Number is not a number: \"\". The default 7 applies"_ba;
-    QTest::addRow("decimal comma") << u"a.ini"_s << "[Main]\nReal=1,5\n"_ba
-                                   << "Settings file %1: Main/Real is not a number: \"1,5\". The default 0.5 applies"_ba;
+    QTest::addRow("decimal comma")
+        << u"a.ini"_s << "[Main]\nReal=1,5\n"_ba
+        << "Settings file %1: Main/Real is not a number: \"1,5\". The default 0.5 applies"_ba;
     QTest::addRow("not finite") << u"a.ini"_s << "[Main]\nReal=nan\n"_ba
                                 << "Settings file %1: Main/Real is not a number: \"nan\". The default 0.5 applies"_ba;
 }

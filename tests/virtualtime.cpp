@@ -6,7 +6,7 @@
 namespace {
 QDateTime now(QDate(2014, 3, 4), QTime(8, 29, 30));
 QList<unsigned int> delays;
-}
+} // namespace
 
 void VirtualTime::Reset(const QDateTime& start)
 {

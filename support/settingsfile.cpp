@@ -8,7 +8,6 @@
 #include <QTemporaryFile>
 
 #include <cmath>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -78,11 +77,11 @@ SettingsFile::SettingsFile(const QString& fileName_) : fileName(fileName_)
 
     if (!obstacle.isEmpty()) {
         const char* const text = QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1 is not read, defaults apply: %2");
-        problems.append(Translated(text).arg(fileName, obstacle));
+        fileProblem = Translated(text).arg(fileName, obstacle);
     } else if (settings->status() != QSettings::NoError) {
         const char* const text =
             QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1 has lines that are neither [group] nor key=value");
-        problems.append(Translated(text).arg(fileName));
+        fileProblem = Translated(text).arg(fileName);
     }
 }
 
@@ -102,12 +101,17 @@ double SettingsFile::Real(const QString& key, double defaultValue)
     return Converted(key, defaultValue, ToFiniteReal);
 }
 
-void SettingsFile::ReportProblems()
+void SettingsFile::ReportFileProblem() const
 {
-    for (const QString& problem : std::as_const(problems))
+    if (pLog && !fileProblem.isEmpty())
+        pLog->Alert(fileProblem);
+}
+
+void SettingsFile::ReportValueProblems() const
+{
+    for (const QString& problem : valueProblems)
         if (pLog)
             pLog->Alert(problem);
-    problems.clear();
 }
 
 template <typename Number>
@@ -122,6 +126,6 @@ Number SettingsFile::Converted(const QString& key, Number defaultValue, Number (
         return value;
     const char* const message =
         QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1: %2 is not a number: \"%3\". The default %4 applies");
-    problems.append(Translated(message).arg(fileName, key, text).arg(defaultValue));
+    valueProblems.append(Translated(message).arg(fileName, key, text).arg(defaultValue));
     return defaultValue;
 }

@@ -24,14 +24,18 @@ public:
     /// The value as a finite decimal number with a point.
     [[nodiscard]] double Real(const QString& key, double defaultValue);
 
-    /// Writes each problem met so far as one line to the log, whether or not the log is switched on, and forgets it.
-    void ReportProblems();
+    /// Writes to the log, whether or not it is switched on, why the file was not read (properly), if so.
+    void ReportFileProblem() const;
+    /// Writes each value met so far that was of the wrong type as one line to the log, whether or not it is switched
+    /// on.
+    void ReportValueProblems() const;
 
 private:
     template <typename Number>
     Number Converted(const QString& key, Number defaultValue, Number (*convert)(const QString&, bool*));
 
     QString fileName;
-    QStringList problems;
+    QString fileProblem;
+    QStringList valueProblems;
     std::unique_ptr<QSettings> settings;
 };

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "frame.h"
+#include "localsocket.h"
+
+#include <QBasicTimer>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+class TMyLocalServer;
+
+/// All connections of this process on the bus: one to the administrative server, one to each configured peer, and those
+/// that peers open to this process's own server. Keeps them up, every 5000 ms, and turns what comes in into signals.
+/// Connecting and disconnecting block, up to 30 s each.
+class TConnector final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit TConnector(QObject* parent = nullptr);
+
+    /// This process's own bus name. Starts the timer: without this call nothing is ever connected.
+    void SetServerName(const QString& name);
+    [[nodiscard]] QString GetServerName() const { return ServerName; }
+
+    /// A peer to stay connected with; a name that is there already changes nothing.
+    void addOutServerName(const QString& name);
+
+    /// One Data frame to every peer called `name`, those connected to first. `version` becomes the frame's kind byte.
+    void SetData(uchar version, const QString& name, const QByteArray& data);
+    /// One Data frame to every peer.
+    void SetDataAll(uchar version, const QByteArray& data);
+    /// One Data frame to the peers that this process connected to.
+    void SetOutDataAll(uchar version, const QByteArray& data);
+
+    /// The connection to the administrative server, owned by the connector. Its Name is whom to connect to.
+    TMyLocalSocket* const AdminConnection;
+
+signals:
+    void NewCommand(QByteArray& command_name, QByteArray& data, int IDConnection, TMyLocalSocket* socket);
+    void NewData(uchar version, QByteArray& data, TMyLocalSocket* socket);
+    void NewAction(
+        QByteArray& action_name, QByteArray& message, QByteArray& data, int IDConnection, TMyLocalSocket* socket);
+    void NewBusMessage(QByteArray iface, QByteArray data, int idConnect);
+
+public slots:
+    void connectionInError(QLocalSocket::LocalSocketError error);
+    void connectionAdminError(QLocalSocket::LocalSocketError error);
+    void DisconnectInConnection();
+    void newInConnection(TMyLocalSocket* socket);
+    void newOutConnection();
+    void connectionOutError(QLocalSocket::LocalSocketError error);
+    void DisconnectOutConnection();
+    void DisconnectAdminConnection();
+    void SlotNewData(TMyLocalSocket* socket);
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    // --- the reconnect tick
+    [[nodiscard]] bool OutConnectionsStood(const QByteArray& identify);
+    [[nodiscard]] bool ReconnectAdmin(const QByteArray& identify);
+    void StartServer();
+    void LookForLostAdmin() const;
+
+    // --- frames that came in
+    void Receive(const BusFrame::Identify& frame, TMyLocalSocket* socket);
+    void Receive(BusFrame::Action& frame, TMyLocalSocket* socket);
+    void Receive(BusFrame::Command& frame, TMyLocalSocket* socket);
+    void Receive(const BusFrame::BusMessage& frame, TMyLocalSocket* socket);
+    void Receive(BusFrame::Data& frame, TMyLocalSocket* socket);
+
+    [[nodiscard]] TMyLocalSocket* SenderSocket() const;
+
+    bool ServerNotStarted = true;
+    TMyLocalServer* const Server;
+    QString ServerName;
+    bool WatchArrow = false;
+    QList<TMyLocalSocket*> InConnections;
+    QList<TMyLocalSocket*> OutConnections;
+    QBasicTimer reconnectTimer;
+};

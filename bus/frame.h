@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <variant>
+
+/// The frames of the bus. On the wire: int32 length of what follows, one byte kind, body. All numbers big-endian; a
+/// byte array is its int32 length and its bytes, length 0xFFFFFFFF for a null one.
+namespace BusFrame {
+
+enum Kind : quint8 { IdentifyKind = 200, ActionKind = 202, CommandKind = 203, BusMessageKind = 204 };
+
+/// The sender's bus name, UTF-8.
+struct Identify {
+    QByteArray name;
+};
+
+/// A reply or a report to the administrative server.
+struct Action {
+    QByteArray actionName;
+    QByteArray message;
+    QByteArray data;
+    qint32 idConnection = -1;
+};
+
+struct Command {
+    QByteArray commandName;
+    QByteArray data;
+    qint32 idConnection = -1;
+};
+
+struct BusMessage {
+    QByteArray iface;
+    QByteArray data;
+    qint32 idConnect = -1;
+};
+
+/// Every frame of another kind: the kind byte is the payload's version. A version that equals one of the four kinds
+/// above cannot be told from it by the receiver.
+struct Data {
+    quint8 version = 0;
+    QByteArray data;
+};
+
+using Frame = std::variant<Identify, Action, Command, BusMessage, Data>;
+
+/// The length field of a frame that is awaited: what is longer never comes from a well-meaning peer.
+constexpr qint32 LargestAwaitedLength = 50'000'000;
+constexpr qint32 LengthFieldSize = 4;
+
+/// The whole frame, length field included.
+[[nodiscard]] QByteArray Encode(const Frame& frame);
+
+/// The frame in `body`, the bytes behind the length field. Total: a field that is cut, or that announces more bytes
+/// than there are, reads as null (a number as 0), as do the fields behind it; an empty body is an empty Data frame.
+[[nodiscard]] Frame Decode(QByteArray body);
+
+} // namespace BusFrame

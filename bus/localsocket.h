@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QLocalSocket>
+
+/// One connection of the bus, with the peer's name and how far its next frame has come in.
+class TMyLocalSocket final : public QLocalSocket {
+    Q_OBJECT
+
+public:
+    explicit TMyLocalSocket(QObject* parent = nullptr);
+
+    /// Writes a whole frame and flushes. A socket that is not open takes nothing. When the peer does not read and more
+    /// than LargestBacklog bytes are waiting for it, the frame is dropped whole, so the stream stays well-formed; the
+    /// log tells once when that begins and once when frames go through again.
+    void WriteFrame(const QByteArray& frame);
+
+    static constexpr qint64 LargestBacklog = 8 * 1024 * 1024;
+
+    /// The peer's bus name, UTF-8. Empty for an accepted connection until the peer identifies itself.
+    QByteArray Name;
+
+    /// Length of the frame that is being received; 0 while its length has not been read.
+    qint32 BlockSize = 0;
+
+signals:
+    void NewData(TMyLocalSocket* socket);
+
+public slots:
+    void processReadyRead();
+
+private:
+    quint64 droppedFrames = 0;
+};

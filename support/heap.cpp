@@ -1,0 +1,9 @@
+#include "heap.h"
+
+#include <malloc.h>
+
+void KeepFreedHeap()
+{
+    ::mallopt(M_MMAP_THRESHOLD, 1024 * 1024);
+    ::mallopt(M_TRIM_THRESHOLD, 4 * 1024 * 1024);
+}

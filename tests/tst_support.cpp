@@ -154,7 +154,8 @@ void tst_Support::settingsFile()
 
     TLog log(Path(u"a.log"_s));
     pLog = &log;
-    settings.ReportProblems();
+    settings.ReportFileProblem();
+    settings.ReportValueProblems();
     pLog = nullptr;
     QCOMPARE(Contents(log.Path()), QByteArray());
 }
@@ -209,8 +210,8 @@ void tst_Support::settingsProblems()
     TLog log(Path(u"a.log"_s));
     log.Enabled(false);
     pLog = &log;
-    settings.ReportProblems();
-    settings.ReportProblems();
+    settings.ReportFileProblem();
+    settings.ReportValueProblems();
     pLog = nullptr;
     QCOMPARE(Contents(log.Path()), "2014-03-04T08:29:30.007 " + problem.replace("%1", path.toUtf8()) + '\n');
 }

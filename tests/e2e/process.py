@@ -1,0 +1,109 @@
+"""A real program of the house in a directory of its own: its bus, its log and its settings lie there."""
+
+import contextlib
+import glob
+import os
+import subprocess
+import tempfile
+import time
+
+import buspeer
+
+BUILD = os.environ["RAVELIN_BUILD"]
+FAKETIME = glob.glob("/usr/lib/*/faketime/libfaketime.so.1")[0]
+
+
+def wait_for(condition, what, timeout=20.0):
+    """Returns the first true value of condition(); an end-to-end test waits for what it can see, never for a time."""
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.005)
+    raise AssertionError(f"not within {timeout} s: {what}")
+
+
+class Process:
+    def __init__(self, program="ravelin", settings="", arguments=None, speed=20, start="2014-03-04 08:20:00"):
+        self.home = tempfile.TemporaryDirectory(prefix="ravelin-test-")
+        self.directory = self.home.name
+        self.log_path = os.path.join(self.directory, "the.log")
+        self.settings_path = os.path.join(self.directory, "the.ini")
+        self.stderr_path = os.path.join(self.directory, "stderr")
+        self.program, self.arguments, self.speed, self.start_time = program, arguments, speed, start
+        self.process = None
+        self.peers = contextlib.ExitStack()
+        if settings is not None:
+            self.write_settings(settings)
+
+    def write_settings(self, settings):
+        text = settings.replace("[Base]", f"[Base]\nLog=1\nLogName={self.log_path}")
+        with open(self.settings_path, "w", encoding="utf-8") as file:
+            file.write(text)
+
+    def start(self):
+        arguments = ["-settings", self.settings_path] if self.arguments is None else self.arguments
+        environment = dict(os.environ, TMPDIR=self.directory, TZ="UTC", XDG_STATE_HOME=self.directory,
+                           HOME=self.directory)
+        if self.speed:  # preloaded by hand: the faketime command would keep signals for itself
+            environment.update(LD_PRELOAD=FAKETIME, FAKETIME=f"@{self.start_time} x{self.speed}")
+        with open(self.stderr_path, "ab") as stderr:
+            self.process = subprocess.Popen([os.path.join(BUILD, self.program)] + arguments,
+                                            cwd=self.directory, env=environment, stdin=subprocess.DEVNULL,
+                                            stdout=stderr, stderr=stderr)
+        return self
+
+    def listen(self, name):
+        """Another process of its bus that listens under `name`, until this one is left."""
+        return self.peers.enter_context(contextlib.closing(buspeer.Listener(self.directory, name)))
+
+    def accept(self, listener):
+        return self.peers.enter_context(contextlib.closing(listener.accept()))
+
+    def connect(self, name):
+        return self.peers.enter_context(contextlib.closing(buspeer.connect(self.directory, name)))
+
+    def start_with_admin(self, name):
+        """Starts it with an administrative server and nobody else; returns when its own server `name` listens."""
+        listener = self.listen("admin")
+        self.start()
+        admin = self.accept(listener)
+        self.wait_for_log(f"Start server: {name} Ok!!!!")
+        return admin
+
+    def log(self):
+        try:
+            with open(self.log_path, encoding="utf-8") as file:
+                return file.read().splitlines()
+        except FileNotFoundError:
+            return []
+
+    def log_texts(self):
+        return [line.split(" ", 1)[1] for line in self.log()]
+
+    def stderr(self):
+        with open(self.stderr_path, encoding="utf-8", errors="replace") as file:
+            return file.read()
+
+    def wait_for_log(self, text, times=1, timeout=20.0):
+        wait_for(lambda: self.log_texts().count(text) >= times or self.process.poll() is not None,
+                 f"log line {text!r} x{times}; the log: {self.log()}", timeout)
+        assert self.log_texts().count(text) >= times, f"ended with {self.process.poll()}: {self.log()} {self.stderr()}"
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def wait(self, timeout=20.0):
+        """The exit code."""
+        return self.process.wait(timeout)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process and self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        self.peers.close()
+        self.home.cleanup()

@@ -1,0 +1,274 @@
+"""The bus seen from the other end: bytes, order of coming up, ends, and peers that misbehave."""
+
+import os
+import signal
+import socket
+import struct
+import subprocess
+import time
+import unittest
+
+import buspeer as bus
+from process import Process, wait_for
+
+ALONE = "[Base]\nAdminServerName=admin\nServerName=probe\n"
+PEERS = ALONE + "Connections=first  second\n"
+
+
+def descriptors(process):
+    return len(os.listdir(f"/proc/{process.pid}/fd"))
+
+
+def resident_kib(process):
+    with open(f"/proc/{process.pid}/status", encoding="ascii") as status:
+        return next(int(line.split()[1]) for line in status if line.startswith("VmRSS"))
+
+
+class Frames(unittest.TestCase):
+    """Byte for byte, both directions."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.home = cls.enterClassContext(Process("busprobe", ALONE))
+        cls.admin = cls.home.start_with_admin("probe")
+        cls.identify = cls.admin.read_frame()
+        cls.peer = cls.home.connect("probe")
+        cls.peer.send(bus.identify(b"peer"))
+
+    def test_identify(self):
+        self.assertEqual(self.identify, b"\x00\x00\x00\x0a\xc8\x00\x00\x00\x05probe")
+
+    def test_echoed(self):
+        rows = [
+            ("command", bus.command(b"About", b"x", 7),
+             b"\x00\x00\x00\x22\xca\0\0\0\x05About\0\0\0\x01x\xff\xff\xff\xff"
+             b"\x01\xff\xff\xff\xff\0\0\0\0\0\0\0\0\0\x07"),
+            ("action", bus.action(b"n", b"m", b"d" * 300, -1), bus.action(b"n", b"m", b"d" * 300, -1)),
+            ("bus message", bus.bus_message(b"i", b"", -5), b"\0\0\0\x0e\xcc\0\0\0\x01i\0\0\0\0\xff\xff\xff\xfb"),
+            ("null arrays", bus.bus_message(None, None, 1),
+             b"\0\0\0\x0d\xcc\xff\xff\xff\xff\xff\xff\xff\xff\0\0\0\x01"),
+        ]
+        for name, sent, expected in rows:
+            for cut in (None, 1, 4, 5, len(sent) - 1):
+                with self.subTest(name, cut=cut):
+                    if cut:
+                        self.peer.send(sent[:cut])
+                        self.peer.send(sent[cut:])
+                    else:
+                        self.peer.send(sent)
+                    self.assertEqual(self.admin.read_frame(), expected)
+
+    def test_data(self):
+        for version, payload in ((0, b"x"), (150, b"\0" * 70000), (201, b"not a kind"), (255, b"last")):
+            with self.subTest(version=version):
+                self.peer.send(bus.data(version, payload))
+                self.assertEqual(self.peer.read_frame(), bus.data(version, payload))
+
+    def test_what_says_nothing(self):
+        """Empty, unknown and cut frames pass without a trace, and the stream goes on behind them."""
+        overrun = bus.frame(bus.COMMAND, struct.pack(">i", 2_000_000_000) + b"short")
+        for quiet in (bus.data(9, b""), bus.data(9, None), struct.pack(">i", 0), bus.frame(77, b"\x00\x00"),
+                      bus.frame(8, struct.pack(">i", 100) + b"cut"), bus.frame(bus.IDENTIFY, b""),
+                      bus.identify(b"peer")):
+            with self.subTest(quiet=quiet):
+                self.peer.send(quiet + bus.command(b"next"))
+                self.assertEqual(self.admin.read_frame(), bus.action(b"next", b"", None, 0))
+        self.peer.send(overrun)
+        self.assertEqual(self.admin.read_frame(), bus.action(None, b"", None, 0))
+
+    def test_watch_echo(self):
+        other = self.home.connect("probe")
+        other.send(bus.command(b"Watch_Arrow_On") + bus.command(b"on"))
+        self.assertEqual(self.admin.read_frame(), bus.action(b"on", b"", None, 0))
+        self.peer.send(bus.data(150, b"seen") + bus.data(150, b"") + bus.data(0, b"too"))
+        self.assertEqual(self.admin.read_frame(), bus.action(b"Watch_Arrow", b"150", b"seen", -1))
+        self.assertEqual(self.admin.read_frame(), bus.action(b"Watch_Arrow", b"0", b"too", -1))
+        self.assertEqual([self.peer.read_frame(), self.peer.read_frame()], [bus.data(150, b"seen"), bus.data(0, b"too")])
+        other.send(bus.command(b"Watch_Arrow_Off"))
+        other.send(bus.command(b"off"))
+        self.assertEqual(self.admin.read_frame(), bus.action(b"off", b"", None, 0))
+        self.peer.send(bus.data(1, b"unseen") + bus.command(b"then"))
+        self.assertEqual(self.admin.read_frame(), bus.action(b"then", b"", None, 0))
+        self.peer.read_frame()
+        other.close()
+
+    def test_whom_data_reaches(self):
+        """By name a peer is reached only once it has said who it is; to all means to the nameless as well."""
+        nameless = self.home.connect("probe")
+        nameless.send(bus.data(3, b"to nobody") + bus.command(b"heard"))
+        self.assertEqual(self.admin.read_frame(), bus.action(b"heard", b"", None, 0))
+        self.peer.send(bus.data(4, b"to all out") + bus.data(5, b"to all"))
+        self.assertEqual(self.peer.read_frame(), bus.data(5, b"to all"))
+        frames = [nameless.read_frame(), nameless.read_frame()]
+        self.assertEqual(frames, [bus.data(3, b"to nobody"), bus.data(5, b"to all")])
+        nameless.close()
+
+
+class ComingUp(unittest.TestCase):
+    def test_order_of_ticks(self):
+        """The own server starts only when all connections stood at the start of a tick."""
+        with Process(settings=PEERS) as home:
+            admin_server = home.listen("admin")
+            first_server = home.listen("first")
+            home.start()
+            first = home.accept(first_server)
+            self.assertEqual(first.read_frame(), bus.identify(b"probe"))
+            absent = "Connnection Out Error: second QLocalSocket::connectToServer: Invalid name"
+            home.wait_for_log(absent, times=3)
+            self.assertNotIn("Start server: probe Ok!!!!", home.log_texts())
+            self.assertFalse(os.path.exists(os.path.join(home.directory, "probe")))
+
+            second_server = home.listen("second")
+            self.assertEqual(home.accept(second_server).read_frame(), bus.identify(b"probe"))
+            admin = home.accept(admin_server)
+            self.assertEqual(admin.read_frame(), bus.identify(b"probe"))
+            home.wait_for_log("Start server: probe Ok!!!!")
+            up = [line for line in home.log() if "New Out" in line or "Start server" in line]
+            self.assertEqual([line.split(" ", 1)[1] for line in up],
+                             ["New Out Connnection"] * 3 + ["Start server: probe Ok!!!!"])
+            seconds = [60 * int(line[14:16]) + float(line[17:23]) for line in up]
+            self.assertAlmostEqual(seconds[2] - seconds[1], 5, delta=0.5)  # the tick after the last peer: the admin
+            self.assertAlmostEqual(seconds[3] - seconds[2], 5, delta=0.5)  # and one later: the own server
+
+            # A peer that restarts is found again, the own server stays up meanwhile.
+            first.close()
+            home.wait_for_log("Connnection Disconnect: first")
+            self.assertEqual(home.accept(first_server).read_frame(), bus.identify(b"probe"))
+            home.connect("probe").send(bus.identify(b"late"))
+            home.wait_for_log("New In Connection")
+
+    def test_admin_comes_late_and_its_loss_ends(self):
+        with Process(settings=ALONE) as home:
+            home.start()
+            home.wait_for_log("Start Ok!")
+            stale = socket.socket(socket.AF_UNIX)
+            stale.bind(os.path.join(home.directory, "probe"))  # a file that nobody listens on any more
+            stale.close()
+            # Two ticks without an administrative server are no reason to end.
+            self.assertRaises(subprocess.TimeoutExpired, home.wait, 0.6)
+            admin = home.accept(home.listen("admin"))
+            home.wait_for_log("Start server: probe Ok!!!!")
+            admin.close()
+            self.assertEqual(home.wait(), 5)
+            self.assertEqual(home.log_texts()[-1], "Admin connection is closed. Stopping application.")
+
+    def test_no_name_no_bus(self):
+        with Process(settings="[Base]\n") as home:
+            home.start()
+            home.wait_for_log("Start Ok!")
+            self.assertEqual(home.log_texts()[:3], ["Error load settings AdminServerName: NoName",
+                                                    "Error load settings ServerName: NoName",
+                                                    "Warrning: No Connections"])
+            home.signal(signal.SIGINT)
+            self.assertEqual(home.wait(), 0)
+
+    def test_own_name_is_taken_by_a_directory(self):
+        with Process(settings=ALONE) as home:
+            os.makedirs(os.path.join(home.directory, "probe", "kept"))
+            admin_server = home.listen("admin")
+            home.start()
+            home.accept(admin_server)
+            home.wait_for_log("Start Error: QLocalServer::listen: Address in use", times=2)
+            os.removedirs(os.path.join(home.directory, "probe", "kept"))
+            home.wait_for_log("Start server: probe Ok!!!!")
+
+
+class Ending(unittest.TestCase):
+    def end_within_a_wait(self, end, expected_code, expected_log):
+        with Process("busprobe", ALONE, speed=0) as home:
+            listener = home.listen("admin")
+            home.start()
+            admin = home.accept(listener)
+            admin.read_frame()
+            admin.send(bus.command(b"About") + bus.command(b"Wait_a_minute"))
+            self.assertEqual(admin.read_frame(), bus.action(b"About", b"", None, 0))
+            begun = time.monotonic()
+            end(home, admin)
+            self.assertEqual(home.wait(), expected_code)
+            self.assertLess(time.monotonic() - begun, 2.0)
+            self.assertEqual(home.log_texts()[-1], expected_log)
+
+    def test_sigterm_inside_a_wait(self):
+        self.end_within_a_wait(lambda home, _: home.signal(signal.SIGTERM), 0,
+                               "Signal SIGTERM received. Stopping application.")
+
+    def test_admin_loss_inside_a_wait(self):
+        self.end_within_a_wait(lambda _, admin: admin.close(), 5, "Admin connection is closed. Stopping application.")
+
+    def test_sigterm_idle(self):
+        with Process(settings=ALONE) as home:
+            home.start_with_admin("probe")
+            home.signal(signal.SIGPIPE)
+            home.signal(signal.SIGTERM)
+            self.assertEqual(home.wait(), 0)
+            self.assertEqual(home.log_texts()[-1], "Signal SIGTERM received. Stopping application.")
+
+
+class Misbehaviour(unittest.TestCase):
+    def setUp(self):
+        self.home = self.enterContext(Process("busprobe", ALONE))
+        self.admin = self.home.start_with_admin("probe")
+        self.admin.read_frame()
+
+    def assert_alive(self):
+        self.admin.send(bus.command(b"alive"))
+        self.assertEqual(self.admin.read_frame(), bus.action(b"alive", b"", None, 0))
+
+    def test_announced_lengths(self):
+        for length, closes in ((-1, True), (-2**31, True), (50_000_001, True), (2**31 - 1, True), (50_000_000, False)):
+            with self.subTest(length=length):
+                peer = self.home.connect("probe")
+                peer.send(struct.pack(">i", length) + b"body")
+                self.assert_alive()
+                if closes:
+                    self.assertIsNone(peer.read_frame())
+                else:
+                    self.assertRaises(TimeoutError, peer.read_frame, 0.1)
+                peer.close()
+
+    def test_peer_vanishes_in_a_frame(self):
+        peer = self.home.connect("probe")
+        peer.send(bus.identify("ёж".encode()) + bus.command(b"whole")[:-1])
+        peer.close()
+        self.home.wait_for_log("Connection In Error: ёж")
+        self.assertEqual(self.home.log_texts()[-2:], ["Connection in disconnection: ёж", "Connection In Error: ёж"])
+        self.assert_alive()
+
+    def test_peer_that_never_reads(self):
+        """What waits for it stays below 8 MiB and a frame, everybody else is served."""
+        deaf = self.home.connect("probe")
+        deaf.send(bus.identify(b"deaf") + bus.command(b"hello"))
+        self.admin.read_frame()
+        reader = self.home.connect("probe")
+        reader.send(bus.identify(b"reader"))
+        before = resident_kib(self.home.process)
+        for _ in range(40):
+            reader.send(bus.data(2, b"to all".ljust(1_000_000)))
+            reader.read_frame()
+        wait_for(lambda: any(text.startswith("Peer deaf does not read, ") for text in self.home.log_texts()), "drops")
+        self.assert_alive()
+        self.assertLess(resident_kib(self.home.process) - before, 20_000)
+        deaf.close()
+        reader.close()
+        self.assert_alive()
+
+    def test_ten_thousand_connects(self):
+        def connect_and_go(times):
+            for i in range(times):
+                peer = self.home.connect("probe")
+                if i % 3:
+                    peer.send(bus.identify(b"guest")[: i % 14])
+                peer.close()
+
+        open_before = descriptors(self.home.process)
+        connect_and_go(1000)
+        self.assert_alive()
+        before = resident_kib(self.home.process)
+        connect_and_go(10_000)
+        self.assert_alive()
+        wait_for(lambda: descriptors(self.home.process) == open_before, "all connections closed")
+        self.assertLess(resident_kib(self.home.process) - before, 2_000)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

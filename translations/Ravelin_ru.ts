@@ -5,38 +5,38 @@
     <name>Ending</name>
     <message>
         <source>Signal %1 received. Stopping application.</source>
-        <translation type="unfinished"></translation>
+        <translation>Получен сигнал %1. Остановка приложения.</translation>
     </message>
 </context>
 <context>
     <name>SettingsFile</name>
     <message>
         <source>it does not exist</source>
-        <translation type="unfinished"></translation>
+        <translation>он не существует</translation>
     </message>
     <message>
         <source>it is not a regular file</source>
-        <translation type="unfinished"></translation>
+        <translation>это не обычный файл</translation>
     </message>
     <message>
         <source>it is larger than a settings file can be</source>
-        <translation type="unfinished"></translation>
+        <translation>он больше, чем может быть файл настроек</translation>
     </message>
     <message>
         <source>it is binary</source>
-        <translation type="unfinished"></translation>
+        <translation>он двоичный</translation>
     </message>
     <message>
         <source>Settings file %1 is not read, defaults apply: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Файл настроек %1 не прочитан, действуют значения по умолчанию: %2</translation>
     </message>
     <message>
         <source>Settings file %1 has lines that are neither [group] nor key=value</source>
-        <translation type="unfinished"></translation>
+        <translation>В файле настроек %1 есть строки, не похожие ни на [группу], ни на ключ=значение</translation>
     </message>
     <message>
         <source>Settings file %1: %2 is not a number: &quot;%3&quot;. The default %4 applies</source>
-        <translation type="unfinished"></translation>
+        <translation>Файл настроек %1: %2 — не число: «%3». Действует значение по умолчанию %4</translation>
     </message>
 </context>
 <context>
@@ -44,90 +44,98 @@
     <message>
         <source>Start server: %1 Ok!!!! 
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Сервер запущен: %1 Ok!!!! 
+</translation>
     </message>
     <message>
         <source>Start Error: %1
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Ошибка запуска: %1
+</translation>
     </message>
     <message>
         <source>Admin connection is closed. Stopping application.</source>
-        <translation type="unfinished"></translation>
+        <translation>Соединение с сервером администрирования закрыто. Остановка приложения.</translation>
     </message>
     <message>
         <source>Connection In Error: %0
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Ошибка входящего соединения: %0
+</translation>
     </message>
     <message>
         <source>Connection in disconnection: %0
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Входящее соединение разорвано: %0
+</translation>
     </message>
     <message>
         <source>New In Connection %0
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Новое входящее соединение %0
+</translation>
     </message>
     <message>
         <source>New Out Connnection
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Новое исходящее соединение
+</translation>
     </message>
     <message>
         <source>Connnection Out Error: %1 %2
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Ошибка исходящего соединения: %1 %2
+</translation>
     </message>
     <message>
         <source>Connnection Disconnect: %0
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Соединение разорвано: %0
+</translation>
     </message>
 </context>
 <context>
     <name>TMyLocalSocket</name>
     <message>
         <source>Peer %1 does not read, %2 bytes are waiting: frames to it are dropped</source>
-        <translation type="unfinished"></translation>
+        <translation>Сервер %1 не читает данные, ожидают %2 байт: кадры для него отбрасываются</translation>
     </message>
     <message>
         <source>Peer %1 reads again, %2 frames were dropped</source>
-        <translation type="unfinished"></translation>
+        <translation>Сервер %1 снова читает данные, отброшено кадров: %2</translation>
     </message>
 </context>
 <context>
     <name>TServerPlugin</name>
     <message>
         <source>Error load settings AdminServerName: NoName </source>
-        <translation type="unfinished"></translation>
+        <translation>Ошибка загрузки настроек AdminServerName: NoName </translation>
     </message>
     <message>
         <source>Error load settings ServerName: NoName </source>
-        <translation type="unfinished"></translation>
+        <translation>Ошибка загрузки настроек ServerName: NoName </translation>
     </message>
     <message>
         <source>Warrning: No Connections </source>
-        <translation type="unfinished"></translation>
+        <translation>Предупреждение: нет соединений </translation>
     </message>
     <message>
         <source>Cannot open database %1: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Не удалось открыть базу данных %1: %2</translation>
     </message>
 </context>
 <context>
     <name>main</name>
     <message>
         <source>Start Ok!</source>
-        <translation type="unfinished"></translation>
+        <translation>Запуск выполнен!</translation>
     </message>
 </context>
 <context>
     <name>openDataBaseBySettings</name>
     <message>
         <source>unknown BDType &quot;%1&quot;</source>
-        <translation type="unfinished"></translation>
+        <translation>неизвестный BDType «%1»</translation>
     </message>
 </context>
 </TS>

@@ -1,0 +1,41 @@
+#include "ce301.h"
+#include "fuzztarget.h"
+
+#include <array>
+#include <bit>
+
+namespace {
+
+struct Reading {
+    explicit Reading(const QByteArray& pack)
+        : ok(TCounter_CE301::ReceivePack(pack, values[0], values[1], values[2], values[3], values[4]))
+    {
+    }
+
+    std::array<float, 5> values{-1, -1, -1, -1, -1};
+    bool ok;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const quint8* bytes, size_t size)
+{
+    const QByteArray input = InPlace(bytes, size);
+    const Reading reading(input);
+    if (!reading.ok && !input.contains("ET0PE("))
+        Require(std::bit_cast<quint32>(reading.values[0]) == 0x40490FD0);
+    if (reading.ok) {
+        Require(input.count("ET0PE(") >= 5);
+        const Reading longer(input + input);
+        for (size_t i = 0; i < reading.values.size(); ++i)
+            Require(std::bit_cast<quint32>(longer.values[i]) == std::bit_cast<quint32>(reading.values[i]));
+    }
+
+    QString time(QStringLiteral("old"));
+    if (!TCounter_CE301::ReceiveTime(input, time))
+        Require(time == QStringLiteral("old"));
+    else
+        Require(!time.contains(u')'));
+    Require(TCounter_CE301::GetCRC(input) < 0x80);
+    return 0;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+
+/// The CE301 meter's text dialect (IEC 61107 style): checksum and answers. Its fixed requests stand in ce301messages.h.
+class TCounter_CE301 : public QObject {
+    Q_OBJECT
+
+public:
+    explicit TCounter_CE301(QObject* parent);
+
+    /// Block check: 7-bit sum of `data`, the bytes after SOH up to and including ETX. Not the standard's exclusive-or:
+    /// the installed meters are addressed with this one.
+    [[nodiscard]] static quint8 GetCRC(QByteArray data);
+
+    /// Reads the five registers, kWh, out of an energy answer: the text between STX and ETX. The block check behind it
+    /// is not compared: answers are accepted whatever it is. `total` is first set to the marker 3.14159f ("not read");
+    /// see ReadRegisters() for the rest.
+    static bool ReceivePack(QByteArray pack, float& total, float& t1, float& t2, float& t3, float& t4);
+
+    /// Reads the first five "ET0PE(...)" of `text`, whatever stands between them. Numbers are what
+    /// QByteArrayView::toFloat takes for one: blanks around them, "nan" and "inf" included. Any other text, and a
+    /// number beyond the range of a float, reads 0. That is accepted for `total`; for a tariff the result is false at
+    /// once, with this 0 in its output and the outputs behind it untouched. A missing item gives false and leaves its
+    /// own output too.
+    static bool ReadRegisters(QByteArrayView text, float& total, float& t1, float& t2, float& t3, float& t4);
+
+    /// The text inside the first "TIME_(...)", decoded as UTF-8 and not looked into. On false `time` keeps its value.
+    static bool ReceiveTime(QByteArray pack, QString& time);
+};

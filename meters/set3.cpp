@@ -1,0 +1,59 @@
+#include "set3.h"
+
+#include "crc.h"
+
+#include <QtEndian>
+
+namespace {
+
+constexpr auto Table = MakeCrcTable<quint16>(0x1021);
+static_assert(Crc(Table, "123456789") == 0x31C3); // the published check value
+
+} // namespace
+
+TCounter_SET3::TCounter_SET3(QObject* parent, unsigned short address, int number)
+    : QObject(parent),
+      Address(address),
+      Number(number)
+{
+}
+
+quint16 TCounter_SET3::GetCRC(QByteArray data)
+{
+    return Crc(Table, data);
+}
+
+QByteArray TCounter_SET3::CreateDataQuery()
+{
+    return {};
+}
+
+QByteArray TCounter_SET3::CreateQuery(unsigned char command, unsigned int meter)
+{
+    if (command != 0x10)
+        return {};
+    QByteArray request(7, '\x04');
+    // Three bytes of the number, least significant first, then the command.
+    qToLittleEndian<quint32>((meter & 0x00FFFFFF) | quint32{command} << 24, request.data() + 1);
+    qToBigEndian<quint16>(Crc(Table, QByteArrayView(request).sliced(1, 4)), request.data() + 5);
+    return request;
+}
+
+bool TCounter_SET3::ReceivePack(QByteArray pack, unsigned int& meter, unsigned char& code, QByteArray& data)
+{
+    constexpr qsizetype CodeAt = 4;
+    constexpr qsizetype DataAt = 5;
+    constexpr qsizetype CrcSize = 2;
+
+    if (pack.size() <= DataAt + CrcSize || !pack.startsWith('\x82'))
+        return false;
+    const qsizetype crcAt = pack.size() - CrcSize;
+    if (Crc(Table, QByteArrayView(pack).sliced(1, crcAt - 1)) != qFromBigEndian<quint16>(pack.constData() + crcAt))
+        return false;
+
+    // The number's top byte is sign-extended: 0x800000 reads 0xFF800000. Callers see that value.
+    meter = static_cast<quint32>(qFromLittleEndian<qint32>(pack.constData()) >> 8);
+    code = static_cast<quint8>(pack.at(CodeAt));
+    data = pack.sliced(DataAt, crcAt - DataAt);
+    return true;
+}

@@ -6,17 +6,24 @@
 namespace {
 QDateTime now(QDate(2014, 3, 4), QTime(8, 29, 30));
 QList<unsigned int> delays;
+std::function<void()> companion;
 } // namespace
 
 void VirtualTime::Reset(const QDateTime& start)
 {
     now = start;
     delays.clear();
+    companion = nullptr;
 }
 
 void VirtualTime::Advance(qint64 ms)
 {
     now = now.addMSecs(ms);
+}
+
+void VirtualTime::WhileWaiting(std::function<void()> newCompanion)
+{
+    companion = std::move(newCompanion);
 }
 
 QList<unsigned int> VirtualTime::Delays()
@@ -33,4 +40,6 @@ void Delay(unsigned int ms)
 {
     delays.append(ms);
     VirtualTime::Advance(ms);
+    if (companion)
+        companion();
 }

@@ -9,6 +9,29 @@
     </message>
 </context>
 <context>
+    <name>SerialLine</name>
+    <message>
+        <source>Cannot open the modem port %1: %2</source>
+        <translation>Не удалось открыть порт модема %1: %2</translation>
+    </message>
+    <message>
+        <source>The modem port %1 works again</source>
+        <translation>Порт модема %1 снова работает</translation>
+    </message>
+    <message>
+        <source>The modem port %1 takes no more data, %2 bytes dropped</source>
+        <translation>Порт модема %1 не принимает данные, отброшено байт: %2</translation>
+    </message>
+    <message>
+        <source>The modem port %1 broke: %2</source>
+        <translation>Порт модема %1 отказал: %2</translation>
+    </message>
+    <message>
+        <source>the line was hung up</source>
+        <translation>линия разорвана</translation>
+    </message>
+</context>
+<context>
     <name>SettingsFile</name>
     <message>
         <source>it does not exist</source>

@@ -1,0 +1,89 @@
+#include "serialline.h"
+
+#include "log.h"
+
+#include <cerrno>
+
+#include <poll.h>
+
+SerialLine::SerialLine(const QString& portName, QObject* parent) : QObject(parent)
+{
+    port.setPortName(portName);
+    port.setBaudRate(QSerialPort::Baud19200);
+    port.setDataBits(QSerialPort::Data8);
+    port.setParity(QSerialPort::NoParity);
+    port.setStopBits(QSerialPort::OneStop);
+    port.setFlowControl(QSerialPort::NoFlowControl);
+    port.setReadBufferSize(ReadBufferSize);
+    connect(&port, &QSerialPort::errorOccurred, this, &SerialLine::OnError);
+    Open();
+}
+
+void SerialLine::Open()
+{
+    if (!port.open(QIODevice::ReadWrite))
+        Report(tr("Cannot open the modem port %1: %2"), port.errorString());
+}
+
+QByteArray SerialLine::Read(qint64 maxSize)
+{
+    CloseBroken();
+    if (!port.isOpen())
+        Open();
+    if (!port.isOpen())
+        return {};
+    port.flush();
+    // Only the event loop fills the port's buffer. After a blocking wait the bytes are still in the system.
+    while (port.waitForReadyRead(0)) { }
+    QByteArray bytes = port.read(maxSize);
+    if (!bytes.isEmpty() && !reportedReason.isEmpty()) {
+        Log(tr("The modem port %1 works again").arg(port.portName()));
+        reportedReason.clear();
+    }
+    return bytes;
+}
+
+void SerialLine::Write(const QByteArray& bytes)
+{
+    CloseBroken();
+    if (!port.isOpen())
+        return;
+    const bool full = port.bytesToWrite() + bytes.size() > WriteBufferSize;
+    if (full && !wasFull)
+        Log(tr("The modem port %1 takes no more data, %2 bytes dropped").arg(port.portName()).arg(bytes.size()));
+    wasFull = full;
+    if (full)
+        return;
+    port.write(bytes);
+    port.flush();
+}
+
+// Comes from inside the port's own calls, so the port is closed later: by the event loop, or by the next call.
+void SerialLine::OnError(QSerialPort::SerialPortError error)
+{
+    const bool harmless = error == QSerialPort::NoError || error == QSerialPort::TimeoutError;
+    if (harmless || !port.isOpen() || broken)
+        return;
+    pollfd line{static_cast<int>(port.handle()), 0, 0};
+    const bool hungUp = ::poll(&line, 1, 0) == 1;
+    // The port calls a full line an error too. It keeps the bytes and goes on when there is room.
+    if (!hungUp && port.errorString() == qt_error_string(EAGAIN))
+        return;
+    broken = true;
+    Report(tr("The modem port %1 broke: %2"), hungUp ? tr("the line was hung up") : port.errorString());
+    QMetaObject::invokeMethod(this, &SerialLine::CloseBroken, Qt::QueuedConnection);
+}
+
+void SerialLine::CloseBroken()
+{
+    if (broken)
+        port.close();
+    broken = false;
+}
+
+void SerialLine::Report(const QString& text, const QString& reason)
+{
+    if (reason != reportedReason)
+        Log(text.arg(port.portName(), reason));
+    reportedReason = reason;
+}

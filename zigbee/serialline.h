@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QSerialPort>
+#include <QString>
+
+/// The modem's wire: 19200 baud, 8N1, raw. Its callers check nothing, so every operation does what it can: a port that
+/// cannot be opened or that breaks reads empty and swallows writes. It is opened again at the next read that finds it
+/// closed; an operator finds the system's reason in the log, once until the port has worked again or the reason
+/// changes.
+class SerialLine final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit SerialLine(const QString& portName, QObject* parent = nullptr);
+
+    /// What has come since the last read, also while the thread was blocked; at most `maxSize` bytes, the rest stays
+    /// for the next read. What nobody reads is kept up to 1 MiB, then by the system.
+    [[nodiscard]] QByteArray Read(qint64 maxSize = ReadBufferSize);
+
+    /// Hands `bytes` to the system, which takes them at once or as the line drains. Up to 64 KiB wait for that (34
+    /// seconds of this line); a write beyond is dropped whole, and the log says so once.
+    void Write(const QByteArray& bytes);
+
+    static constexpr qint64 ReadBufferSize = 1024 * 1024;
+    static constexpr qint64 WriteBufferSize = 64 * 1024;
+
+private:
+    void Open();
+    void OnError(QSerialPort::SerialPortError error);
+    void CloseBroken();
+    void Report(const QString& text, const QString& reason);
+
+    QSerialPort port;
+    bool broken = false;
+    bool wasFull = false;
+    QString reportedReason; // empty while the port works
+};

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+
+/// The radio nodes that the modem has reported: a singly linked list whose head, the modem's own entry, is the table.
+/// All operations belong to the head. Not prevented here: two entries with one address; callers look first.
+class ZDevice final {
+public:
+    /// A new table that holds the modem alone.
+    ZDevice(QByteArray uin, QString type);
+
+    /// Releases this entry only: DeleteAllDevices() frees those behind it.
+    ~ZDevice();
+    ZDevice(const ZDevice&) = delete;
+    ZDevice& operator=(const ZDevice&) = delete;
+
+    /// Appends a node at the end of the list. The all-zero address, read up to its first zero byte, is refused.
+    void AddDevice(const QByteArray& uin, const QString& type);
+
+    /// Removes the first node behind the head with this address, if there is one.
+    void DeleteDevice(const QByteArray& uin);
+
+    void DeleteAllDevices();
+
+    /// The first node behind the head with this address, or null. Takes the same time in a table of any size.
+    [[nodiscard]] const ZDevice* Find(const QByteArray& uin) const;
+
+    /// 16 upper-case hexadecimal digits, as the modem writes them.
+    const QByteArray UIN;
+
+    /// The tag that announced the node, for example "FFD:"; "Main Device" for the modem.
+    const QString Type;
+
+    ZDevice* Next = nullptr;
+
+private:
+    struct Index;
+
+    ZDevice(const QByteArray& uin, const QString& type, std::unique_ptr<Index> index);
+
+    std::unique_ptr<Index> index; // the head's alone
+};

@@ -1,0 +1,139 @@
+#include "zigbee.h"
+
+#include "delay.h"
+
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray LengthField(const QByteArray& message)
+{
+    return QByteArray(1, static_cast<char>(message.size())).toHex();
+}
+
+// The text of an answer ends at its first zero byte.
+QString AnswerText(const QByteArray& answer)
+{
+    return QString::fromLatin1(answer.constData(), qsizetype(qstrnlen(answer.constData(), size_t(answer.size()))));
+}
+
+} // namespace
+
+ZigBee::ZigBee(QObject* parent, const QString& portName, bool option)
+    : QObject(parent),
+      Port(std::make_unique<SerialLine>(portName)),
+      Timer(std::make_unique<QTimer>()),
+      Option(option)
+{
+    Init();
+    connect(Timer.get(), &QTimer::timeout, this, &ZigBee::timer_event);
+    Timer->start(500);
+}
+
+ZigBee::~ZigBee()
+{
+    if (ZDevices)
+        ZDevices->DeleteAllDevices();
+}
+
+void ZigBee::Init()
+{
+    if (ZDevices)
+        ZDevices->DeleteAllDevices();
+    ZDevices.reset();
+
+    WriteToPort("atz\r\n"_ba);
+    Delay(5000);
+    MainUIN = GetModemUIN();
+    WriteToPort("atz\r\n"_ba);
+    Delay(5000);
+    Delay(100);
+    ZDevices = std::make_unique<ZDevice>(MainUIN, u"Main Device"_s);
+    Delay(100);
+    WriteToPort("at+jn\r\n"_ba);
+    Delay(1000);
+    WriteToPort("at+en\r\n"_ba);
+    Delay(1000);
+    ScanNetwork();
+}
+
+void ZigBee::Reset()
+{
+    Init();
+}
+
+QByteArray ZigBee::GetModemUIN()
+{
+    GetMessageFromModem();
+    WriteToPort("ati\r\n"_ba);
+    Delay(1000);
+    const QString answer = AnswerText(Port->Read(80));
+    // Without the version line this is -1, and the places count from there: some modems are read like that.
+    static const QRegularExpression versionLine(u"\r\nR...X\r\n"_s, QRegularExpression::DotMatchesEverythingOption);
+    const qsizetype i = answer.indexOf(versionLine);
+    ModemVersion = answer.mid(i + 3, 3).toInt();
+    return answer.mid(i + 9, 16).toLatin1();
+}
+
+QByteArray ZigBee::GetMessageFromModem()
+{
+    const QByteArray bytes = Port->Read();
+    if (!bytes.isEmpty())
+        emit Received(bytes);
+    return bytes;
+}
+
+QString ZigBee::SearchZDeviceFromUIN(const QByteArray& uin) const
+{
+    const ZDevice* const device = ZDevices->Find(uin);
+    return device ? device->Type : u"none"_s;
+}
+
+void ZigBee::timer_event()
+{
+    UpdateZNetwork();
+}
+
+void ZigBee::UpdateZNetwork()
+{
+    // A receiver may run the event loop, and so another poll inside this one: the table is asked and filled event by
+    // event.
+    ParseModemChunk(
+        GetMessageFromModem(), [this](const QByteArray& uin) { return ZDevices->Find(uin) != nullptr; },
+        [this](const ModemEvent::Any& event) { std::visit([this](const auto& known) { Signal(known); }, event); });
+}
+
+void ZigBee::Signal(const ModemEvent::NodeFound& event)
+{
+    ZDevices->AddDevice(event.uin, event.type);
+    emit NewNode(event.uin);
+}
+
+void ZigBee::ScanNetwork()
+{
+    WriteToPort("at+sn\r\n"_ba);
+}
+
+void ZigBee::SendMessageToZDevice(const QByteArray& uin, const QByteArray& message)
+{
+    WriteToPort("at+ucastb:" + LengthField(message) + ',' + uin + '\r' + message);
+}
+
+void ZigBee::SendBroadcastMessageToZDevice(const QByteArray& message)
+{
+    WriteToPort("at+bcastb:" + LengthField(message) + ",00\r" + message);
+}
+
+QByteArray ZigBee::SendMainUIN()
+{
+    const QByteArray frame = "\xC0\x05" + MainUIN + '\xC1';
+    SendBroadcastMessageToZDevice(frame);
+    return frame;
+}
+
+void ZigBee::WriteToPort(const QByteArray& bytes)
+{
+    Port->Write(bytes);
+}

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "modemparser.h"
+#include "serialline.h"
+#include "zdevice.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+
+/// The radio modem: its start-up, its own address, frames to the nodes, and everything it says as signals, read every
+/// 500 ms. All waits block the thread: the modem needs the gaps between its commands. No failure is returned; a modem
+/// that is not there stays silent.
+class ZigBee final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Opens `portName` and runs Init(). `option` is kept and decides nothing.
+    ZigBee(QObject* parent, const QString& portName, bool option);
+    ~ZigBee() override;
+
+    /// Resets the modem, reads its address, makes a new node table and starts a scan, the answers to which come with
+    /// the next polls. Blocks for 13.2 seconds.
+    void Init();
+
+    /// Asks the modem for its address and sets ModemVersion; blocks for a second. A modem that answers without its
+    /// version line, or not at all, yields what stands at the fixed places, often nothing.
+    QByteArray GetModemUIN();
+
+    /// Everything that has come since the last read; announced by Received() unless empty.
+    QByteArray GetMessageFromModem();
+
+    /// The tag that announced a node, "none" for one that is not in the table. The table's head, the modem itself, does
+    /// not count.
+    [[nodiscard]] QString SearchZDeviceFromUIN(const QByteArray& uin) const;
+
+    /// Reads and parses what has come.
+    void UpdateZNetwork();
+
+    /// Tells all nodes the modem's address. Returns the frame that was sent.
+    QByteArray SendMainUIN();
+
+    /// Writes `bytes` as they are.
+    void WriteToPort(const QByteArray& bytes);
+
+    /// The head of the node table; a Reset() replaces the whole table.
+    [[nodiscard]] const ZDevice* Nodes() const { return ZDevices.get(); }
+
+    QByteArray MainUIN;
+    qint32 ModemVersion = 0; ///< the three digits between "R" and "X" of the version line
+
+public slots:
+    /// The length field counts modulo 256; nothing is split.
+    void SendMessageToZDevice(const QByteArray& uin, const QByteArray& message);
+    void SendBroadcastMessageToZDevice(const QByteArray& message);
+    void timer_event();
+    void ScanNetwork();
+    void Reset();
+
+signals:
+    void ReceivedUCAST(const QByteArray& uin, const QByteArray& message);
+    void ReceivedBCAST(const QByteArray& uin, const QByteArray& message);
+    void NewNode(const QByteArray& uin);
+    void Received(const QByteArray& data);
+    void ReceivedACK(quint8 i);
+    void ReceivedNACK(quint8 i);
+    void AcceptUCAST(quint8 i);
+    void Error(quint16 i);
+
+private:
+    void Signal(const ModemEvent::NodeFound& event);
+    void Signal(const ModemEvent::Unicast& event) { emit ReceivedUCAST(event.uin, event.payload); }
+    void Signal(const ModemEvent::Broadcast& event) { emit ReceivedBCAST(event.uin, event.payload); }
+    void Signal(ModemEvent::Delivered event) { emit ReceivedACK(event.number); }
+    void Signal(ModemEvent::NotDelivered event) { emit ReceivedNACK(event.number); }
+    void Signal(ModemEvent::Accepted event) { emit AcceptUCAST(event.number); }
+    void Signal(ModemEvent::Refused event) { emit Error(event.code); }
+
+    std::unique_ptr<SerialLine> Port;
+    std::unique_ptr<ZDevice> ZDevices;
+    std::unique_ptr<QTimer> Timer;
+    [[maybe_unused]] bool Ready = true;
+    [[maybe_unused]] const bool Option;
+};

@@ -36,8 +36,6 @@ void ReadDatabase(SysVar& vars, SettingsFile& settings)
 
 } // namespace
 
-Ravelin::Ravelin() : TServerPlugin(nullptr) { }
-
 bool Ravelin::LoadSettings(const QString& fileName)
 {
     TServerPlugin::LoadSettings(fileName);
@@ -58,8 +56,3 @@ bool Ravelin::LoadSettings(const QString& fileName)
     settings.ReportValueProblems();
     return true;
 }
-
-void Ravelin::Start() { }
-
-// The controller has no timer of its own.
-void Ravelin::timerEvent(QTimerEvent*) { }

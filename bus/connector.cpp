@@ -111,6 +111,14 @@ void TConnector::SetOutDataAll(uchar version, const QByteArray& data)
         socket->WriteFrame(frame);
 }
 
+bool TConnector::CommandWaits(QByteArrayView name) const
+{
+    for (TMyLocalSocket* const socket : QList{AdminConnection} + OutConnections + InConnections)
+        if (BusFrame::HoldsCommand(socket->PeekAll(), socket->BlockSize, name))
+            return true;
+    return false;
+}
+
 void TConnector::timerEvent(QTimerEvent* event)
 {
     if (event->timerId() != reconnectTimer.timerId())

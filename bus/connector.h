@@ -33,6 +33,9 @@ public:
     /// One Data frame to the peers that this process connected to.
     void SetOutDataAll(uchar version, const QByteArray& data);
 
+    /// Whether a peer has sent the command `name` and it could not be handled yet, because the thread waits.
+    [[nodiscard]] bool CommandWaits(QByteArrayView name) const;
+
     /// The connection to the administrative server, owned by the connector. Its Name is whom to connect to.
     TMyLocalSocket* const AdminConnection;
 

@@ -103,3 +103,23 @@ BusFrame::Frame BusFrame::Decode(QByteArray body)
         return Data{kind, OnlyArray(std::move(body))};
     }
 }
+
+bool BusFrame::HoldsCommand(QByteArrayView stream, qint32 blockSize, QByteArrayView name)
+{
+    for (;;) {
+        if (blockSize == 0) {
+            if (stream.size() < LengthFieldSize)
+                return false;
+            blockSize = qFromBigEndian<qint32>(stream.data());
+            stream = stream.sliced(LengthFieldSize);
+        }
+        if (blockSize < 0 || blockSize > stream.size())
+            return false;
+        const Frame frame = Decode(stream.first(blockSize).toByteArray());
+        const auto* const command = std::get_if<Command>(&frame);
+        if (command && command->commandName == name)
+            return true;
+        stream = stream.sliced(blockSize);
+        blockSize = 0;
+    }
+}

@@ -55,4 +55,8 @@ constexpr qint32 LengthFieldSize = 4;
 /// than there are, reads as null (a number as 0), as do the fields behind it; an empty body is an empty Data frame.
 [[nodiscard]] Frame Decode(QByteArray body);
 
+/// Whether a Command frame `name` is among the whole frames of `stream`, what has come in and is not yet handled;
+/// `blockSize` is the length of the first one if that has been read already, else 0.
+[[nodiscard]] bool HoldsCommand(QByteArrayView stream, qint32 blockSize, QByteArrayView name);
+
 } // namespace BusFrame

@@ -2,6 +2,10 @@
 
 #include "log.h"
 
+#include <algorithm>
+
+#include <sys/socket.h>
+
 TMyLocalSocket::TMyLocalSocket(QObject* parent) : QLocalSocket(parent)
 {
     connect(this, &QLocalSocket::readyRead, this, &TMyLocalSocket::processReadyRead);
@@ -25,6 +29,20 @@ void TMyLocalSocket::WriteFrame(const QByteArray& frame)
 
     write(frame);
     flush();
+}
+
+QByteArray TMyLocalSocket::PeekAll()
+{
+    constexpr qsizetype Most = 1024 * 1024;
+    QByteArray bytes = peek(Most);
+    const qsizetype seen = bytes.size();
+    if (seen >= Most || state() != ConnectedState)
+        return bytes;
+    bytes.resize(Most);
+    const ssize_t more = ::recv(static_cast<int>(socketDescriptor()), bytes.data() + seen,
+        static_cast<size_t>(Most - seen), MSG_PEEK | MSG_DONTWAIT);
+    bytes.resize(seen + std::max<ssize_t>(more, 0));
+    return bytes;
 }
 
 void TMyLocalSocket::processReadyRead()

@@ -14,6 +14,9 @@ public:
     /// log tells once when that begins and once when frames go through again.
     void WriteFrame(const QByteArray& frame);
 
+    /// What has come in and was not read, up to 1 MiB, also what the event loop has not yet seen. Takes nothing away.
+    [[nodiscard]] QByteArray PeekAll();
+
     static constexpr qint64 LargestBacklog = 8 * 1024 * 1024;
 
     /// The peer's bus name, UTF-8. Empty for an accepted connection until the peer identifies itself.

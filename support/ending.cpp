@@ -51,9 +51,9 @@ void NoticeSignal()
 void LookAround()
 {
     NoticeSignal();
-    for (const Watch& watch : std::as_const(watches))
-        if (watch.owner)
-            watch.look();
+    for (auto watch = watches.crbegin(); watch != watches.crend(); ++watch)
+        if (watch->owner)
+            watch->look();
 }
 
 } // namespace

@@ -22,7 +22,8 @@ void Request(int exitCode, const QString& why);
 void InstallSignalHandlers();
 
 /// While the thread waits, `look` is called several times a second, until `owner` dies. It may only look, without
-/// changing anything, and call Request() when it sees a reason; no event is processed around it.
+/// changing anything, and call Request() when it sees a reason; no event is processed around it. Who came last looks
+/// first.
 void WatchWhileWaiting(const QObject* owner, std::function<void()> look);
 
 /// Called once, last in, first out, before the process leaves from inside a wait: the place to close what must be

@@ -9,6 +9,37 @@
     </message>
 </context>
 <context>
+    <name>Ravelin</name>
+    <message>
+        <source>QuitSignal received. Stopping application.</source>
+        <translation>Получен сигнал QuitSignal. Остановка приложения.</translation>
+    </message>
+    <message>
+        <source>COM-port data</source>
+        <translation>Данные COM-порта</translation>
+    </message>
+    <message>
+        <source>counter port</source>
+        <translation>порт счётчика</translation>
+    </message>
+    <message>
+        <source>New node: %1</source>
+        <translation>Новый узел: %1</translation>
+    </message>
+    <message>
+        <source>Received BCAST from %1</source>
+        <translation>Получен BCAST от %1</translation>
+    </message>
+    <message>
+        <source>Received UCAST from %1</source>
+        <translation>Получен UCAST от %1</translation>
+    </message>
+    <message>
+        <source>Printing devices on network...</source>
+        <translation>Вывод устройств в сети...</translation>
+    </message>
+</context>
+<context>
     <name>SerialLine</name>
     <message>
         <source>Cannot open the modem port %1: %2</source>

@@ -1,0 +1,156 @@
+#include "connector.h"
+#include "delay.h"
+#include "ending.h"
+#include "ravelin.h"
+#include "version.h"
+
+#include <QDataStream>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto ModuleVersion = u"5.4.54:0df2e73b28c0"_s;
+
+const auto AboutTemplate = u"----\nИнформация о сборке.\nВерсия модуля: %1\nВерсия Tessel: %6\n\n"
+                           "----\nИнформация о работе модуля.\nБаза данных: %3\n"_s;
+
+const auto Measure = "\xC0\x01\xC1"_ba;
+const auto ReadOut = "\xC0\x02\xC1"_ba;
+
+} // namespace
+
+struct Ravelin::Request {
+    QByteArray name;
+    QByteArray data;
+    int idConnection = -1;
+
+    /// The command's argument; empty when there is none.
+    [[nodiscard]] QByteArray Argument() const
+    {
+        QDataStream in(data);
+        in.setVersion(QDataStream::Qt_4_5);
+        QByteArray argument;
+        in >> argument;
+        return argument;
+    }
+};
+
+struct Ravelin::KnownCommand {
+    QByteArrayView name;
+    void (Ravelin::*carryOut)(const Request& request);
+    bool anywhere = false; ///< fits a command that contains the name
+};
+
+const Ravelin::KnownCommand Ravelin::Commands[] = {
+    {"Input_Data_On", &Ravelin::SwitchLiveViewOn},
+    {"Input_Data_Off", &Ravelin::SwitchLiveViewOff},
+    {"About", &Ravelin::About},
+    {"Query_counter", &Ravelin::QueryCounter},
+    {"Need_query", &Ravelin::RequestQuery},
+    // Administrators put a mark of their own behind this name and find it in the reply.
+    {"Get_ZDevices", &Ravelin::ListNodes, true},
+    {"Reset_KS", &Ravelin::ResetNode},
+    {"Write_direct_in_port", &Ravelin::WriteDirectly},
+    {"Send_main_UIN", &Ravelin::SendMainUIN},
+    {"QuitSignal", &Ravelin::Quit},
+};
+
+void Ravelin::AdminCommand(QByteArray& command_name, QByteArray& data, int IDConnection, TMyLocalSocket*)
+{
+    for (const KnownCommand& command : Commands) {
+        if (command_name == command.name || (command.anywhere && command_name.contains(command.name))) {
+            (this->*command.carryOut)({command_name, data, IDConnection});
+            return;
+        }
+    }
+}
+
+void Ravelin::SwitchLiveViewOn(const Request&)
+{
+    InData = true;
+}
+
+void Ravelin::SwitchLiveViewOff(const Request&)
+{
+    InData = false;
+}
+
+void Ravelin::About(const Request& request)
+{
+    const QString text = AboutTemplate.arg(ModuleVersion).arg(Settings.BaseName).arg(getTesselVersion());
+    SetAction("About"_ba, text.toUtf8(), ""_ba, request.idConnection);
+}
+
+void Ravelin::QueryCounter(const Request& request)
+{
+    const QByteArray uin = request.Argument();
+    Modem->SendMessageToZDevice(uin, Measure);
+    Delay(20000);
+    Modem->SendMessageToZDevice(uin, ReadOut);
+}
+
+void Ravelin::RequestQuery(const Request&)
+{
+    emit NeedQuery();
+}
+
+void Ravelin::ListNodes(const Request& request)
+{
+    QList<QByteArray> uins;
+    for (const ZDevice* node = Modem->Nodes(); node; node = node->Next)
+        uins.append(node->UIN);
+
+    QByteArray data;
+    QDataStream out(&data, QIODevice::WriteOnly);
+    out.setVersion(QDataStream::Qt_4_5);
+    out << static_cast<qint32>(uins.size());
+    for (const QByteArray& uin : uins)
+        out << uin;
+    SetAction(request.name, request.name, data, request.idConnection);
+}
+
+void Ravelin::ResetNode(const Request& request)
+{
+    ResetKS(request.Argument());
+}
+
+/// A pulse on register 18 of the node, with register 16 prepared for it and put back. The answers come with later
+/// polls.
+void Ravelin::ResetKS(const QByteArray& uin)
+{
+    const QByteArray node = "ATREMS:" + uin;
+    Modem->WriteToPort(node + ",16=01f8\r\n");
+    Delay(1000);
+    Modem->WriteToPort(node + ",18=00f0\r\n");
+    Delay(1000);
+    Modem->WriteToPort(node + ",18=01f0\r\n");
+    Delay(1000);
+    Modem->WriteToPort(node + ",16=00f8\r\n");
+}
+
+void Ravelin::WriteDirectly(const Request& request)
+{
+    Modem->WriteToPort(request.Argument());
+}
+
+void Ravelin::SendMainUIN(const Request&)
+{
+    if (Modem)
+        Modem->SendMainUIN();
+}
+
+void Ravelin::Quit(const Request&)
+{
+    EndOnQuitSignal();
+}
+
+void Ravelin::EndOnQuitSignal()
+{
+    Ending::Request(0, tr("QuitSignal received. Stopping application."));
+}
+
+void Ravelin::Test()
+{
+    emit SendMessage("000D6F00001733EB"_ba, ReadOut);
+}

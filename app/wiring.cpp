@@ -1,0 +1,35 @@
+// Who talks to whom: every connection between the parts of the daemon, in the order in which they come into being.
+
+#include "connector.h"
+#include "ending.h"
+#include "ravelin.h"
+
+#include <QDebug>
+
+Ravelin::Ravelin() : TServerPlugin(nullptr)
+{
+    connect(Connector, &TConnector::NewCommand, this, &Ravelin::AdminCommand);
+    // While a sweep waits nobody reads the bus, yet the administrator's last word must not wait with it.
+    Ending::WatchWhileWaiting(this, [this] {
+        if (Connector->CommandWaits("QuitSignal"))
+            EndOnQuitSignal();
+    });
+}
+
+void Ravelin::Start()
+{
+    Modem = new ZigBee(nullptr, Settings.PortKS, true);
+    UnicastBuffer = new ZUCASTBuffer(Modem->MainUIN, {});
+    qDebug() << "openned...";
+
+    connect(this, &Ravelin::SendBMessage, Modem, &ZigBee::SendBroadcastMessageToZDevice);
+    connect(this, &Ravelin::SendMessage, Modem, &ZigBee::SendMessageToZDevice);
+    connect(this, &Ravelin::ScanNet, Modem, &ZigBee::ScanNetwork);
+    connect(Modem, &ZigBee::Received, this, &Ravelin::ReceivedData);
+    connect(Modem, &ZigBee::NewNode, this, &Ravelin::NewDevice);
+
+    qDebug() << "Send main uin to all z-devices" << Modem->SendMainUIN().toHex();
+}
+
+// The controller has no timer of its own.
+void Ravelin::timerEvent(QTimerEvent*) { }

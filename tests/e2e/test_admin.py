@@ -1,0 +1,138 @@
+"""The administrator's commands and live view, byte for byte: on the bus, on the modem's line, on the debug output."""
+
+import os
+import pty
+import select
+import signal
+import struct
+import time
+import tty
+import unittest
+
+import buspeer as bus
+from process import Process, wait_for
+
+SETTINGS = "[Base]\nAdminServerName=admin\nServerName=probe\nBaseName=db/z.db\n[Main]\nPortKS=%s\n"
+UIN, NODE = b"000D6F0000000001", b"000D6F00001733EB"
+
+
+class ModemLine:
+    """The modem's end of the daemon's serial line."""
+
+    def __init__(self):
+        self.master, self.slave = pty.openpty()
+        tty.setraw(self.slave)
+        self.path = os.ttyname(self.slave)
+        self.received = b""
+
+    def say(self, raw):
+        os.write(self.master, raw)
+
+    def expect(self, test, raw, timeout=10.0):
+        """The next bytes that the daemon writes are `raw`."""
+        deadline = time.monotonic() + timeout
+        while len(self.received) < len(raw):
+            self.received += self.read(deadline)
+        test.assertEqual(self.received[:len(raw)], raw)
+        self.received = self.received[len(raw):]
+
+    def read(self, deadline):
+        if not select.select([self.master], [], [], max(0.0, deadline - time.monotonic()))[0]:
+            raise TimeoutError(f"the daemon wrote only {self.received!r}")
+        return os.read(self.master, 4096)
+
+    def close(self):
+        os.close(self.master)
+        os.close(self.slave)
+
+
+def argument(raw):
+    return bus.byte_array(raw)
+
+
+class Administrator(unittest.TestCase):
+    def setUp(self):
+        self.modem = ModemLine()
+        self.addCleanup(self.modem.close)
+        self.home = self.enterContext(Process(settings=SETTINGS % self.modem.path))
+        listener = self.home.listen("admin")
+        self.home.start()
+        self.modem.expect(self, b"atz\r\nati\r\n")
+        self.modem.say(b"\r\nR123X\r\n" + UIN + b"\r\nOK\r\n")
+        self.modem.expect(self, b"atz\r\nat+jn\r\nat+en\r\nat+sn\r\n")
+        self.modem.expect(self, b"at+bcastb:13,00\r\xc0\x05" + UIN + b"\xc1")
+        self.admin = self.home.accept(listener)
+        self.admin.read_frame()
+
+    def expect_action(self, name, message, data, connection):
+        self.assertEqual(self.admin.read_frame(), bus.action(name, message, data, connection))
+
+    def test_commands(self):
+        self.admin.send(bus.command(b"About", connection=7))
+        self.expect_action(b"About", "----\nИнформация о сборке.\nВерсия модуля: 5.4.54:0df2e73b28c0\nВерсия Tessel: 0.1.0\n\n"
+                           "----\nИнформация о работе модуля.\nБаза данных: db/z.db\n".encode(), b"", 7)
+
+        self.modem.say(b"\r\nFFD:" + NODE + b"\r\n")
+        wait_for(lambda: '"NEW: 000D6F00001733EB\\n"' in self.home.stderr(), "the node")
+        self.admin.send(bus.command(b"xGet_ZDevices2", connection=-3))
+        nodes = struct.pack(">i", 2) + bus.byte_array(UIN) + bus.byte_array(NODE)
+        self.expect_action(b"xGet_ZDevices2", b"xGet_ZDevices2", nodes, -3)
+
+        self.admin.send(bus.command(b"about") + bus.command(b"Unknown", argument(b"x")) + bus.command(b"Send_main_UIN"))
+        self.modem.expect(self, b"at+bcastb:13,00\r\xc0\x05" + UIN + b"\xc1")
+        self.admin.send(bus.command(b"Write_direct_in_port", argument(b"\x00\xffat\r")))
+        self.modem.expect(self, b"\x00\xffat\r")
+        self.admin.send(bus.command(b"Reset_KS", argument(NODE)))
+        self.modem.expect(self, b"ATREMS:%s,16=01f8\r\nATREMS:%s,18=00f0\r\nATREMS:%s,18=01f0\r\nATREMS:%s,16=00f8\r\n"
+                          % ((NODE,) * 4))
+        self.admin.send(bus.command(b"Query_counter", argument(NODE)))
+        self.modem.expect(self, b"at+ucastb:03," + NODE + b"\r\xc0\x01\xc1at+ucastb:03," + NODE + b"\r\xc0\x02\xc1")
+        self.admin.send(bus.command(b"Query_counter"))  # without its argument: an empty address
+        self.modem.expect(self, b"at+ucastb:03,\r\xc0\x01\xc1")
+
+    def test_live_view(self):
+        self.modem.say(b"unseen")
+        wait_for(lambda: '"unseen"' in self.home.stderr(), "debug output without the live view")
+        self.admin.send(bus.command(b"Input_Data_On") + bus.command(b"About"))
+        self.admin.read_frame()
+        line = b"\r\nFFD:" + NODE + b"\r\n"
+        self.modem.say(line)
+        self.expect_action(b"InData", b"COM-port data", line, -1)
+        self.expect_action(b"InData", b"New node: " + NODE, b"", -1)
+        self.admin.send(bus.command(b"Input_Data_Off") + bus.command(b"About"))
+        self.admin.read_frame()
+        self.modem.say(b"unseen again")
+        wait_for(lambda: '"unseen again"' in self.home.stderr(), "debug output after the live view")
+        self.admin.send(bus.command(b"About", connection=1))
+        self.assertEqual(self.admin.read_frame()[-4:], b"\0\0\0\x01")
+        shown = self.home.stderr().splitlines()
+        self.assertIn('"\\r\\nFFD:000D6F00001733EB\\r\\n"', shown)
+        self.assertEqual(shown[shown.index('"unseen"') + 1], "")
+
+    def test_quit(self):
+        self.admin.send(bus.command(b"QuitSignal"))
+        self.assertEqual(self.home.wait(), 0)
+        self.assertEqual(self.home.log_texts()[-1], "QuitSignal received. Stopping application.")
+
+    def test_quit_inside_a_wait(self):
+        """The command waits on the bus, and the administrator has gone already: its word still counts."""
+        self.admin.send(bus.command(b"Query_counter", argument(NODE)))
+        self.modem.expect(self, b"at+ucastb:03," + NODE + b"\r\xc0\x01\xc1")
+        self.admin.send(bus.command(b"About") + bus.data(1, b"x" * 5000) + bus.command(b"QuitSignal"))
+        begun = time.monotonic()
+        self.admin.close()
+        self.assertEqual(self.home.wait(), 0)
+        self.assertLess(time.monotonic() - begun, 0.5)  # of the 20 s that the command waits, 1 s here
+        self.assertEqual(self.home.log_texts()[-1], "QuitSignal received. Stopping application.")
+
+    def test_end_within_the_start(self):
+        """SIGTERM while the modem is being set up."""
+        with Process(settings=SETTINGS % "/dev/null/none", speed=0) as home:
+            home.start()
+            wait_for(lambda: len(home.log()) > 1, "log lines of the start")
+            home.signal(signal.SIGTERM)
+            self.assertEqual(home.wait(2.0), 0)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <ranges>
 #include <utility>
 
 #include <fcntl.h>
@@ -51,9 +52,9 @@ void NoticeSignal()
 void LookAround()
 {
     NoticeSignal();
-    for (auto watch = watches.crbegin(); watch != watches.crend(); ++watch)
-        if (watch->owner)
-            watch->look();
+    for (const Watch& watch : std::views::reverse(std::as_const(watches)))
+        if (watch.owner)
+            watch.look();
 }
 
 } // namespace

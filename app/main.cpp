@@ -41,7 +41,7 @@ int main(int argc, char* argv[])
     static_cast<void>(translator.load(u"Ravelin.qm"_s, u""_s, u""_s, u""_s)); // texts stay English without it
     QCoreApplication::installTranslator(&translator);
 
-    auto* const controller = new Ravelin; // lives as long as the process: never deleted
+    static auto* const controller = new Ravelin; // lives as long as the process: never deleted
     LoadAllSettings(*controller, QCoreApplication::arguments());
     controller->Start();
     Log(QCoreApplication::translate("main", "Start Ok!"));

@@ -9,7 +9,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <ranges>
 #include <utility>
 
 #include <fcntl.h>
@@ -52,7 +51,7 @@ void NoticeSignal()
 void LookAround()
 {
     NoticeSignal();
-    for (const Watch& watch : std::views::reverse(std::as_const(watches)))
+    for (const Watch& watch : std::as_const(watches))
         if (watch.owner)
             watch.look();
 }
@@ -93,7 +92,7 @@ void Ending::InstallSignalHandlers()
 
 void Ending::WatchWhileWaiting(const QObject* owner, std::function<void()> look)
 {
-    watches.append({owner, std::move(look)});
+    watches.prepend({owner, std::move(look)});
 }
 
 void Ending::BeforeLeaving(std::function<void()> close)

@@ -30,7 +30,7 @@ void Parse(benchmark::State& state, const QByteArray& chunk, int nodes)
     ZDevice table("000D6F0000FFFFFF"_ba, u"Main Device"_s);
     for (int i = 0; i < nodes; ++i)
         table.AddDevice(Uin(i), u"FFD:"_s);
-    for (auto _ : state)
+    while (state.KeepRunning())
         ParseModemChunk(
             chunk, [&](const QByteArray& uin) { return table.Find(uin) != nullptr; },
             [](const ModemEvent::Any& event) { benchmark::DoNotOptimize(&event); });
@@ -69,7 +69,7 @@ void NewNodes(benchmark::State& state)
     QByteArray chunk;
     for (int i = 0; i < nodes; ++i)
         chunk += "\r\nFFD:" + Uin(i) + "\r\n";
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         ZDevice table("000D6F0000FFFFFF"_ba, u"Main Device"_s);
         ParseModemChunk(
             chunk, [&](const QByteArray& uin) { return table.Find(uin) != nullptr; },

@@ -9,9 +9,8 @@
 #include <QCoreApplication>
 #include <QSocketNotifier>
 
+#include <array>
 #include <cstdio>
-#include <iostream>
-#include <string>
 
 #include <unistd.h>
 
@@ -93,12 +92,16 @@ int main(int argc, char* argv[])
     Say("started");
 
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &modem, [&modem, &input] {
-        std::string line;
-        if (std::getline(std::cin, line))
-            Obey(modem, QByteArray::fromStdString(line).split(' '));
-        else
+    QByteArray commands;
+    QObject::connect(&input, &QSocketNotifier::activated, &modem, [&] {
+        std::array<char, 4096> buffer{};
+        const ssize_t size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (size <= 0)
             input.setEnabled(false);
+        else
+            commands.append(buffer.data(), size);
+        for (qsizetype end = 0; (end = commands.indexOf('\n')) >= 0; commands.remove(0, end + 1))
+            Obey(modem, commands.left(end).split(' '));
     });
     return QCoreApplication::exec();
 }

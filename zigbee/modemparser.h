@@ -46,7 +46,7 @@ using TakeModemEvent = std::function<void(const ModemEvent::Any& event)>;
 
 /// The longest payload of one message, in bytes. Text messages of one chunk add up, and broadcasts nested without a
 /// line end would add up to the square of the chunk.
-constexpr qsizetype MaxPayload = 64 * 1024;
+constexpr qsizetype MaxPayload = 65536;
 
 /// Cuts `chunk`, the modem's output between two polls, into events and gives them to `take` one by one, grouped by kind
 /// in a fixed order and not as they arrived. `isKnown` is asked when a node turns up, so it can answer with what `take`

@@ -16,6 +16,7 @@ SerialLine::SerialLine(const QString& portName, QObject* parent) : QObject(paren
     port.setFlowControl(QSerialPort::NoFlowControl);
     port.setReadBufferSize(ReadBufferSize);
     connect(&port, &QSerialPort::errorOccurred, this, &SerialLine::OnError);
+    connect(&port, &QSerialPort::errorOccurred, this, &SerialLine::CloseBroken, Qt::QueuedConnection);
     Open();
 }
 
@@ -58,7 +59,7 @@ void SerialLine::Write(const QByteArray& bytes)
     port.flush();
 }
 
-// Comes from inside the port's own calls, so the port is closed later: by the event loop, or by the next call.
+// Comes from inside the port's own calls, so the port is closed later: by the event loop or by the next call.
 void SerialLine::OnError(QSerialPort::SerialPortError error)
 {
     const bool harmless = error == QSerialPort::NoError || error == QSerialPort::TimeoutError;
@@ -71,7 +72,6 @@ void SerialLine::OnError(QSerialPort::SerialPortError error)
         return;
     broken = true;
     Report(tr("The modem port %1 broke: %2"), hungUp ? tr("the line was hung up") : port.errorString());
-    QMetaObject::invokeMethod(this, &SerialLine::CloseBroken, Qt::QueuedConnection);
 }
 
 void SerialLine::CloseBroken()

@@ -23,8 +23,8 @@ public:
     /// seconds of this line); a write beyond is dropped whole, and the log says so once.
     void Write(const QByteArray& bytes);
 
-    static constexpr qint64 ReadBufferSize = 1024 * 1024;
-    static constexpr qint64 WriteBufferSize = 64 * 1024;
+    static constexpr qint64 ReadBufferSize = 1048576;
+    static constexpr qint64 WriteBufferSize = 65536;
 
 private:
     void Open();

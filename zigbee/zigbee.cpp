@@ -79,7 +79,7 @@ QByteArray ZigBee::GetModemUIN()
 
 QByteArray ZigBee::GetMessageFromModem()
 {
-    const QByteArray bytes = Port->Read();
+    QByteArray bytes = Port->Read();
     if (!bytes.isEmpty())
         emit Received(bytes);
     return bytes;
@@ -87,7 +87,7 @@ QByteArray ZigBee::GetMessageFromModem()
 
 QString ZigBee::SearchZDeviceFromUIN(const QByteArray& uin) const
 {
-    const ZDevice* const device = ZDevices->Find(uin);
+    const ZDevice* const device = ZDevices ? ZDevices->Find(uin) : nullptr;
     return device ? device->Type : u"none"_s;
 }
 
@@ -98,6 +98,8 @@ void ZigBee::timer_event()
 
 void ZigBee::UpdateZNetwork()
 {
+    if (!ZDevices)
+        return; // in the middle of a start-up
     // A receiver may run the event loop, and so another poll inside this one: the table is asked and filled event by
     // event.
     ParseModemChunk(
@@ -128,7 +130,7 @@ void ZigBee::SendBroadcastMessageToZDevice(const QByteArray& message)
 
 QByteArray ZigBee::SendMainUIN()
 {
-    const QByteArray frame = "\xC0\x05" + MainUIN + '\xC1';
+    QByteArray frame = "\xC0\x05" + MainUIN + '\xC1';
     SendBroadcastMessageToZDevice(frame);
     return frame;
 }

@@ -44,13 +44,13 @@ public:
     /// Writes `bytes` as they are.
     void WriteToPort(const QByteArray& bytes);
 
-    /// The head of the node table; a Reset() replaces the whole table.
+    /// The head of the node table; null during Init(), which replaces the whole table.
     [[nodiscard]] const ZDevice* Nodes() const { return ZDevices.get(); }
 
     QByteArray MainUIN;
     qint32 ModemVersion = 0; ///< the three digits between "R" and "X" of the version line
 
-public slots:
+public slots: // NOLINT(readability-redundant-access-specifiers)
     /// The length field counts modulo 256; nothing is split.
     void SendMessageToZDevice(const QByteArray& uin, const QByteArray& message);
     void SendBroadcastMessageToZDevice(const QByteArray& message);

@@ -14,6 +14,11 @@ FAKETIME = glob.glob("/usr/lib/*/faketime/libfaketime.so.1")[0]
 SANITIZED = "asan" in os.path.basename(BUILD)  # the sanitizer keeps freed memory: resident sizes say nothing then
 
 
+def faketime_environment(speed, start):
+    """Loads libfaketime by hand: the faketime command would stand between us and the process."""
+    return {"LD_PRELOAD": FAKETIME, "FAKETIME": f"@{start} x{speed}"}
+
+
 def wait_for(condition, what, timeout=20.0):
     """Returns the first true value of condition(); an end-to-end test waits for what it can see, never for a time."""
     deadline = time.monotonic() + timeout
@@ -47,8 +52,8 @@ class Process:
         arguments = ["-settings", self.settings_path] if self.arguments is None else self.arguments
         environment = dict(os.environ, TMPDIR=self.directory, TZ="UTC", XDG_STATE_HOME=self.directory,
                            HOME=self.directory)
-        if self.speed:  # preloaded by hand: the faketime command would keep signals for itself
-            environment.update(LD_PRELOAD=FAKETIME, FAKETIME=f"@{self.start_time} x{self.speed}")
+        if self.speed:
+            environment.update(faketime_environment(self.speed, self.start_time))
         with open(self.stderr_path, "ab") as stderr:
             self.process = subprocess.Popen([os.path.join(BUILD, self.program)] + arguments,
                                             cwd=self.directory, env=environment, stdin=subprocess.DEVNULL,

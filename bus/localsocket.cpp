@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 TMyLocalSocket::TMyLocalSocket(QObject* parent) : QLocalSocket(parent)
@@ -33,15 +34,19 @@ void TMyLocalSocket::WriteFrame(const QByteArray& frame)
 
 QByteArray TMyLocalSocket::PeekAll()
 {
+    if (state() != ConnectedState)
+        return {};
     constexpr qsizetype Most = 1024 * 1024;
     QByteArray bytes = peek(Most);
     const qsizetype seen = bytes.size();
-    if (seen >= Most || state() != ConnectedState)
+    const int descriptor = static_cast<int>(socketDescriptor());
+    int waiting = 0;
+    if (::ioctl(descriptor, FIONREAD, &waiting) != 0 || waiting <= 0)
         return bytes;
-    bytes.resize(Most);
-    const ssize_t more = ::recv(static_cast<int>(socketDescriptor()), bytes.data() + seen,
-        static_cast<size_t>(Most - seen), MSG_PEEK | MSG_DONTWAIT);
-    bytes.resize(seen + std::max<ssize_t>(more, 0));
+    const auto room = static_cast<size_t>(std::min<qsizetype>(waiting, Most - seen));
+    bytes.resize(seen + static_cast<qsizetype>(room));
+    const ssize_t more = ::recv(descriptor, bytes.data() + seen, room, MSG_PEEK | MSG_DONTWAIT);
+    bytes.truncate(seen + std::max<ssize_t>(more, 0));
     return bytes;
 }
 

@@ -6,9 +6,9 @@
 
 #include <poll.h>
 
-SerialLine::SerialLine(const QString& portName, QObject* parent) : QObject(parent)
+SerialLine::SerialLine(const QString& portName, QObject* parent) : QObject(parent), name(portName)
 {
-    port.setPortName(portName);
+    port.setPortName(name);
     port.setBaudRate(QSerialPort::Baud19200);
     port.setDataBits(QSerialPort::Data8);
     port.setParity(QSerialPort::NoParity);
@@ -38,7 +38,7 @@ QByteArray SerialLine::Read(qint64 maxSize)
     while (port.waitForReadyRead(0)) { }
     QByteArray bytes = port.read(maxSize);
     if (!bytes.isEmpty() && !reportedReason.isEmpty()) {
-        Log(tr("The modem port %1 works again").arg(port.portName()));
+        Log(tr("The modem port %1 works again").arg(name));
         reportedReason.clear();
     }
     return bytes;
@@ -51,7 +51,7 @@ void SerialLine::Write(const QByteArray& bytes)
         return;
     const bool full = port.bytesToWrite() + bytes.size() > WriteBufferSize;
     if (full && !wasFull)
-        Log(tr("The modem port %1 takes no more data, %2 bytes dropped").arg(port.portName()).arg(bytes.size()));
+        Log(tr("The modem port %1 takes no more data, %2 bytes dropped").arg(name).arg(bytes.size()));
     wasFull = full;
     if (full)
         return;
@@ -84,6 +84,6 @@ void SerialLine::CloseBroken()
 void SerialLine::Report(const QString& text, const QString& reason)
 {
     if (reason != reportedReason)
-        Log(text.arg(port.portName(), reason));
+        Log(text.arg(name, reason));
     reportedReason = reason;
 }

@@ -32,6 +32,7 @@ private:
     void CloseBroken();
     void Report(const QString& text, const QString& reason);
 
+    const QString name; // as configured: the port shortens its own
     QSerialPort port;
     bool broken = false;
     bool wasFull = false;

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class SettingsFile;
+
 /// The settings that drive the collector, each field named after its key. Plain and copyable.
 struct SysVar {
     // Group "Main"
@@ -27,3 +29,7 @@ struct SysVar {
     QString TimeOfSetTime;
     QString TimeOfGetTime;
 };
+
+/// Every field from its key in `settings`, or its default. When "Base/BaseIni" names another file, all database keys
+/// come from there; what is wrong with that file or its values is then among the value problems of `settings`.
+[[nodiscard]] SysVar ReadSysVar(SettingsFile& settings);

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 LargestFile = 1024 * 1024;
+constexpr qint64 LargestFile = qint64{1024} * 1024;
 
 QString Translated(const char* text)
 {
@@ -99,6 +99,11 @@ int SettingsFile::Integer(const QString& key, int defaultValue)
 double SettingsFile::Real(const QString& key, double defaultValue)
 {
     return Converted(key, defaultValue, ToFiniteReal);
+}
+
+QStringList SettingsFile::Problems() const
+{
+    return fileProblem.isEmpty() ? valueProblems : QStringList{fileProblem} + valueProblems;
 }
 
 void SettingsFile::ReportFileProblem() const

@@ -24,6 +24,12 @@ public:
     /// The value as a finite decimal number with a point.
     [[nodiscard]] double Real(const QString& key, double defaultValue);
 
+    /// Why the file was not read (properly), if so, then each value met so far that was of the wrong type: one sentence
+    /// each.
+    [[nodiscard]] QStringList Problems() const;
+    /// Counts the problems of `named`, a file that a value of this one named, among the values' problems.
+    void TakeProblems(const SettingsFile& named) { valueProblems += named.Problems(); }
+
     /// Writes to the log, whether or not it is switched on, why the file was not read (properly), if so.
     void ReportFileProblem() const;
     /// Writes each value met so far that was of the wrong type as one line to the log, whether or not it is switched

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "sysvar.h"
+
+#include <QCommandLineParser>
+#include <QList>
+#include <QStringList>
+
+#include <optional>
+
+/// How a command ends.
+enum ExitCode { Done = 0, Problems = 1, WrongUsage = 2 };
+
+/// A command, or a group of commands. `run` gets the words of the command line from its own on: the first names the way
+/// to it ("ravelinctl register"). Returns the exit code.
+struct Command {
+    QString name;
+    QString summary;
+    int (*run)(const QStringList& words);
+};
+
+/// Runs the command that the second of `words` names; tells the ways to go on for "--help", a missing and a wrong name.
+[[nodiscard]] int RunOneOf(const QList<Command>& commands, const QString& about, const QStringList& words);
+
+/// The options of one command, which takes at most one file.
+class CommandLine final {
+public:
+    enum class File { None, Optional, Required };
+
+    CommandLine(const QString& about, File file);
+
+    /// An exit code when the command has nothing left to do: help was asked for, or the usage is wrong.
+    [[nodiscard]] std::optional<int> Parse(const QStringList& words);
+
+    /// Empty when none was given.
+    [[nodiscard]] QString FileName() const { return parser.positionalArguments().value(0); }
+
+    /// The settings that the daemon would run with. None, and the reasons on stderr, when something is wrong with them:
+    /// where the daemon goes on with defaults, a tool would work on the wrong database.
+    [[nodiscard]] std::optional<SysVar> Settings() const;
+
+private:
+    QCommandLineParser parser;
+    File file;
+};
+
+/// One sentence for the operator, on stdout.
+void Tell(const QString& sentence);
+/// One sentence about a problem, on stderr.
+void Complain(const QString& sentence);

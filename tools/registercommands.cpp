@@ -1,0 +1,146 @@
+#include "registercommands.h"
+
+#include "command.h"
+#include "registercsv.h"
+#include "registerdatabase.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 LargestFile = 64 * qint64{1024} * 1024; // a million meters
+
+int ComplainOfAll(const QStringList& problems)
+{
+    for (const QString& problem : problems)
+        Complain(problem);
+    return Problems;
+}
+
+// What cannot be read at all is a problem like any other.
+RegisterText ReadFile(const QString& fileName)
+{
+    const auto refuse = [&](const QString& why) { return RegisterText{{}, {u"%1: %2"_s.arg(fileName, why)}}; };
+    const QFileInfo info(fileName);
+    if (info.exists() && !info.isFile())
+        return refuse(u"this is not a regular file"_s);
+    if (info.size() > LargestFile)
+        return refuse(u"this is larger than a register can be"_s);
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return refuse(file.errorString());
+    return ParseRegisterCsv(fileName, file.readAll());
+}
+
+// The daemon's database, or nothing after the reason was told.
+std::unique_ptr<RegisterDatabase> Opened(const CommandLine& line, RegisterDatabase::Missing file)
+{
+    const std::optional<SysVar> vars = line.Settings();
+    if (!vars)
+        return nullptr;
+    auto database = std::make_unique<RegisterDatabase>(*vars);
+    if (database->Open(file))
+        return database;
+    Complain(database->Error());
+    return nullptr;
+}
+
+int Init(const QStringList& words)
+{
+    CommandLine line(
+        u"Makes the tables, indexes and views that the daemon needs in its database. What is there already\n"
+        "is left as it is. An SQLite file and its directory are made, and its write-ahead log is switched\n"
+        "on; a PostgreSQL database must exist. As the daemon does, takes a BaseName of SQLite without a\n"
+        "leading slash from the program's own directory."_s,
+        CommandLine::File::None);
+    if (const std::optional<int> code = line.Parse(words))
+        return *code;
+    const auto database = Opened(line, RegisterDatabase::Missing::IsMade);
+    if (!database)
+        return Problems;
+    const std::optional<QStringList> report = database->CreateSchema();
+    if (!report)
+        return ComplainOfAll({database->Error()});
+    for (const QString& sentence : *report)
+        Tell(sentence);
+    Tell(u"The %1 is ready."_s.arg(database->Name()));
+    return Done;
+}
+
+int Import(const QStringList& words)
+{
+    CommandLine line(
+        u"Fills the register of meters from a file. A meter is known by its global_id: those that are\n"
+        "registered already get the values of the file, new ones are added, and those that the file does\n"
+        "not name stay. When anything in the file, or in the register as it would be then, is wrong, all of\n"
+        "that is told and nothing is written."_s,
+        CommandLine::File::Required);
+    if (const std::optional<int> code = line.Parse(words))
+        return *code;
+    const RegisterText text = ReadFile(line.FileName());
+    if (const QStringList problems = text.problems + RegisterProblems(text.rows); !problems.isEmpty())
+        return ComplainOfAll(problems);
+    const auto database = Opened(line, RegisterDatabase::Missing::Fails);
+    if (!database)
+        return Problems;
+    const auto stored = database->Rows();
+    if (!stored)
+        return ComplainOfAll({database->Error()});
+    const RegisterChange change = PlannedChange(*stored, text.rows);
+    if (const QStringList problems = RegisterProblems(change.kept + text.rows); !problems.isEmpty())
+        return ComplainOfAll(problems);
+    if (!database->Write(change))
+        return ComplainOfAll({database->Error()});
+    Tell(u"%1: %2 added, %3 changed, %4 as they were, %5 not in the file."_s.arg(database->Name())
+             .arg(change.added.size())
+             .arg(change.changed.size())
+             .arg(change.unchanged.size())
+             .arg(change.kept.size()));
+    return Done;
+}
+
+int ReportCheck(const QString& name, const QList<RegisterRow>& rows, const QStringList& problems)
+{
+    if (!problems.isEmpty())
+        return ComplainOfAll(problems);
+    Tell(u"%1: no problems; %2."_s.arg(name, RegisterSummary(rows)));
+    return Done;
+}
+
+int Check(const QStringList& words)
+{
+    CommandLine line(
+        u"Tells everything that is wrong with a register of meters: with a file before it is imported, or,\n"
+        "without a file, with the register in the daemon's database. Changes nothing."_s,
+        CommandLine::File::Optional);
+    if (const std::optional<int> code = line.Parse(words))
+        return *code;
+    if (!line.FileName().isEmpty()) {
+        const RegisterText text = ReadFile(line.FileName());
+        return ReportCheck(line.FileName(), text.rows, text.problems + RegisterProblems(text.rows));
+    }
+    const auto database = Opened(line, RegisterDatabase::Missing::Fails);
+    if (!database)
+        return Problems;
+    const auto rows = database->Rows();
+    if (!rows)
+        return ComplainOfAll({database->Error()});
+    return ReportCheck(database->Name(), *rows, RegisterProblems(*rows));
+}
+
+} // namespace
+
+int RunRegister(const QStringList& words)
+{
+    const QList<Command> commands{
+        {u"init"_s, u"Makes the tables in the daemon's database."_s, Init},
+        {u"import"_s, u"Fills the register from a file."_s, Import},
+        {u"check"_s, u"Tells what is wrong with a file or with the register in the database."_s, Check},
+    };
+    return RunOneOf(commands, u"The database's schema and the register of meters in it."_s, words);
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "meterregister.h"
+
+struct RegisterText {
+    QList<RegisterRow> rows;
+    QStringList problems; ///< what could not be read, a sentence each; the values of `rows` are not judged
+};
+
+/// Reads a register as a spreadsheet saves it: UTF-8 with or without byte-order mark, LF or CRLF, the columns in any
+/// order under a header with their names, "," or ";" between them (";" when the header has one), values in double
+/// quotes where needed, blanks around values ignored. Empty lines and lines that begin with "#" are skipped. `fileName`
+/// is for the places.
+[[nodiscard]] RegisterText ParseRegisterCsv(const QString& fileName, QByteArrayView bytes);

@@ -1,0 +1,211 @@
+#include "registerdatabase.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSqlError>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto Connection = u"register"_s;
+
+QStringList SchemaStatements(const QString& file)
+{
+    QFile schema(file);
+    if (!schema.open(QIODevice::ReadOnly))
+        qFatal("the schema is not in the program");
+    static const QRegularExpression comment(u" *--.*$"_s, QRegularExpression::MultilineOption);
+    QStringList statements = QString::fromUtf8(schema.readAll()).remove(comment).split(u';');
+    for (QString& statement : statements)
+        statement = statement.trimmed();
+    statements.removeAll(QString());
+    return statements;
+}
+
+// In the database's own words, if it had any.
+QString Reason(const QSqlError& error)
+{
+    return error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
+}
+
+} // namespace
+
+RegisterDatabase::RegisterDatabase(const SysVar& vars_) : vars(vars_)
+{
+    if (IsFile() && !vars.BaseName.startsWith(u'/'))
+        vars.BaseName.prepend(QCoreApplication::applicationDirPath() + u'/'); // as the daemon takes it
+}
+
+RegisterDatabase::~RegisterDatabase()
+{
+    database = {};
+    QSqlDatabase::removeDatabase(Connection);
+}
+
+bool RegisterDatabase::Open(Missing file)
+{
+    if (!IsFile() && vars.BDType != "postgres"_L1)
+        return Fail(u"BDType must be sqlite3 or postgres, not \"%1\""_s.arg(vars.BDType));
+    if (IsFile() && !FindFile(file))
+        return false;
+    database = QSqlDatabase::addDatabase(IsFile() ? u"QSQLITE"_s : u"QPSQL"_s, Connection);
+    database.setDatabaseName(vars.BaseName);
+    if (!IsFile()) {
+        database.setHostName(vars.SqlHostName);
+        database.setPort(vars.SqlPort);
+        database.setUserName(vars.SqlLogin);
+        database.setPassword(vars.SqlPassword);
+    }
+    return database.open() || Fail(Reason(database.lastError()));
+}
+
+std::optional<QStringList> RegisterDatabase::CreateSchema()
+{
+    QStringList report;
+    const QStringList statements = SchemaStatements(IsFile() ? u":/schema/sqlite.sql"_s : u":/schema/postgres.sql"_s);
+    if (IsFile() && !SwitchWriteAheadLogOn(report))
+        return std::nullopt;
+    const bool created = InTransaction([&] {
+        return std::all_of(statements.begin(), statements.end(),
+            [&](const QString& statement) { return CreateObject(statement, report); });
+    });
+    if (!created)
+        return std::nullopt;
+    return report;
+}
+
+std::optional<QList<RegisterRow>> RegisterDatabase::Rows()
+{
+    QSqlQuery query(database);
+    if (!Run(query,
+            u"SELECT global_id, \"UIN\", \"Number\", \"Model\", \"Type\", \"KI_Number\" FROM \"Counters\" "
+            "ORDER BY global_id"_s))
+        return std::nullopt;
+    QList<RegisterRow> rows;
+    while (query.next()) {
+        RegisterRow row;
+        for (int i = 0; const RegisterColumn& column : RegisterColumns)
+            row.*column.field = query.value(i++).toString();
+        row.place = u"%1, global_id %2"_s.arg(Name(), row.globalId);
+        rows.append(row);
+    }
+    return rows;
+}
+
+bool RegisterDatabase::Write(const RegisterChange& change)
+{
+    // They outlive the transaction: PostgreSQL frees no statement in one that failed.
+    QSqlQuery update(database);
+    QSqlQuery insert(database);
+    return InTransaction([&] {
+        return WriteEach(change.changed, update,
+                   u"UPDATE \"Counters\" SET \"UIN\" = :UIN, \"Number\" = :Number, \"Model\" = :Model, "
+                   "\"Type\" = :Type, \"KI_Number\" = :KI_Number WHERE global_id = :global_id"_s)
+            && WriteEach(change.added, insert,
+                u"INSERT INTO \"Counters\" (global_id, \"UIN\", \"Number\", \"Model\", \"Type\", \"KI_Number\") "
+                "VALUES (:global_id, :UIN, :Number, :Model, :Type, :KI_Number)"_s);
+    });
+}
+
+QString RegisterDatabase::Name() const
+{
+    return IsFile() ? u"database %1"_s.arg(vars.BaseName) : u"database %1 on %2"_s.arg(vars.BaseName, vars.SqlHostName);
+}
+
+QString RegisterDatabase::Error() const
+{
+    return Name() + ": "_L1 + error;
+}
+
+template <typename Work>
+bool RegisterDatabase::InTransaction(Work work)
+{
+    if (!database.transaction())
+        return Fail(Reason(database.lastError()));
+    if (work() && (database.commit() || Fail(Reason(database.lastError()))))
+        return true;
+    database.rollback();
+    return false;
+}
+
+bool RegisterDatabase::IsFile() const
+{
+    return vars.BDType == "sqlite3"_L1;
+}
+
+bool RegisterDatabase::FindFile(Missing file)
+{
+    if (QFileInfo::exists(vars.BaseName))
+        return true;
+    if (file == Missing::Fails)
+        return Fail(u"it does not exist; \"ravelinctl register init\" makes it"_s);
+    const QString directory = QFileInfo(vars.BaseName).path();
+    return QDir().mkpath(directory) || Fail(u"the directory %1 cannot be made"_s.arg(directory));
+}
+
+bool RegisterDatabase::Fail(const QString& why)
+{
+    error = why.simplified();
+    return false;
+}
+
+bool RegisterDatabase::Run(QSqlQuery& query, const QString& statement)
+{
+    return query.exec(statement) || Fail(Reason(query.lastError()));
+}
+
+// Both kinds of database know an object by the name that the statement gives it.
+bool RegisterDatabase::CreateObject(const QString& statement, QStringList& report)
+{
+    static const QRegularExpression head(u"^CREATE (TABLE|INDEX|VIEW) (\"?\\w+\"?)"_s);
+    const QRegularExpressionMatch match = head.match(statement);
+    const QString name = match.captured(2);
+    const QString kind = match.captured(1).toLower();
+
+    QSqlQuery query(database);
+    const QString find = IsFile() ? u"SELECT count(*) FROM sqlite_master WHERE lower(name) = lower('%1')"_s
+                                  : u"SELECT count(to_regclass('%1'))"_s;
+    if (!Run(query, find.arg(IsFile() ? QString(name).remove(u'"') : name)) || !query.next())
+        return false;
+    const bool isThere = query.value(0).toBool();
+    query.finish();
+    report.append((isThere ? u"The %1 %2 is there already."_s : u"Made the %1 %2."_s).arg(kind, name));
+    return isThere || Run(query, statement);
+}
+
+// Lasts in the file. Without it the file is synchronised twice for every row.
+bool RegisterDatabase::SwitchWriteAheadLogOn(QStringList& report)
+{
+    QSqlQuery query(database);
+    const auto mode = [&] { return query.next() ? query.value(0).toString() : QString(); };
+    if (!Run(query, u"PRAGMA journal_mode"_s))
+        return false;
+    if (mode() == "wal"_L1) {
+        report.append(u"The write-ahead log is on already."_s);
+        return true;
+    }
+    query.finish();
+    if (!Run(query, u"PRAGMA journal_mode = WAL"_s))
+        return false;
+    report.append(u"Switched the write-ahead log on."_s);
+    return mode() == "wal"_L1 || Fail(u"the write-ahead log cannot be switched on"_s);
+}
+
+bool RegisterDatabase::WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement)
+{
+    if (!query.prepare(statement))
+        return Fail(Reason(query.lastError()));
+    for (const RegisterRow& row : rows) {
+        for (const RegisterColumn& column : RegisterColumns) // an empty text, where a null one would be NULL
+            query.bindValue(u':' + QString(column.name), u""_s + row.*column.field);
+        if (!query.exec())
+            return Fail(row.place + ": "_L1 + Reason(query.lastError()));
+    }
+    return true;
+}

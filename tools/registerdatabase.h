@@ -1,0 +1,52 @@
+#pragma once
+
+#include "meterregister.h"
+#include "sysvar.h"
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
+#include <optional>
+
+/// The daemon's database, open for a tool until the object goes. An operation that fails leaves tables and rows as they
+/// were and the reason in Error(). One object at a time.
+class RegisterDatabase final {
+public:
+    explicit RegisterDatabase(const SysVar& vars);
+    ~RegisterDatabase();
+    Q_DISABLE_COPY_MOVE(RegisterDatabase)
+
+    enum class Missing { Fails, IsMade };
+
+    /// With `IsMade` an SQLite file that is not there is made, and the directories to it.
+    [[nodiscard]] bool Open(Missing file);
+
+    /// Makes what is not there of tables, indexes and views, and leaves the rest alone. Returns what it did, a sentence
+    /// each.
+    [[nodiscard]] std::optional<QStringList> CreateSchema();
+
+    [[nodiscard]] std::optional<QList<RegisterRow>> Rows();
+
+    /// All or nothing.
+    [[nodiscard]] bool Write(const RegisterChange& change);
+
+    /// For a person: "database /var/lib/ravelin/z.db", "database meters on 192.168.0.7".
+    [[nodiscard]] QString Name() const;
+    /// A sentence that begins with the name.
+    [[nodiscard]] QString Error() const;
+
+private:
+    template <typename Work>
+    [[nodiscard]] bool InTransaction(Work work);
+    [[nodiscard]] bool IsFile() const;
+    [[nodiscard]] bool FindFile(Missing file);
+    [[nodiscard]] bool Fail(const QString& why);
+    [[nodiscard]] bool Run(QSqlQuery& query, const QString& statement);
+    [[nodiscard]] bool CreateObject(const QString& statement, QStringList& report);
+    [[nodiscard]] bool SwitchWriteAheadLogOn(QStringList& report);
+    [[nodiscard]] bool WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement);
+
+    SysVar vars;
+    QSqlDatabase database;
+    QString error;
+};

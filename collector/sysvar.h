@@ -26,4 +26,6 @@ struct SysVar {
     QString TimeOfQuery; ///< patterns searched in "dd hh:mm"
     QString TimeOfSetTime;
     QString TimeOfGetTime;
+
+    QString NtpServer; ///< address whose line counts in the time daemon's listing; empty: any
 };

@@ -52,7 +52,11 @@ const Ravelin::KnownCommand Ravelin::Commands[] = {
     {"Get_ZDevices", &Ravelin::ListNodes, true},
     {"Reset_KS", &Ravelin::ResetNode},
     {"Write_direct_in_port", &Ravelin::WriteDirectly},
+    {"Send_counters_numbers", &Ravelin::SendCountersNumbers},
+    {"Send_counter_number", &Ravelin::SendCounterNumber},
+    {"Send_04_command", &Ravelin::SendCommand04},
     {"Send_main_UIN", &Ravelin::SendMainUIN},
+    {"Send_KI_number", &Ravelin::SendKINumber},
     {"QuitSignal", &Ravelin::Quit},
 };
 
@@ -132,6 +136,26 @@ void Ravelin::ResetKS(const QByteArray& uin)
 void Ravelin::WriteDirectly(const Request& request)
 {
     Modem->WriteToPort(request.Argument());
+}
+
+void Ravelin::SendCountersNumbers(const Request&)
+{
+    Collector->SendCountersNumbers();
+}
+
+void Ravelin::SendCounterNumber(const Request& request)
+{
+    Collector->SendCounterNumber(request.Argument());
+}
+
+void Ravelin::SendCommand04(const Request&)
+{
+    Collector->SendCommand_04();
+}
+
+void Ravelin::SendKINumber(const Request& request)
+{
+    Collector->SendCINumber(request.Argument());
 }
 
 void Ravelin::SendMainUIN(const Request&)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "collector.h"
 #include "serverplugin.h"
 #include "sysvar.h"
 #include "zigbee.h"
@@ -68,7 +69,11 @@ private:
     void ListNodes(const Request& request);
     void ResetNode(const Request& request);
     void WriteDirectly(const Request& request);
+    void SendCountersNumbers(const Request& request);
+    void SendCounterNumber(const Request& request);
+    void SendCommand04(const Request& request);
     void SendMainUIN(const Request& request);
+    void SendKINumber(const Request& request);
     void Quit(const Request& request);
     void EndOnQuitSignal();
     void ResetKS(const QByteArray& uin);
@@ -79,5 +84,6 @@ private:
     ZigBee* Modem = nullptr;
     SysVar Settings;
     ZUCASTBuffer* UnicastBuffer = nullptr;
+    TCollector* Collector = nullptr;
     bool InData = false;
 };

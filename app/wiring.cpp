@@ -28,6 +28,20 @@ void Ravelin::Start()
     connect(Modem, &ZigBee::Received, this, &Ravelin::ReceivedData);
     connect(Modem, &ZigBee::NewNode, this, &Ravelin::NewDevice);
 
+    Collector = new TCollector(UnicastBuffer, Settings, this);
+    connect(Collector, &TCollector::SendBroadcastMessage, Modem, &ZigBee::SendBroadcastMessageToZDevice);
+    connect(Collector, &TCollector::SendMessage, Modem, &ZigBee::SendMessageToZDevice);
+    connect(Modem, &ZigBee::ReceivedBCAST, Collector, &TCollector::ReceivedBCAST);
+    connect(Modem, &ZigBee::ReceivedUCAST, Collector, &TCollector::ReceivedUCAST);
+    connect(Collector, &TCollector::LogMessage, this, qOverload<QByteArray>(&Ravelin::ShowLog));
+    connect(Collector, &TCollector::Error, this, qOverload<QString>(&Ravelin::ShowLog));
+    connect(Collector, &TCollector::CounterPortData, this, &Ravelin::ShowCounterPortData);
+    connect(this, &Ravelin::NeedQuery, Collector, &TCollector::NeedQuery);
+    connect(Modem, &ZigBee::ReceivedNACK, Collector, &TCollector::zNACK);
+    connect(Modem, &ZigBee::ReceivedACK, Collector, &TCollector::zACK);
+    connect(Modem, &ZigBee::Error, Collector, &TCollector::zError);
+    connect(Modem, &ZigBee::AcceptUCAST, Collector, &TCollector::zAcceptUCAST);
+
     qDebug() << "Send main uin to all z-devices" << Modem->SendMainUIN().toHex();
 }
 

@@ -28,6 +28,8 @@ struct SysVar {
     QString TimeOfQuery; ///< patterns searched in "dd hh:mm"
     QString TimeOfSetTime;
     QString TimeOfGetTime;
+
+    QString NtpServer; ///< address whose line counts in the time daemon's listing; empty: any
 };
 
 /// Every field from its key in `settings`, or its default. When "Base/BaseIni" names another file, all database keys

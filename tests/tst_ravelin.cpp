@@ -69,6 +69,7 @@ void tst_Ravelin::defaults()
     QCOMPARE(vars.TimeOfQuery, u":[30]0$"_s);
     QCOMPARE(vars.TimeOfSetTime, u"00:00$"_s);
     QCOMPARE(vars.TimeOfGetTime, u"00:15$"_s);
+    QCOMPARE(vars.NtpServer, QString());
 }
 
 void tst_Ravelin::narrowFields()

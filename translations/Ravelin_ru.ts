@@ -94,6 +94,89 @@
     </message>
 </context>
 <context>
+    <name>TCollector</name>
+    <message>
+        <source>Received &apos;ACK&apos;, but stack is empty</source>
+        <translation>Получен «ACK», но стек пуст</translation>
+    </message>
+    <message>
+        <source>Received &apos;NACK&apos;, but stack is empty</source>
+        <translation>Получен «NACK», но стек пуст</translation>
+    </message>
+    <message>
+        <source>Error. Received &apos;NACK&apos; from modem with number %1</source>
+        <translation>Ошибка. Получен «NACK» от модема с номером %1</translation>
+    </message>
+    <message>
+        <source>Error number %1</source>
+        <translation>Ошибка номер %1</translation>
+    </message>
+    <message>
+        <source>ntpq does not list the NTP server %1. Polling stands still</source>
+        <translation>В выводе ntpq нет сервера NTP %1. Опрос приостановлен</translation>
+    </message>
+    <message>
+        <source>Time sync: </source>
+        <translation>Синхронизация времени: </translation>
+    </message>
+    <message>
+        <source>ntpq -pn did not finish: %1. Polling stays stopped</source>
+        <translation>ntpq -pn не завершился: %1. Опрос остановлен</translation>
+    </message>
+    <message>
+        <source>The time pattern &quot;%1&quot; is never met: %2</source>
+        <translation>Шаблон времени «%1» никогда не сработает: %2</translation>
+    </message>
+    <message>
+        <source>Timer event: %1</source>
+        <translation>Событие таймера: %1</translation>
+    </message>
+    <message>
+        <source>Repeat query...</source>
+        <translation>Повторный опрос...</translation>
+    </message>
+    <message>
+        <source>%1 not send data...</source>
+        <translation>%1 не прислал данные...</translation>
+    </message>
+    <message>
+        <source>Begin questioning...</source>
+        <translation>Начат опрос...</translation>
+    </message>
+    <message>
+        <source>Not received data from KTP</source>
+        <translation>Нет данных от КТП</translation>
+    </message>
+    <message>
+        <source>KTP Data: %1</source>
+        <translation>Данные КТП: %1</translation>
+    </message>
+    <message>
+        <source>Observed reading!</source>
+        <translation>Показания собраны!</translation>
+    </message>
+    <message>
+        <source>Can not read database</source>
+        <translation>Не удалось прочитать базу данных</translation>
+    </message>
+    <message>
+        <source>Open the case: %1</source>
+        <translation>Вскрыт корпус: %1</translation>
+    </message>
+    <message>
+        <source>%2 send data: %1 kW*h</source>
+        <translation>%2 прислал данные: %1 кВт*ч</translation>
+    </message>
+    <message>
+        <source>%2 send time: %1 kW*h</source>
+        <translation>%2 прислал время: %1 кВт*ч</translation>
+    </message>
+    <message>
+        <source>Read database failed</source>
+        <translation>Ошибка чтения базы данных</translation>
+    </message>
+</context>
+<context>
     <name>TConnector</name>
     <message>
         <source>Start server: %1 Ok!!!! 

@@ -1,0 +1,47 @@
+// What the modem reports about the messages sent, and about itself.
+
+#include "collector.h"
+#include "modemparser.h"
+
+using namespace Qt::StringLiterals;
+
+// Reports are matched to messages by their order alone, first in, first out, whatever number the modem gives.
+void TCollector::zACK(quint8)
+{
+    if (awaitingAck.isEmpty())
+        LogText(tr("Received 'ACK', but stack is empty"));
+    else
+        meterState[awaitingAck.takeFirst()] = NodeHeard;
+}
+
+void TCollector::zNACK(quint8)
+{
+    if (awaitingAck.isEmpty()) {
+        LogText(tr("Received 'NACK', but stack is empty"));
+        return;
+    }
+    const QByteArray uin = awaitingAck.takeFirst();
+    LogText(tr("Error. Received 'NACK' from modem with number %1").arg(QString::fromUtf8(uin)));
+    meterState[uin] = DeliveryFailed;
+}
+
+void TCollector::zError(quint16 code)
+{
+    LogText(tr("Error number %1").arg(code));
+    SendError(ktpGlobalId, code);
+}
+
+// Whether the modem took a message says nothing about its node.
+void TCollector::zAcceptUCAST(quint8) { }
+
+/// Looks for errors in what the alarm input says, in the modem's way of telling them.
+void TCollector::CheckAlarm()
+{
+    const QByteArray alarmText; // no input is attached yet
+    ParseModemChunk(
+        alarmText, [](const QByteArray&) { return true; },
+        [this](const ModemEvent::Any& event) {
+            if (const auto* const refused = std::get_if<ModemEvent::Refused>(&event))
+                zError(refused->code);
+        });
+}

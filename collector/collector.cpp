@@ -1,0 +1,97 @@
+// What the collector is made of, and the few things that its other files share.
+
+#include "collector.h"
+
+#include "busmessages.h"
+#include "clock.h"
+#include "connector.h"
+#include "ending.h"
+#include "log.h"
+#include "maindatabase.h"
+#include "nodeframe.h"
+#include "schedule.h"
+#include "serverplugin.h"
+#include "statements.h"
+
+#include <QDebug>
+#include <QTimer>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* owner)
+    : vars(std::move(settings)),
+      pollTimer(new QTimer(this)),
+      alarmTimer(new QTimer(this)),
+      plugin(owner),
+      ucastBuffer(buffer)
+{
+    constexpr int PollEveryMs = 25000;
+    constexpr int AlarmEveryMs = 2000;
+    connect(pollTimer, &QTimer::timeout, this, &TCollector::timer_event);
+    connect(alarmTimer, &QTimer::timeout, this, &TCollector::CheckAlarm);
+    pollTimer->start(PollEveryMs);
+    alarmTimer->start(AlarmEveryMs);
+
+    Ending::BeforeLeaving(MainBase::Close);
+    lastError = MainBase::Open(vars);
+    if (lastError.isValid()) {
+        const QString message = lastError.text() + " (alias name) "_L1;
+        emit Error(message);
+        Log(message); // nobody is connected to a collector under construction
+    }
+    ktpGlobalId = MainBase::FirstValueOf(MainBase::Execute(Statements::SubstationGlobalIds)).toInt();
+    ReportInvalidPatterns();
+}
+
+TCollector::~TCollector()
+{
+    MainBase::Close();
+}
+
+QSqlDatabase TCollector::MainDatabase()
+{
+    return MainBase::Connection();
+}
+
+QByteArray TCollector::ToC0C1(QByteArray payload)
+{
+    return NodeFrame::ToC0C1(payload);
+}
+
+QByteArray TCollector::FromC0C1(QByteArray in, QByteArray& rest)
+{
+    return NodeFrame::FromC0C1(in, rest);
+}
+
+void TCollector::NeedQuery()
+{
+    queryRequested = true;
+}
+
+void TCollector::LogText(const QString& text)
+{
+    emit LogMessage(text.toUtf8());
+}
+
+/// The modem reports the delivery later, for one message after the other: see zACK().
+void TCollector::SendToNode(const QString& uin, const QByteArray& message)
+{
+    const QByteArray node = uin.toUtf8();
+    emit SendMessage(node, message);
+    qDebug() << uin << "  " << message;
+    awaitingAck.append(node);
+}
+
+void TCollector::SendError(qint32 globalId, int code)
+{
+    plugin->Connector->SetDataAll(0, BusMessages::Error(globalId, CurrentDateTime(), code));
+}
+
+void TCollector::ReportInvalidPatterns() const
+{
+    for (const QString& pattern : {vars.TimeOfQuery, vars.TimeOfSetTime, vars.TimeOfGetTime})
+        if (const QString error = Schedule::ErrorIn(pattern); !error.isEmpty())
+            Log(tr("The time pattern \"%1\" is never met: %2").arg(pattern, error));
+}

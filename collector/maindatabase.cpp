@@ -1,0 +1,104 @@
+#include "maindatabase.h"
+
+#include "sysvar.h"
+
+#include <QCoreApplication>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString ConnectionName = u"Connection To Main Base"_s;
+
+QSqlDatabase Postgres(const SysVar& vars)
+{
+    QSqlDatabase database = QSqlDatabase::addDatabase(u"QPSQL"_s, ConnectionName);
+    database.setDatabaseName(vars.BaseName);
+    database.setHostName(vars.SqlHostName);
+    database.setPort(vars.SqlPort);
+    database.setUserName(vars.SqlLogin);
+    database.setPassword(vars.SqlPassword);
+    // A host that vanished must not hold the one thread for the minutes that the system would wait.
+    database.setConnectOptions(u"connect_timeout=10;tcp_user_timeout=10000;keepalives_idle=10"_s);
+    return database;
+}
+
+QSqlDatabase Sqlite(const SysVar& vars)
+{
+    const bool absolute = vars.BaseName.startsWith(u'/');
+    QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, ConnectionName);
+    database.setDatabaseName(absolute ? vars.BaseName : QCoreApplication::applicationDirPath() + u'/' + vars.BaseName);
+    return database;
+}
+
+} // namespace
+
+QSqlError MainBase::Open(const SysVar& vars)
+{
+    QSqlDatabase database;
+    if (vars.BDType == "postgres"_L1)
+        database = Postgres(vars);
+    else if (vars.BDType == "sqlite3"_L1)
+        database = Sqlite(vars);
+    return database.open() ? QSqlError() : database.lastError();
+}
+
+void MainBase::Close()
+{
+    QSqlDatabase::database(ConnectionName, false).close();
+    QSqlDatabase::removeDatabase(ConnectionName);
+}
+
+QSqlDatabase MainBase::Connection()
+{
+    return QSqlDatabase::database(ConnectionName, true);
+}
+
+QSqlQuery MainBase::Run(const QString& statement)
+{
+    QSqlDatabase database = Connection();
+    const bool wasOpen = database.isOpen();
+    QSqlQuery query(database);
+    if (query.exec(statement) || !wasOpen || database.isOpen())
+        return query;
+    database.close(); // opened as it is, the driver would leak the broken connection
+    query = QSqlQuery(Connection());
+    query.exec(statement);
+    return query;
+}
+
+bool MainBase::RunTogether(const QStringList& statements)
+{
+    QSqlDatabase database = Connection();
+    if (!database.transaction())
+        return false;
+    QSqlQuery query(database);
+    for (const QString& statement : statements) {
+        if (!query.exec(statement)) {
+            database.rollback();
+            return false;
+        }
+    }
+    const bool committed = database.commit();
+    if (!committed)
+        database.rollback();
+    return committed;
+}
+
+QStringList MainBase::ColumnOf(QSqlQuery query)
+{
+    QStringList column;
+    while (query.next())
+        column.append(query.value(0).toString());
+    return column;
+}
+
+QVariant MainBase::FirstValueOf(QSqlQuery query)
+{
+    return query.next() ? query.value(0) : QVariant();
+}
+
+QString MainBase::InLiteral(QString text)
+{
+    return text.replace(u'\'', "''"_L1);
+}

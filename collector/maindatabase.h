@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+struct SysVar;
+
+/// The collector's one database connection and all that runs on it. A failing statement is not reported: it yields no
+/// rows.
+namespace MainBase {
+
+/// Registers and opens the connection. On failure it stays registered, and each use tries to open it again; with an
+/// unknown kind of database there is none.
+[[nodiscard]] QSqlError Open(const SysVar& vars);
+void Close();
+
+/// Opened again if it was closed.
+[[nodiscard]] QSqlDatabase Connection();
+
+/// Runs one statement. If it fails because the connection broke, the connection is opened anew and the statement tried
+/// once more.
+QSqlQuery Run(const QString& statement);
+
+/// Runs all statements or none: false when one failed or the connection broke.
+[[nodiscard]] bool RunTogether(const QStringList& statements);
+
+/// `statement` with its placeholders replaced in ascending order of their numbers, all in one pass: a "%1" inside a
+/// value stays one.
+template <class... Values>
+[[nodiscard]] QString Filled(QStringView statement, const Values&... values)
+{
+    if constexpr (sizeof...(values) == 0)
+        return statement.toString();
+    else
+        return statement.arg(values...);
+}
+
+template <class... Values>
+QSqlQuery Execute(QStringView statement, const Values&... values)
+{
+    return Run(Filled(statement, values...));
+}
+
+/// The first column of every row.
+[[nodiscard]] QStringList ColumnOf(QSqlQuery query);
+
+/// The first column of the first row; invalid when there is no row.
+[[nodiscard]] QVariant FirstValueOf(QSqlQuery query);
+
+/// Text from outside the program as it is pasted between single quotes: its own quotes doubled, so that it stays one
+/// literal.
+[[nodiscard]] QString InLiteral(QString text);
+
+} // namespace MainBase

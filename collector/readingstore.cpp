@@ -1,0 +1,107 @@
+// Closing a sweep: the rows of those who stayed silent, and the message that carries the sweep to the peers.
+
+#include "busmessages.h"
+#include "clock.h"
+#include "collector.h"
+#include "connector.h"
+#include "maindatabase.h"
+#include "serverplugin.h"
+#include "statements.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using MainBase::ColumnOf;
+using MainBase::Execute;
+using MainBase::FirstValueOf;
+using MainBase::InLiteral;
+
+namespace {
+
+QSet<QString> SetOf(const QStringList& list)
+{
+    return {list.begin(), list.end()};
+}
+
+QByteArray ReadingRecords(const QString& date, const QString& time)
+{
+    QByteArray records;
+    QSqlQuery row = Execute(Statements::ReadingsOfSweep, date, time);
+    while (row.next()) {
+        const auto energy = [&row](int column) { return static_cast<float>(row.value(column).toDouble()); };
+        records +=
+            BusMessages::ReadingRecord(row.value(0).toInt(), {energy(1), energy(2), energy(3), energy(4), energy(5)},
+                date, time, static_cast<qint16>(row.value(6).toInt()));
+    }
+    return records;
+}
+
+QByteArray ClockRecords(const QString& date)
+{
+    QByteArray records;
+    QSqlQuery row = Execute(Statements::ClockReadingsOfDate, date);
+    while (row.next()) {
+        const auto text = [&row](int column) { return row.value(column).toString(); };
+        const int globalId = FirstValueOf(Execute(Statements::ClockGlobalIdOf, InLiteral(text(0)))).toInt();
+        records += BusMessages::ClockRecord(globalId, text(1) + u' ' + text(2), text(3) + u' ' + text(4));
+    }
+    return records;
+}
+
+} // namespace
+
+bool TCollector::CreateTemporaryDB()
+{
+    const QString fileName = BusMessages::FileName(sweepDate, sweepTime);
+    StoreRowsForTheSilent();
+    SendToPeers(BusMessages::TemporaryDatabase("tempdb"_ba, fileName, ReadingRecords(sweepDate, sweepTime)));
+    return true;
+}
+
+bool TCollector::CreateTemporaryDB_time()
+{
+    const QString fileName = "time_"_L1 + BusMessages::FileName(sweepDate, sweepTime);
+    sweepDate = CurrentDateTime().toString(u"yyyy-MM-dd"_s); // a sweep that went past midnight sends the new day's
+    TryClockPlaceholders();
+    SendToPeers(BusMessages::TemporaryDatabase("tempdb_t"_ba, fileName, ClockRecords(sweepDate)));
+    timeSweepActive = false;
+    return true;
+}
+
+QStringList TCollector::RowsForTheSilent()
+{
+    const QSet<QString> all = SetOf(ColumnOf(Execute(Statements::NodeMeters)));
+    const QSet<QString> missing = all - SetOf(ColumnOf(Execute(Statements::AnsweredInSweep, sweepDate, sweepTime)));
+    QStringList rows;
+    for (const QString& uin : missing) {
+        const int globalId = FirstValueOf(Execute(Statements::SilentGlobalIdOf, InLiteral(uin))).toInt();
+        rows.append(MainBase::Filled(Statements::InsertSilent, QString::number(globalId), sweepDate, sweepTime,
+            QString::number(meterState[uin.toUtf8()])));
+    }
+    return rows;
+}
+
+void TCollector::StoreRowsForTheSilent()
+{
+    if (MainBase::RunTogether(RowsForTheSilent()))
+        return;
+    // Asked anew: if the connection broke at the very end, the rows may be there.
+    for (const QString& row : RowsForTheSilent())
+        MainBase::Run(row);
+}
+
+void TCollector::TryClockPlaceholders()
+{
+    const QSet<QString> all = SetOf(ColumnOf(Execute(Statements::NodeMeters)));
+    for (const QString& uin : all - SetOf(timeAnswered)) {
+        // The address stands outside quotes, where only letters and digits cannot make another statement.
+        if (std::all_of(uin.begin(), uin.end(), [](QChar c) { return c.isLetterOrNumber(); }))
+            Execute(Statements::InsertClockPlaceholder, uin);
+    }
+}
+
+void TCollector::SendToPeers(const QByteArray& message)
+{
+    LogText(tr("Observed reading!"));
+    plugin->Connector->SetDataAll(0, message);
+}

@@ -1,0 +1,22 @@
+#include "schedule.h"
+
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+QString Schedule::Stamp(const QDateTime& time)
+{
+    return time.toString(u"dd hh:mm"_s);
+}
+
+bool Schedule::Matches(const QString& pattern, const QString& stamp)
+{
+    const QRegularExpression expression(pattern);
+    return expression.isValid() && expression.match(stamp).hasMatch();
+}
+
+QString Schedule::ErrorIn(const QString& pattern)
+{
+    const QRegularExpression expression(pattern);
+    return expression.isValid() ? QString() : expression.errorString();
+}

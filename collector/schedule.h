@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+/// When something is due: a regular expression that is searched, unanchored, in a stamp of the time. Day of the month,
+/// hour and minute can be told apart, nothing else.
+namespace Schedule {
+
+/// "dd hh:mm".
+[[nodiscard]] QString Stamp(const QDateTime& time);
+
+/// A pattern that is no regular expression matches nothing.
+[[nodiscard]] bool Matches(const QString& pattern, const QString& stamp);
+
+/// Why `pattern` is no regular expression; empty if it is one.
+[[nodiscard]] QString ErrorIn(const QString& pattern);
+
+} // namespace Schedule

@@ -1,0 +1,33 @@
+#include "substationline.h"
+
+#include "delay.h"
+
+SubstationLine::SubstationLine(const QString& portName, const Parameters& parameters) : port(portName)
+{
+    port.setBaudRate(parameters.baud);
+    port.setDataBits(parameters.dataBits);
+    port.setParity(parameters.parity);
+    port.setStopBits(QSerialPort::OneStop);
+    port.setFlowControl(QSerialPort::NoFlowControl);
+    port.open(QIODevice::ReadWrite);
+}
+
+void SubstationLine::Write(QByteArrayView bytes, unsigned int pauseMs)
+{
+    if (port.isOpen()) {
+        port.write(bytes.data(), bytes.size());
+        port.flush();
+    }
+    Delay(pauseMs);
+}
+
+QByteArray SubstationLine::TakeAnswer()
+{
+    if (!port.isOpen())
+        return {};
+    // Only the event loop fills the port's buffer. After a blocking wait the bytes are still in the system.
+    while (port.waitForReadyRead(0)) { }
+    QByteArray answer = port.readAll();
+    port.close();
+    return answer;
+}

@@ -51,7 +51,7 @@ class Process:
     def start(self):
         arguments = ["-settings", self.settings_path] if self.arguments is None else self.arguments
         environment = dict(os.environ, TMPDIR=self.directory, TZ="UTC", XDG_STATE_HOME=self.directory,
-                           HOME=self.directory)
+                           HOME=self.directory, PATH=f"{self.directory}:{os.environ['PATH']}")
         if self.speed:
             environment.update(faketime_environment(self.speed, self.start_time))
         with open(self.stderr_path, "ab") as stderr:

@@ -1,0 +1,236 @@
+"""The daemon reads meters: real bytes over pseudo-terminals into real databases, held against what the meters say."""
+
+import contextlib
+import csv
+import os
+import sqlite3
+import struct
+import subprocess
+import unittest
+
+import buspeer as bus
+from postgres import Postgres
+from process import BUILD, Process, faketime_environment, wait_for
+
+NODE = "000D6F00000010%02X"
+SPOILED, LATE, CUT, SILENT = NODE % 5, NODE % 6, NODE % 7, NODE % 8
+MODELS = ["CE301", "SET3", "SET1", "CE102", "SET1", "SET3", "CE301", "SET3"]
+REGISTER = "global_id,UIN,Number,Model,Type,KI_Number\n1,KTP-1,12345,CE301,1,\n" + "".join(
+    f"{10 + i},{NODE % i},{70000 + i},{model},0,{i}\n" for i, model in enumerate(MODELS, 1))
+SCENARIO = f"""[all]
+seed = 3
+drift = 200
+[node {SILENT}]
+silent = yes
+[node {LATE}]
+late = 4000
+[node {CUT}]
+pieces = 3
+[node {SPOILED}]
+undecodable = checksum
+"""
+NTPQ = """#!/bin/sh
+cat <<END
+     remote           refid      st t when poll reach   delay   offset  jitter
+==============================================================================
+*192.0.2.7       .GPS.            1 u   33   64  377    0.214 1523.400   0.019
+END
+"""
+SETTINGS = """[Base]
+AdminServerName=admin
+ServerName=probe
+Connections=
+{database}
+[Main]
+PortKS={directory}/modem
+PortCounterKTP={directory}/substation
+CounterKTPMultiplier=40
+BCAST_to_UCAST_Delay=5000
+UCAST_to_UCAST_Delay=2000
+RepeatQueryNumber=2
+RepeateQueryKTPNumber=2
+NtpServer=192.0.2.7
+"""
+
+
+class Site(Process):
+    """A daemon with its database, the virtual substation on its lines, an administrator and a peer."""
+
+    def __init__(self, database, start, speed=60, scenario=SCENARIO, **options):
+        super().__init__(settings=None, start=start, speed=speed, **options)
+        self.database = database.replace("{directory}", self.directory)
+        self.write_settings(SETTINGS.format(database=self.database, directory=self.directory))
+        self.write("register.csv", REGISTER)
+        self.write("scenario.ini", scenario)
+        self.write("ntpq", NTPQ)
+        os.chmod(self.path("ntpq"), 0o755)
+        self.substation = None
+        self.provision()
+
+    def path(self, name):
+        return os.path.join(self.directory, name)
+
+    def write(self, name, text):
+        with open(self.path(name), "w", encoding="utf-8") as file:
+            file.write(text)
+
+    def provision(self):
+        for arguments in (["init"], ["import", self.path("register.csv")]):
+            subprocess.run([os.path.join(BUILD, "ravelinctl"), "register", *arguments, "-settings", self.settings_path],
+                           check=True, stdout=subprocess.DEVNULL)
+
+    def start_all(self):
+        """Returns the administrator's and a peer's connection."""
+        self.substation = subprocess.Popen(
+            [os.path.join(BUILD, "ravelin-sim"), "--register", self.path("register.csv"), "--scenario",
+             self.path("scenario.ini"), "--report", self.path("report.csv"), "--traffic", self.path("traffic"),
+             self.directory],
+            env=dict(os.environ, TZ="UTC", **faketime_environment(self.speed, self.start_time)),
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+        wait_for(lambda: os.path.exists(self.path("modem")), "the virtual substation")
+        admin = self.start_with_admin("probe")
+        peer = self.connect("probe")
+        peer.send(bus.identify(b"peer"))
+        return admin, peer
+
+    def report(self):
+        with open(self.path("report.csv"), encoding="utf-8") as file:
+            return list(csv.DictReader(file))
+
+    def __exit__(self, *arguments):
+        if self.substation:
+            self.substation.kill()
+            self.substation.wait()
+        super().__exit__(*arguments)
+
+
+def read_message(peer, timeout):
+    """The file name and the records of the next "tempdb" or "tempdb_t" message."""
+    frame = peer.read_frame(timeout)
+    body = frame[4 + 1 + 4:]
+
+    def take(size):
+        nonlocal body
+        taken, body = body[:size], body[size:]
+        return taken
+
+    word = take(struct.unpack(">i", take(4))[0])
+    name = take(struct.unpack(">i", take(4))[0]).decode("utf-16-be")
+    records = take(struct.unpack(">i", take(4))[0])
+    assert frame[4] == 0 and not body, frame
+    return word, name, [records[i:i + 44] for i in range(0, len(records), 44)]
+
+
+def as_stored(value):
+    """How a single-precision value stands in the database: six significant digits."""
+    return float("%.6g" % struct.unpack("<f", struct.pack("<f", float(value)))[0])
+
+
+def seconds(clock):
+    hours, minutes, rest = clock.split(":")
+    return int(hours) * 3600 + int(minutes) * 60 + int(rest)
+
+
+class Sweeps:
+    """One play, whichever database it goes into."""
+
+    def check_query_sweep(self, peer, date, clock):
+        word, name, records = read_message(peer, 60)
+        self.assertEqual((word, name), (b"tempdb", f"{date}-{clock.replace(':', '-')}.db"))
+        rows = self.rows("SELECT global_id, pwr, pwr1, pwr2, pwr3, pwr4, status FROM Main_Data "
+                         f"WHERE date_r = '{date}' and time_r = '{clock}'")
+        sent = [struct.unpack("<i5f10s8sh", record) for record in records]
+        self.assertEqual([(r[0], r[6], r[7], r[8]) for r in sent],
+                         [(row[0], date.encode(), clock.encode(), row[6]) for row in rows])
+        for record, row in zip(sent, rows):
+            self.assertEqual([as_stored(v) for v in record[1:6]], [as_stored(v) for v in row[1:6]])
+        status = {row[0]: row[6] for row in rows}
+        self.assertEqual(len(rows), len(status), "one row a meter")
+        # A CE102 is heard, but its answer is not read; the silent node takes what it is sent; a wrong sum counts as
+        # heard too when the delivery report is read together with it.
+        self.assertIn(status.pop(15), (1, 2))
+        self.assertEqual(status, {1: 0, 11: 0, 12: 0, 13: 0, 14: 2, 16: 0, 17: 0, 18: 2})
+        return {row[0]: [float(value) for value in row[1:6]] for row in rows if row[6] == 0}
+
+    def check_against_meters(self, readings):
+        """Every stored reading is one that its meter gave, to the digits that are stored."""
+        uin_of = {10 + i: NODE % i for i in range(1, 9)} | {1: "KTP-1"}
+        given = {}
+        for answer in self.site.report():
+            if answer["kind"] == "energy" and answer["whole"] == "yes" and not answer["flaw"]:
+                factor = 40 if answer["uin"] == "KTP-1" else 1
+                values = [as_stored(factor * float(value)) for value in answer["values"].split()]
+                given.setdefault(answer["uin"], []).append(values)
+        for global_id, values in readings.items():
+            self.assertIn([as_stored(v) for v in values], given[uin_of[global_id]], f"meter {global_id}")
+            self.assertGreater(values[0], 0)
+
+    def test_query_sweeps(self):
+        with Site(self.database(), "2014-03-04 08:28:30") as self.site:
+            _, peer = self.site.start_all()
+            first = self.check_query_sweep(peer, "2014-03-04", self.sweep_time("08:30"))
+            second = self.check_query_sweep(peer, "2014-03-04", self.sweep_time("09:00"))
+            self.check_against_meters(first)
+            self.check_against_meters(second)
+            for meter, values in first.items():
+                self.assertGreater(second[meter][0], values[0], "half an hour's energy")
+
+    def sweep_time(self, minute):
+        """The start of the one sweep whose tick fell into `minute`."""
+        times = wait_for(lambda: self.rows(f"SELECT DISTINCT time_r FROM Main_Data WHERE time_r LIKE '{minute}:%'"),
+                         f"a row of {minute}", 60)
+        return times[-1][0]
+
+    def test_time_sweep_and_clock_setting(self):
+        with Site(self.database(), "2014-03-04 23:58:30") as self.site:
+            _, peer = self.site.start_all()
+            while (message := read_message(peer, 60))[0] != b"tempdb_t":
+                pass
+            clocks = {}
+            for record in message[2]:
+                global_id, shown, asked, reserved = struct.unpack("<i19s19sh", record)
+                clocks[global_id] = (shown.decode(), asked.decode())
+                self.assertEqual(reserved, 0)
+            stored = self.rows("SELECT uin, date_c, time_c, date_r, time_r FROM time_table")
+            self.assertEqual(sorted(clocks.values()), sorted((f"{r[1]} {r[2]}", f"{r[3]} {r[4]}") for r in stored))
+            # The CE102 has no clock that is read; the substation's row is the system's own time.
+            self.assertEqual(sorted(clocks), [1, 11, 12, 13, 16, 17])
+            given = {(a["uin"], a["values"][-8:]) for a in self.site.report() if a["kind"] == "clock"}
+            for uin, _, shown, _, asked in stored:
+                if uin != "KTP-1":
+                    self.assertIn((uin, shown), given)
+                else:
+                    self.assertEqual(seconds(asked) - seconds(shown), 1, "what the time server says, in whole seconds")
+            with open(self.site.path("traffic"), encoding="ascii") as traffic:
+                writes = traffic.read()
+            self.assertIn(r"\x04\x01W1\x02TIME_(00:0", writes, "a CE301 is registered: its message to every node")
+
+
+class OnSqlite(Sweeps, unittest.TestCase):
+    def database(self):
+        return "BDType=sqlite3\nBaseName={directory}/z.db"
+
+    def rows(self, sql):
+        with contextlib.closing(sqlite3.connect(f"file:{self.site.path('z.db')}?mode=ro", uri=True)) as connection:
+            return connection.execute(sql).fetchall()
+
+
+class OnPostgres(Sweeps, unittest.TestCase):
+    def setUp(self):
+        self.server = self.enterContext(Postgres())
+
+    def database(self):
+        return self.server.settings.replace("[Base]\n", "")
+
+    def rows(self, sql):
+        def value(text):
+            try:
+                return int(text) if text.lstrip("-").isdigit() else float(text)
+            except ValueError:
+                return text
+
+        return [tuple(map(value, line.split("|"))) for line in self.server.psql(sql).splitlines()]
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

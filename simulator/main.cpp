@@ -1,12 +1,15 @@
-// ravelin-sim: a simulated radio modem with its nodes on a pseudo-terminal.
+// ravelin-sim: a simulated radio modem with its nodes, and the substation's own meter, on pseudo-terminals.
+#include "clock.h"
 #include "echonode.h"
 #include "ending.h"
 #include "modemengine.h"
 #include "simulatedline.h"
 #include "version.h"
+#include "virtualsubstation.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 
 #include <cstdio>
 
@@ -51,12 +54,21 @@ Moment Milliseconds(const QCommandLineParser& parser, const QString& option)
 void DescribeOptions(QCommandLineParser& parser)
 {
     parser.setApplicationDescription(
-        u"A simulated radio modem on a pseudo-terminal. The serial port appears as the symbolic link DIRECTORY/modem.\n"
+        u"A simulated radio modem on a pseudo-terminal. The serial port appears as the symbolic link DIRECTORY/modem,\n"
+        "that of a register's substation meter as DIRECTORY/substation.\n"
         "Runs until SIGTERM or SIGINT and then tells what it did."_s);
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(u"directory"_s, u"Where the serial port appears; made if it is not there."_s);
     parser.addOptions({
+        {u"register"_s,
+            u"Nodes with the meters of this register instead: an SQLite database or a CSV file with the columns UIN, "
+            "Number, Model and Type. The meters run by the wall clock."_s,
+            u"file"_s},
+        {u"scenario"_s,
+            u"What goes wrong with a register's meters, see share/scenario.ini.example. What it names overrides the options."_s,
+            u"file"_s},
+        {u"report"_s, u"Write each meter's answer to this file, as CSV."_s, u"file"_s},
         {u"nodes"_s, u"Nodes on the network, which send back what they get (default 10)."_s, u"number"_s, u"10"_s},
         {u"join"_s, u"One more node joins after so many seconds. Can be given several times."_s, u"seconds"_s},
         {u"uin"_s, u"The modem's address: 16 characters (default 000D6F0000000001)."_s, u"address"_s,
@@ -114,18 +126,35 @@ void AddNodes(ModemEngine& modem, const QCommandLineParser& parser)
     }
 }
 
-/// Until the end is asked for. Returns the bytes lost.
-qint64 Run(LinePeer& peer, const QCommandLineParser& parser)
+void Open(SimulatedLine& line, const QCommandLineParser& parser, const QString& name)
 {
-    SimulatedLine line(peer, parser.value(u"traffic"_s));
-    const QString path = parser.positionalArguments().first() + "/modem"_L1;
+    const QString path = parser.positionalArguments().first() + '/'_L1 + name;
     QString error;
     if (!line.Open(path, error))
         Fail(CannotRun, error);
-    std::printf("The modem is at %s\n", qUtf8Printable(path));
+    std::printf("The %s is at %s\n", qUtf8Printable(name), qUtf8Printable(path));
+}
+
+/// Until the end is asked for. Returns the bytes lost. `substation` may be null.
+qint64 Run(LinePeer& peer, const QCommandLineParser& parser, LinePeer* substation = nullptr)
+{
+    SimulatedLine line(peer, parser.value(u"traffic"_s));
+    std::optional<SimulatedLine> localLine;
+    if (substation)
+        Open(localLine.emplace(*substation, QString()), parser, u"substation"_s);
+    Open(line, parser, u"modem"_s);
     std::fflush(stdout);
     QCoreApplication::exec();
-    return line.BytesLost();
+    return line.BytesLost() + (localLine ? localLine->BytesLost() : 0);
+}
+
+void PrintTally(const ModemTally& tally, qint64 bytesLost)
+{
+    std::printf("Lines received %lld, answered %lld, refused %lld, lost while the modem restarted %lld\n"
+                "Unicasts delivered %lld, not delivered %lld\n"
+                "Answers passed on %lld, frames lost in the air %lld, bytes lost on a full line %lld\n",
+        tally.linesReceived, tally.linesAnswered, tally.linesRefused, tally.linesLost, tally.unicastsDelivered,
+        tally.unicastsNotDelivered, tally.answersPassedOn, tally.messagesLost, bytesLost);
 }
 
 void RunModem(const QCommandLineParser& parser)
@@ -133,12 +162,43 @@ void RunModem(const QCommandLineParser& parser)
     ModemEngine modem(Traits(parser));
     AddNodes(modem, parser);
     const qint64 bytesLost = Run(modem, parser);
-    const ModemTally& tally = modem.Tally();
-    std::printf("Lines received %lld, answered %lld, refused %lld, lost while the modem restarted %lld\n"
-                "Unicasts delivered %lld, not delivered %lld\n"
-                "Answers passed on %lld, frames lost in the air %lld, bytes lost on a full line %lld\n",
-        tally.linesReceived, tally.linesAnswered, tally.linesRefused, tally.linesLost, tally.unicastsDelivered,
-        tally.unicastsNotDelivered, tally.answersPassedOn, tally.messagesLost, bytesLost);
+    PrintTally(modem.Tally(), bytesLost);
+}
+
+AnswerReport::Sink OpenReport(QFile& file)
+{
+    if (file.fileName().isEmpty())
+        return {};
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+        Fail(CannotRun, u"Cannot write the report %1: %2"_s.arg(file.fileName(), file.errorString()));
+    return [&file](const QByteArray& line) {
+        if (file.write(line + '\n') != line.size() + 1)
+            Fail(CannotRun, u"Cannot write the report %1: %2"_s.arg(file.fileName(), file.errorString()));
+    };
+}
+
+void RunRegister(const QCommandLineParser& parser)
+{
+    QString error;
+    const auto meters = ReadRegister(parser.value(u"register"_s), error);
+    if (!meters)
+        Fail(CannotRun, error);
+    std::optional<Scenario> scenario(std::in_place);
+    scenario->modem = Traits(parser);
+    if (parser.isSet(u"scenario"_s))
+        scenario = ReadScenario(parser.value(u"scenario"_s), *scenario, error);
+    if (!scenario)
+        Fail(CannotRun, error);
+    if (const QByteArrayList unknown = UnknownNodes(*meters, *scenario); !unknown.isEmpty())
+        Fail(CannotRun, u"The register has no node of the scenario's: %1"_s.arg(QString::fromUtf8(unknown.join(' '))));
+
+    QFile reportFile(parser.value(u"report"_s));
+    AnswerReport report(OpenReport(reportFile));
+    VirtualSubstation substation(*meters, *scenario, CurrentDateTime(), report);
+    const qint64 bytesLost = Run(substation.Modem(), parser, substation.LocalLine());
+    PrintTally(substation.Modem().Tally(), bytesLost);
+    for (const QByteArray& line : report.Summary())
+        std::printf("%s\n", line.constData());
 }
 
 void RunReplay(const QCommandLineParser& parser)
@@ -165,9 +225,14 @@ int main(int argc, char* argv[])
     if (parser.positionalArguments().size() != 1)
         Fail(BadUsage, u"one directory is needed, see --help"_s);
 
+    if (!parser.isSet(u"register"_s) && (parser.isSet(u"scenario"_s) || parser.isSet(u"report"_s)))
+        Fail(BadUsage, u"--scenario and --report want a --register"_s);
+
     Ending::InstallSignalHandlers();
     if (parser.isSet(u"replay"_s))
         RunReplay(parser);
+    else if (parser.isSet(u"register"_s))
+        RunRegister(parser);
     else
         RunModem(parser);
     return 0;

@@ -178,7 +178,7 @@ void ModemEngine::Unicast(const QByteArray& argument, Moment now)
     Agree({}, now);
     At(now + traits.latency, [this, number, uin = argument.mid(3), message = payload](Moment then) {
         const Node* const node = FindNode(uin);
-        if (!node || Happens(traits.nack)) {
+        if (!node || !node->behaviour->Reachable() || Happens(traits.nack)) {
             ++tally.unicastsNotDelivered;
             Say("NACK:" + number, then);
             return;
@@ -219,21 +219,32 @@ void ModemEngine::WriteRemoteRegister(const QByteArray& argument, Moment now)
 void ModemEngine::Deliver(const Node& node, const QByteArray& message, Moment now)
 {
     for (const NodeAnswer& answer : node.behaviour->Receive(message, now))
-        At(now + answer.delay,
-            [this, uin = node.uin, bytes = answer.payload](Moment then) { PassOn(uin, bytes, then); });
+        SendFrom(node.uin, answer, now);
 }
 
-void ModemEngine::PassOn(const QByteArray& uin, const QByteArray& answer, Moment now)
+void ModemEngine::SendFrom(const QByteArray& uin, const NodeAnswer& answer, Moment now)
 {
+    At(now + answer.delay, [this, uin, answer](Moment then) {
+        const bool whole = PassOn(uin, answer.payload, then);
+        if (answer.passedOn)
+            answer.passedOn(then, whole);
+    });
+}
+
+bool ModemEngine::PassOn(const QByteArray& uin, const QByteArray& answer, Moment now)
+{
+    bool whole = true;
     for (qsizetype i = 0; i < answer.size(); i += RadioPayload) {
         if (Happens(traits.loss)) {
             ++tally.messagesLost;
+            whole = false;
             continue;
         }
         const QByteArray piece = answer.mid(i, RadioPayload);
         ++tally.answersPassedOn;
-        SendLine("UCAST:" + uin + ',' + TwoHexDigits(piece.size()) + '=' + piece, now);
+        whole = SendLine("UCAST:" + uin + ',' + TwoHexDigits(piece.size()) + '=' + piece, now) && whole;
     }
+    return whole;
 }
 
 void ModemEngine::Refuse(const QByteArray& code, Moment now)
@@ -247,23 +258,28 @@ void ModemEngine::Say(const QByteArray& text, Moment when)
     At(when, [this, text](Moment now) { SendLine(text, now); });
 }
 
-void ModemEngine::SendLine(QByteArray text, Moment now)
+bool ModemEngine::SendLine(QByteArray text, Moment now)
 {
     if (now < readyAt)
-        return;
+        return false;
     text = "\r\n" + text + "\r\n";
+    bool whole = true;
+    qsizetype noiseSize = 0;
     if (Happens(traits.garbage)) {
-        QByteArray noise(1 + Below(16), Qt::Uninitialized);
+        noiseSize = 1 + Below(16);
+        QByteArray noise(noiseSize, Qt::Uninitialized);
         std::generate(noise.begin(), noise.end(), [this] { return static_cast<char>(Below(256)); });
         text.prepend(noise);
     }
     if (Happens(traits.fragmentation)) {
         const qsizetype cut = 1 + Below(text.size() - 1);
+        whole = cut <= noiseSize || cut >= text.size() - 2;
         wire.Send(text.left(cut), now);
         wire.Pause(traits.fragmentPause);
         text.remove(0, cut);
     }
     wire.Send(text, now);
+    return whole;
 }
 
 void ModemEngine::At(Moment when, std::function<void(Moment)> what)

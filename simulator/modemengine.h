@@ -53,6 +53,9 @@ public:
     /// A node that joins the network at `when`, and is announced.
     void JoinNode(const QByteArray& uin, const QByteArray& kind, std::unique_ptr<RadioNode> node, Moment when);
 
+    /// The node `uin` speaks: in answer to what reached it at `now`, or by itself.
+    void SendFrom(const QByteArray& uin, const NodeAnswer& answer, Moment now);
+
     void Receive(const QByteArray& bytes, Moment now) override;
     [[nodiscard]] std::optional<Moment> NextDue() const override;
     [[nodiscard]] QByteArray Take(Moment now) override;
@@ -85,10 +88,10 @@ private:
     void WriteRemoteRegister(const QByteArray& argument, Moment now);
 
     void Deliver(const Node& node, const QByteArray& message, Moment now);
-    void PassOn(const QByteArray& uin, const QByteArray& answer, Moment now);
+    [[nodiscard]] bool PassOn(const QByteArray& uin, const QByteArray& answer, Moment now);
     void Refuse(const QByteArray& code, Moment now);
     void Say(const QByteArray& text, Moment when);
-    void SendLine(QByteArray line, Moment now);
+    bool SendLine(QByteArray line, Moment now); // whether in one piece
     void At(Moment when, std::function<void(Moment)> what);
     [[nodiscard]] const Node* FindNode(const QByteArray& uin) const;
     [[nodiscard]] bool Happens(double probability);

@@ -11,7 +11,6 @@
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
-#include <termios.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -41,7 +40,6 @@ bool PseudoTerminal::OpenPair()
     if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0)
         return false;
     slave = ::open(::ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios settings{};
     if (slave < 0 || ::tcgetattr(slave, &settings) != 0)
         return false;
     ::cfmakeraw(&settings);
@@ -86,8 +84,10 @@ QByteArray PseudoTerminal::Read()
     ssize_t size = 0;
     while ((size = ::read(master, buffer.data(), buffer.size())) > 0)
         bytes.append(buffer.data(), size);
-    // A daemon that was killed leaves the line locked against the next one.
+    // A daemon that was killed leaves the line locked against the next one, and set up as that one wants it: the system
+    // reports an error when nothing is left to change but parity, which a pseudo-terminal does not have.
     ::ioctl(slave, TIOCNXCL);
+    ::tcsetattr(slave, TCSANOW, &settings);
     return bytes;
 }
 

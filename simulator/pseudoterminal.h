@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <termios.h>
+
 /// A serial line in software: the daemon opens it under a name of the caller's choice, this side holds the other end.
 class PseudoTerminal final {
 public:
@@ -36,5 +38,6 @@ private:
 
     int master = -1;
     int slave = -1; // held open, so that the line outlives a daemon that is restarted
+    termios settings{}; // of a line that nobody has opened
     QString link;
 };

@@ -7,6 +7,12 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace {
+
+constexpr std::chrono::hours LongestWait(24); // a timer counts the milliseconds in an int
+
+} // namespace
+
 SimulatedLine::SimulatedLine(LinePeer& linePeer, const QString& trafficFile, QObject* parent)
     : QObject(parent),
       peer(linePeer)
@@ -55,7 +61,8 @@ void SimulatedLine::WriteWhatIsDue()
         bytesLost += bytes.size() - terminal.Write(bytes);
     }
     if (next)
-        due.start(std::chrono::ceil<std::chrono::milliseconds>(std::max(*next - Now(), Moment(0))));
+        due.start(
+            std::chrono::ceil<std::chrono::milliseconds>(std::clamp<Moment>(*next - Now(), Moment(0), LongestWait)));
 }
 
 void SimulatedLine::LogTraffic(TrafficLine::Speaker speaker, const QByteArray& bytes)

@@ -54,14 +54,14 @@ quint32 SumOf(const QByteArray& bytes)
 QByteArray AnswerCE301(const QByteArray& text, Checksum checksum)
 {
     const QByteArray covered = text + '\x03';
-    return '\x02' + covered + Sent(SumOf(covered) & 0x7F, checksum);
+    return '\x02' + covered + Sent(static_cast<quint8>(MeterAnswers::SumCE301(covered)), checksum);
 }
 
 QByteArray AnswerSET3(quint32 meter, char code, const QByteArray& data, Checksum checksum)
 {
     const QByteArray covered = LittleEndian(meter, 3) + code + data;
-    const quint32 crc = Remainder(covered, 16, 0x11021);
-    return '\x82' + covered + static_cast<char>(crc >> 8) + Sent(crc, checksum);
+    const QByteArray crc = MeterAnswers::CrcSET3(covered);
+    return '\x82' + covered + crc.at(0) + Sent(static_cast<quint8>(crc.at(1)), checksum);
 }
 
 QByteArray ItemCE301(quint64 hundredths)
@@ -79,6 +79,17 @@ QByteArray ClockDigits(const QDateTime& time)
 }
 
 } // namespace
+
+QByteArray MeterAnswers::CrcSET3(const QByteArray& covered)
+{
+    const quint32 crc = Remainder(covered, 16, 0x11021);
+    return QByteArray(1, static_cast<char>(crc >> 8)) + static_cast<char>(crc);
+}
+
+char MeterAnswers::SumCE301(const QByteArray& covered)
+{
+    return static_cast<char>(SumOf(covered) & 0x7F);
+}
 
 QByteArray MeterAnswers::EnergyCE102(quint16 address, quint32 total, Checksum checksum)
 {

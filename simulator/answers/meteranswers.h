@@ -11,6 +11,10 @@ namespace MeterAnswers {
 /// A wrong checksum stands in an answer that is right otherwise.
 enum class Checksum { Right, Wrong };
 
+/// The checks of requests and answers alike: SET3's CRC of `covered`, high byte first, and CE301's sum.
+[[nodiscard]] QByteArray CrcSET3(const QByteArray& covered);
+[[nodiscard]] char SumCE301(const QByteArray& covered);
+
 /// Four tariff registers, hundredths of a kWh.
 using Tariffs = std::array<quint32, 4>;
 

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "meterdialect.h"
+
+#include <QByteArrayList>
+#include <QList>
+#include <QString>
+
+/// A meter as the register knows it.
+struct RegisteredMeter {
+    QByteArray uin; ///< 16 characters; of the substation's meter whatever stands there
+    QByteArray number; ///< the SET models' is a decimal number
+    const MeterDialect* dialect = nullptr;
+    bool onLocalLine = false; ///< the substation's own meter: Type 1
+
+    [[nodiscard]] quint32 NumberOnTheWire() const { return static_cast<quint32>(number.toInt()); }
+};
+
+/// Reads a register: an SQLite database with the table "Counters", or a CSV file with its columns, separated by "," or
+/// ";". Its first line names them; UIN, Number, Model and Type are looked at. On failure `error` says where and why.
+[[nodiscard]] std::optional<QList<RegisteredMeter>> ReadRegister(const QString& path, QString& error);

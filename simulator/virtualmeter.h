@@ -1,0 +1,47 @@
+#pragma once
+
+#include "linepeer.h"
+#include "meteranswers.h"
+
+#include <QDateTime>
+
+/// What the simulated meters of one play have in common.
+struct Conditions {
+    QDateTime begin; ///< local time at Moment 0
+    quint32 seed = 1;
+    double driftPpm = 0; ///< of the meters' clocks; positive: they gain
+};
+
+/// The measuring half of a meter: its registers and its clock. Real time is handed in, as local time; the same seed and
+/// the same time give the same readings, whenever the play began.
+class VirtualMeter final {
+public:
+    /// The clock is right at `begin`.
+    VirtualMeter(quint32 seed, const QDateTime& begin, double driftPpm);
+
+    /// The four tariff registers, hundredths of a kWh. Tariffs change with the hour of the day, in winter time all
+    /// year. The registers run since 2014 and never fall while `now` does not.
+    [[nodiscard]] MeterAnswers::Tariffs EnergyAt(const QDateTime& now) const;
+
+    /// What the clock shows. It does not know summer time: once set it counts on.
+    [[nodiscard]] QDateTime ClockAt(const QDateTime& now) const;
+    void SetClock(const QDateTime& shown, const QDateTime& now);
+
+private:
+    MeterAnswers::Tariffs installed;
+    quint32 dailyHundredths;
+    double driftPpm;
+    QDateTime setAt;
+    QDateTime shownThen; // in UTC, so that it counts without leaps
+};
+
+[[nodiscard]] inline QDateTime WallTime(const QDateTime& begin, Moment now)
+{
+    return begin.addMSecs(now.count() / 1000);
+}
+
+/// The sum of the registers, in a meter's own width.
+[[nodiscard]] quint32 Total(const MeterAnswers::Tariffs& tariffs);
+
+/// A seed for the meter named `name`, different under each `seed`.
+[[nodiscard]] quint32 SeedOf(const QByteArray& name, quint32 seed);

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "scenario.h"
+
+#include <memory>
+
+/// A substation: the nodes with the meters of a register on a modem's network, and its own meter on a local line.
+class VirtualSubstation final {
+public:
+    /// The modem with the scenario's air. `report` must outlive this object.
+    VirtualSubstation(
+        const QList<RegisteredMeter>& meters, const Scenario& scenario, const QDateTime& begin, AnswerReport& report);
+
+    [[nodiscard]] ModemEngine& Modem() { return modem; }
+
+    /// Null: the register has no such meter. Of several the first one stands there.
+    [[nodiscard]] SubstationLine* LocalLine() { return localLine.get(); }
+
+private:
+    ModemEngine modem;
+    std::unique_ptr<SubstationLine> localLine;
+};
+
+/// The UINs that the scenario names and the register does not.
+[[nodiscard]] QByteArrayList UnknownNodes(const QList<RegisteredMeter>& meters, const Scenario& scenario);

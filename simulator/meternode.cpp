@@ -14,6 +14,7 @@ using MeterAnswers::Checksum;
 namespace {
 
 constexpr char ReadOutCommand = '\x02';
+constexpr char PassThroughCommand = '\x04';
 
 /// "ssmmhh0Wddmmyyyy", W the day of the week from Monday, 1.
 std::optional<QDateTime> ClockSetting(const QByteArray& text)
@@ -55,7 +56,7 @@ struct MeterNode::Command {
 
 constexpr std::array<MeterNode::Command, 6> MeterNode::Commands{{
     {'\x01', &MeterNode::Measure},
-    {'\x04', &MeterNode::PassThrough},
+    {PassThroughCommand, &MeterNode::PassThrough},
     {'\x05', &MeterNode::LearnCollector},
     {'\x06', &MeterNode::LearnKINumber},
     {'\x07', &MeterNode::LearnNumber},
@@ -81,8 +82,9 @@ bool MeterNode::Reachable()
 
 QList<NodeAnswer> MeterNode::Receive(const QByteArray& frame, Moment now)
 {
+    // What is meant for the meter comes without a node frame: its own frame, behind the command.
     QByteArray rest;
-    const QByteArray payload = NodeFrame::FromC0C1(frame, rest);
+    const QByteArray payload = frame.startsWith(PassThroughCommand) ? frame : NodeFrame::FromC0C1(frame, rest);
     if (payload.startsWith(ReadOutCommand))
         return ReadOut();
     const auto command = std::find_if(

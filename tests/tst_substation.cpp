@@ -181,10 +181,10 @@ void tst_Substation::commands_data()
                          const QByteArrayList& answers) { QTest::addRow("%s", name) << model << frames << answers; };
     const QByteArray measure = "c001c1"_hex;
     const QByteArray readOut = "c002c1"_hex;
-    const QByteArray askSET1 = "c00450c1"_hex;
-    const QByteArray askSET3 = "c004701101101726c1"_hex;
-    const QByteArray askCE301 = "c0040152310254494d455f28290367c1"_hex;
-    const QByteArray writeCE301 = "\xC0\x04\x01W1\x02TIME_(23:59:50)\x03\x18\xC1"_ba;
+    const QByteArray askSET1 = "0450"_hex;
+    const QByteArray askSET3 = "04701101101726"_hex;
+    const QByteArray askCE301 = "040152310254494d455f28290367"_hex;
+    const QByteArray writeCE301 = "\x04\x01W1\x02TIME_(23:59:50)\x03\x18"_ba;
     const auto clockSet = [](const QByteArray& time) { return "\xC0\x08" + time + '\xC1'; };
     const QByteArray energySET3 = "c0827011011228400000111d0000102e0000892d00009d3cc1";
 
@@ -203,13 +203,13 @@ void tst_Substation::commands_data()
     row("clock of a SET1", "SET1", {{0, askSET1}, {0, readOut}}, {"c0825000300802040314c1"});
     row("clock of a SET3", "SET3", {{0, askSET3}, {0, readOut}}, {"c08270110110003008020403148d39c1"});
     row("clock of a CE301", "CE301", {{0, askCE301}, {0, readOut}}, {"c00254494d455f2830383a33303a3030290301c1"});
-    row("another meter's number", "SET3", {{0, measure}, {0, "c004711101106192c1"_hex}, {0, readOut}}, {});
-    row("wrong check of a request", "SET3", {{0, "c004701101101727c1"_hex}, {0, readOut}}, {});
+    row("another meter's number", "SET3", {{0, measure}, {0, "04711101106192"_hex}, {0, readOut}}, {});
+    row("wrong check of a request", "SET3", {{0, "04701101101727"_hex}, {0, readOut}}, {});
 
     row("CE301 time write", "CE301", {{0, writeCE301}, {15'000, askCE301}, {15'000, readOut}},
         {"c00254494d455f2830303a30303a303529037bc1"});
     row("CE301 time write, wrong check", "CE301",
-        {{0, "\xC0\x04\x01W1\x02TIME_(23:59:50)\x03\x19\xC1"_ba}, {0, askCE301}, {0, readOut}},
+        {{0, "\x04\x01W1\x02TIME_(23:59:50)\x03\x19"_ba}, {0, askCE301}, {0, readOut}},
         {"c00254494d455f2830383a33303a3030290301c1"});
     row("CE301 time write is nothing to a SET1", "SET1", {{0, writeCE301}, {0, askSET1}, {0, readOut}},
         {"c0825000300802040314c1"});

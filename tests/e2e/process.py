@@ -3,6 +3,7 @@
 import contextlib
 import glob
 import os
+import stat
 import subprocess
 import tempfile
 import time
@@ -44,6 +45,7 @@ class Process:
             self.write_settings(settings)
 
     def write_settings(self, settings):
+        self.settings = settings
         text = settings.replace("[Base]", f"[Base]\nLog=1\nLogName={self.log_path}")
         with open(self.settings_path, "w", encoding="utf-8") as file:
             file.write(text)
@@ -70,12 +72,20 @@ class Process:
     def connect(self, name):
         return self.peers.enter_context(contextlib.closing(buspeer.connect(self.directory, name)))
 
+    def forget_peers(self):
+        """Closes the rest of its bus, as if all had been restarted together."""
+        self.peers.close()
+        for name in os.listdir(self.directory):
+            if os.path.exists(path := os.path.join(self.directory, name)) and stat.S_ISSOCK(os.stat(path).st_mode):
+                os.unlink(path)
+
     def start_with_admin(self, name):
         """Starts it with an administrative server and nobody else; returns when its own server `name` listens."""
-        listener = self.listen("admin")
+        listener, listens = self.listen("admin"), f"Start server: {name} Ok!!!!"
+        earlier = self.log_texts().count(listens)
         self.start()
         admin = self.accept(listener)
-        self.wait_for_log(f"Start server: {name} Ok!!!!")
+        self.wait_for_log(listens, earlier + 1)
         return admin
 
     def log(self):

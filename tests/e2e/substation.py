@@ -1,0 +1,117 @@
+"""A whole site: the daemon with its database, the virtual substation on its lines, an administrator and a peer."""
+
+import csv
+import os
+import struct
+import subprocess
+
+import buspeer as bus
+from process import BUILD, Process, faketime_environment, wait_for
+
+NODE = "000D6F00000010%02X"
+SPOILED, LATE, CUT, SILENT = NODE % 5, NODE % 6, NODE % 7, NODE % 8
+MODELS = ["CE301", "SET3", "SET1", "CE102", "SET1", "SET3", "CE301", "SET3"]
+REGISTER = "global_id,UIN,Number,Model,Type,KI_Number\n1,KTP-1,12345,CE301,1,\n" + "".join(
+    f"{10 + i},{NODE % i},{70000 + i},{model},0,{i}\n" for i, model in enumerate(MODELS, 1))
+SCENARIO = f"""[all]
+seed = 3
+drift = 200
+[node {SILENT}]
+silent = yes
+[node {LATE}]
+late = 4000
+[node {CUT}]
+pieces = 3
+[node {SPOILED}]
+undecodable = checksum
+"""
+NTPQ = """#!/bin/sh
+cat <<END
+     remote           refid      st t when poll reach   delay   offset  jitter
+==============================================================================
+*192.0.2.7       .GPS.            1 u   33   64  377    0.214 1523.400   0.019
+END
+"""
+SETTINGS = """[Base]
+AdminServerName=admin
+ServerName=probe
+Connections=
+{database}
+[Main]
+PortKS={directory}/modem
+PortCounterKTP={directory}/substation
+CounterKTPMultiplier=40
+BCAST_to_UCAST_Delay=5000
+UCAST_to_UCAST_Delay=2000
+RepeatQueryNumber=2
+RepeateQueryKTPNumber=2
+NtpServer=192.0.2.7
+"""
+
+
+class Site(Process):
+    """A daemon with its database, the virtual substation on its lines, an administrator and a peer."""
+
+    def __init__(self, database, start, speed=150, scenario=SCENARIO, **options):
+        super().__init__(settings=None, start=start, speed=speed, **options)
+        self.database = database.replace("{directory}", self.directory)
+        self.write_settings(SETTINGS.format(database=self.database, directory=self.directory))
+        self.write("register.csv", REGISTER)
+        self.write("scenario.ini", scenario)
+        self.write("ntpq", NTPQ)
+        os.chmod(self.path("ntpq"), 0o755)
+        self.substation = None
+        self.provision()
+
+    def path(self, name):
+        return os.path.join(self.directory, name)
+
+    def write(self, name, text):
+        with open(self.path(name), "w", encoding="utf-8") as file:
+            file.write(text)
+
+    def provision(self):
+        for arguments in (["init"], ["import", self.path("register.csv")]):
+            subprocess.run([os.path.join(BUILD, "ravelinctl"), "register", *arguments, "-settings", self.settings_path],
+                           check=True, stdout=subprocess.DEVNULL)
+
+    def start_all(self):
+        """Returns the administrator's and a peer's connection."""
+        self.substation = subprocess.Popen(
+            [os.path.join(BUILD, "ravelin-sim"), "--register", self.path("register.csv"), "--scenario",
+             self.path("scenario.ini"), "--report", self.path("report.csv"), "--traffic", self.path("traffic"),
+             self.directory],
+            env=dict(os.environ, TZ="UTC", **faketime_environment(self.speed, self.start_time)),
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+        wait_for(lambda: os.path.exists(self.path("modem")), "the virtual substation")
+        admin = self.start_with_admin("probe")
+        peer = self.connect("probe")
+        peer.send(bus.identify(b"peer"))
+        return admin, peer
+
+    def report(self):
+        with open(self.path("report.csv"), encoding="utf-8") as file:
+            return list(csv.DictReader(file))
+
+    def __exit__(self, *arguments):
+        if self.substation:
+            self.substation.kill()
+            self.substation.wait()
+        super().__exit__(*arguments)
+
+
+def read_message(peer, timeout):
+    """The file name and the records of the next "tempdb" or "tempdb_t" message."""
+    frame = peer.read_frame(timeout)
+    body = frame[4 + 1 + 4:]
+
+    def take(size):
+        nonlocal body
+        taken, body = body[:size], body[size:]
+        return taken
+
+    word = take(struct.unpack(">i", take(4))[0])
+    name = take(struct.unpack(">i", take(4))[0]).decode("utf-16-be")
+    records = take(struct.unpack(">i", take(4))[0])
+    assert frame[4] == 0 and not body, frame
+    return word, name, [records[i:i + 44] for i in range(0, len(records), 44)]

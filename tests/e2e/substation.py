@@ -32,6 +32,7 @@ cat <<END
 *192.0.2.7       .GPS.            1 u   33   64  377    0.214 1523.400   0.019
 END
 """
+# A sweep's first tick lasts so long that the next one does not fall into the same minute and start it again.
 SETTINGS = """[Base]
 AdminServerName=admin
 ServerName=probe
@@ -41,7 +42,7 @@ Connections=
 PortKS={directory}/modem
 PortCounterKTP={directory}/substation
 CounterKTPMultiplier=40
-BCAST_to_UCAST_Delay=5000
+BCAST_to_UCAST_Delay=16000
 UCAST_to_UCAST_Delay=2000
 RepeatQueryNumber=2
 RepeateQueryKTPNumber=2
@@ -52,7 +53,7 @@ NtpServer=192.0.2.7
 class Site(Process):
     """A daemon with its database, the virtual substation on its lines, an administrator and a peer."""
 
-    def __init__(self, database, start, speed=150, scenario=SCENARIO, **options):
+    def __init__(self, database, start, speed=100, scenario=SCENARIO, **options):
         super().__init__(settings=None, start=start, speed=speed, **options)
         self.database = database.replace("{directory}", self.directory)
         self.write_settings(SETTINGS.format(database=self.database, directory=self.directory))

@@ -1,67 +1,186 @@
-"""The daemon beside a small administrative server on a bus of their own, told line by line."""
+"""The main job on a table: a virtual substation, the daemon, one sweep over all meters, and what is stored of it."""
 
+import argparse
+import contextlib
+import csv
 import os
-import subprocess
+import re
+import signal
+import sqlite3
 import sys
-import tempfile
+import threading
 import time
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
+os.environ.setdefault("RAVELIN_BUILD", os.path.join(ROOT, "build", "release"))
+sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
+sys.dont_write_bytecode = True
 import buspeer as bus  # noqa: E402
+from substation import Site, read_message  # noqa: E402
 
+SILENT, SPOILED, DEAF = "000D6F0000173425", "000D6F000017341C", "000D6F0000190B17"
+SCENARIO = f"""[all]
+drift = 40
+[node {SILENT}]
+silent = yes
+[node {SPOILED}]
+undecodable = checksum
+[node {DEAF}]
+nack = 0.5
+"""
+SETTINGS = """[Base]
+AdminServerName=admin
+ServerName=probe
+Connections=
+{database}
+[Main]
+PortKS={directory}/modem
+PortCounterKTP={directory}/substation
+CounterKTPMultiplier=40
+BCAST_to_UCAST_Delay=3000
+UCAST_to_UCAST_Delay=600
+RepeatQueryNumber=1
+RepeateQueryKTPNumber=2
+NtpServer=192.0.2.7
+"""
+STATUS = {0: "read", 1: "answer not decodable", 2: "node heard, no reading", 3: "not delivered", 255: "nothing heard"}
+ROWS = "SELECT global_id, status, pwr, pwr1, pwr2, pwr3, pwr4 FROM Main_Data WHERE date_r = '{}' and time_r = '{}'"
 BEGUN = time.monotonic()
 
 
-def tell(who, what):
-    print(f"{time.monotonic() - BEGUN:6.2f} s  {who:6}  {what}", flush=True)
+def tell(text):
+    print(f"{time.monotonic() - BEGUN:6.1f} s  {text}", flush=True)
 
 
-def connect_when_up(directory, name):
-    while True:
-        try:
-            return bus.connect(directory, name)
-        except OSError:
-            time.sleep(0.1)
+class Progress:
+    """Says in words what the daemon's debug output shows."""
+
+    def __init__(self, path, meters):
+        self.path, self.meters, self.asked, self.passes = path, meters, 0, 0
+        self.phases = [
+            (r"openned\.\.\.", self.modem_ready),
+            (r'"Timer event: .. (.*)"', lambda time: tell(f"tick of the schedule, {time}")),
+            (r"Broadcast query\.\.\.", lambda: tell('measure command to all nodes ("C0 01 C1")')),
+            (r'"KTP Data: (.*)"', lambda total: tell(f"substation meter read: {total} kWh")),
+            (r'"Not received data from KTP"', lambda: tell("substation meter silent")),
+            (r'"([0-9A-F]{16})"    "\\xC0\\x02\\xC1"', self.read_out),
+            (r'"([0-9A-F]{16}) send data: (.*) kW\*h"', lambda uin, energy: tell(f"    {uin} sends {energy} kWh")),
+            (r'"Error\. Received \'NACK\' .* (.*)"', lambda uin: tell(f"    {uin} cannot be reached")),
+            (r"Repeat query\.\.\.", self.re_ask),
+            (r'"Observed reading!"', lambda: tell("sweep closed")),
+        ]
+
+    def modem_ready(self):
+        tell("modem ready; the first tick comes after 25 s")
+
+    def read_out(self, uin):
+        self.asked += 1
+        of = f" of {self.meters}" if not self.passes else ""
+        tell(f"read-out {self.asked}{of}: {uin}")
+
+    def re_ask(self):
+        self.passes, self.asked = self.passes + 1, 0
+        tell(f"re-ask pass {self.passes}: the silent ones")
+
+    def follow(self):
+        with open(self.path, encoding="utf-8", errors="replace") as output:
+            while True:
+                line = output.readline()
+                if not line:
+                    time.sleep(0.1)
+                for pattern, say in self.phases:
+                    if match := re.fullmatch(pattern, line.rstrip()):
+                        say(*match.groups())
 
 
-def tell_log(path, seen):
-    lines = open(path, encoding="utf-8").read().splitlines()
-    for line in lines[seen:]:
-        tell("log", line)
-    return len(lines)
+@contextlib.contextmanager
+def sqlite_database():
+    def rows(site, sql):
+        with contextlib.closing(sqlite3.connect(f"file:{site.path('z.db')}?mode=ro", uri=True)) as connection:
+            return connection.execute(sql).fetchall()
+    yield "BDType=sqlite3\nBaseName={directory}/z.db", rows
 
 
-def show(program, directory):
-    log = os.path.join(directory, "ravelin.log")
-    settings = os.path.join(directory, "ravelin.ini")
-    with open(settings, "w", encoding="utf-8") as file:
-        file.write(f"[Base]\nLog=1\nLogName={log}\nAdminServerName=admin\nServerName=ravelin\nConnections=\n")
-    server = bus.Listener(directory, "admin")
-    tell("admin", "listens; the daemon looks for it every 5 s")
-    daemon = subprocess.Popen([program, "-settings", settings], env=dict(os.environ, TMPDIR=directory))
-    try:
-        admin = server.accept(60)
-        tell("admin", f"was found; the daemon says who it is: {admin.read_frame(60)!r}")
-        seen = tell_log(log, 0)
-        peer = connect_when_up(directory, "ravelin")
-        tell("peer", "found the daemon's own server; switches the watch on, then sends data of version 150")
-        peer.send(bus.identify(b"peer") + bus.command(b"Watch_Arrow_On") + bus.data(150, b"hello"))
-        tell("admin", f"is shown the data: {admin.read_frame(60)!r}")
-        seen = tell_log(log, seen)
-        tell("admin", "goes away")
-        admin.close()
-        code = daemon.wait(10)
-        tell_log(log, seen)
-        tell("daemon", f"ended with exit code {code}")
-        return 0 if code == 5 else 1
-    finally:
-        daemon.kill()
-        daemon.wait()
+@contextlib.contextmanager
+def postgres_database():
+    from postgres import Postgres
+    tell("a private PostgreSQL server starts")
+    with Postgres() as server:
+        def rows(_, sql):
+            return [[float(value) for value in line.split("|")] for line in server.psql(sql).splitlines()]
+        yield server.settings.replace("[Base]\n", ""), rows
+
+
+def show_table(rows, meters):
+    print(f"\n{'meter':>6}  {'model':6} {'UIN':17} {'status':24} {'total':>10} " +
+          " ".join(f"{'tariff ' + str(i):>10}" for i in range(1, 5)))
+    for global_id, status, *energies in sorted(rows):
+        meter = meters[int(global_id)]
+        print(f"{int(global_id):6}  {meter['Model']:6} {meter['UIN']:17} {STATUS[int(status)]:24} " +
+              " ".join(f"{float(energy):10.6g}" for energy in energies))
+
+
+def strangers(rows, meters, report):
+    """The readings that are not what their meter says it held, to the six digits that are stored."""
+    held = {}
+    for answer in report:
+        if answer["kind"] == "energy":
+            factor = 40 if meters[1]["UIN"] == answer["uin"] else 1
+            held.setdefault(answer["uin"], []).append([factor * float(value) for value in answer["values"].split()])
+    return [int(row[0]) for row in rows if int(row[1]) == 0 and not any(
+        all(abs(float(a) - b) <= 1e-5 * abs(b) for a, b in zip(row[2:], values))
+        for values in held.get(meters[int(row[0])]["UIN"], []))]
+
+
+def read_register(path):
+    with open(path, encoding="utf-8") as file:
+        text = "".join(line for line in file if line.strip() and not line.startswith("#"))
+    return text, {int(row["global_id"]): row for row in csv.DictReader(text.splitlines())}
+
+
+def sweep(site, peer, rows, meters):
+    """Shows the next sweep; False when a reading is not what the meter held."""
+    word, name, records = read_message(peer, 3600)
+    while word != b"tempdb":
+        word, name, records = read_message(peer, 3600)
+    date, clock = name[:10], name[11:19].replace("-", ":")
+    stored = rows(site, ROWS.format(date, clock))
+    show_table(stored, meters)
+    wrong = strangers(stored, meters, site.report())
+    print(f"\nSummary message to the peers: {name}, {len(records)} records.")
+    print(f"Readings that differ from what the virtual meters held: {wrong or 'none'}.\n", flush=True)
+    return not wrong
+
+
+def play(options):
+    register, meters = read_register(os.path.join(ROOT, "share", "register.csv.example"))
+    database = postgres_database() if options.postgres else sqlite_database()
+    with database as (settings, rows), Site(settings, speed=0, scenario=SCENARIO, register=register,
+                                            settings=SETTINGS) as site:
+        tell(f"database provisioned, {len(meters)} meters registered, virtual substation and daemon start")
+        tell("modem start-up, 13 s")
+        open(site.stderr_path, "a", encoding="utf-8").close()
+        progress = Progress(site.stderr_path, len(meters) - 1)
+        threading.Thread(target=progress.follow, daemon=True).start()
+        admin, peer = site.start_all()
+        tell('administrator connected; asks for a sweep now ("Need_query")')
+        admin.send(bus.command(b"Need_query"))
+        right = sweep(site, peer, rows, meters)
+        while options.keep:
+            tell("goes on as scheduled: a sweep every half hour; Ctrl-C ends it")
+            progress.passes = progress.asked = 0
+            right = sweep(site, peer, rows, meters) and right
+        site.signal(signal.SIGTERM)
+        tell(f"daemon ended with exit code {site.wait()}")
+        return 0 if right else 1
 
 
 if __name__ == "__main__":
-    with tempfile.TemporaryDirectory(prefix="ravelin-demo-") as home:
-        try:
-            sys.exit(show(os.path.abspath(sys.argv[1]), home))
-        except KeyboardInterrupt:
-            sys.exit(130)
+    parser = argparse.ArgumentParser(prog="scripts/demo", description=__doc__)
+    parser.add_argument("--keep", action="store_true", help="go on with a sweep every half hour")
+    parser.add_argument("--postgres", action="store_true", help="store into a private PostgreSQL server, not into SQLite")
+    try:
+        sys.exit(play(parser.parse_args()))
+    except KeyboardInterrupt:
+        tell("stopped")
+        sys.exit(130)

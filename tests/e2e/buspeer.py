@@ -74,7 +74,7 @@ class Listener:
         self.socket.bind(os.path.join(directory, name))
         self.socket.listen(16)
 
-    def accept(self, timeout=10.0):
+    def accept(self, timeout=60.0):
         self.socket.settimeout(timeout)
         return Connection(self.socket.accept()[0])
 

@@ -11,13 +11,14 @@ import time
 import buspeer
 
 BUILD = os.environ["RAVELIN_BUILD"]
-FAKETIME = glob.glob("/usr/lib/*/faketime/libfaketime.so.1")[0]
 SANITIZED = "asan" in os.path.basename(BUILD)  # the sanitizer keeps freed memory: resident sizes say nothing then
 
 
 def faketime_environment(speed, start):
-    """Loads libfaketime by hand: the faketime command would stand between us and the process."""
-    return {"LD_PRELOAD": FAKETIME, "FAKETIME": f"@{start} x{speed}"}
+    """Loads libfaketime by hand: the faketime command would stand between us and the process. Speed 0: real time."""
+    if not speed:
+        return {}
+    return {"LD_PRELOAD": glob.glob("/usr/lib/*/faketime/libfaketime.so.1")[0], "FAKETIME": f"@{start} x{speed}"}
 
 
 def wait_for(condition, what, timeout=20.0):
@@ -54,8 +55,7 @@ class Process:
         arguments = ["-settings", self.settings_path] if self.arguments is None else self.arguments
         environment = dict(os.environ, TMPDIR=self.directory, TZ="UTC", XDG_STATE_HOME=self.directory,
                            HOME=self.directory, PATH=f"{self.directory}:{os.environ['PATH']}")
-        if self.speed:
-            environment.update(faketime_environment(self.speed, self.start_time))
+        environment.update(faketime_environment(self.speed, self.start_time))
         with open(self.stderr_path, "ab") as stderr:
             self.process = subprocess.Popen([os.path.join(BUILD, self.program)] + arguments,
                                             cwd=self.directory, env=environment, stdin=subprocess.DEVNULL,
@@ -85,7 +85,7 @@ class Process:
         earlier = self.log_texts().count(listens)
         self.start()
         admin = self.accept(listener)
-        self.wait_for_log(listens, earlier + 1)
+        self.wait_for_log(listens, earlier + 1, timeout=60)
         return admin
 
     def log(self):

@@ -53,11 +53,11 @@ NtpServer=192.0.2.7
 class Site(Process):
     """A daemon with its database, the virtual substation on its lines, an administrator and a peer."""
 
-    def __init__(self, database, start, speed=100, scenario=SCENARIO, **options):
-        super().__init__(settings=None, start=start, speed=speed, **options)
+    def __init__(self, database, start="now", speed=100, scenario=SCENARIO, register=REGISTER, settings=SETTINGS):
+        super().__init__(settings=None, start=start, speed=speed)
         self.database = database.replace("{directory}", self.directory)
-        self.write_settings(SETTINGS.format(database=self.database, directory=self.directory))
-        self.write("register.csv", REGISTER)
+        self.write_settings(settings.format(database=self.database, directory=self.directory))
+        self.write("register.csv", register)
         self.write("scenario.ini", scenario)
         self.write("ntpq", NTPQ)
         os.chmod(self.path("ntpq"), 0o755)

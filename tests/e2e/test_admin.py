@@ -1,9 +1,11 @@
 """The administrator's commands and live view, byte for byte: on the bus, on the modem's line, on the debug output."""
 
+import contextlib
 import os
 import pty
 import select
 import signal
+import sqlite3
 import struct
 import time
 import tty
@@ -12,7 +14,7 @@ import unittest
 import buspeer as bus
 from process import Process, wait_for
 
-SETTINGS = "[Base]\nAdminServerName=admin\nServerName=probe\nBaseName=db/z.db\n[Main]\nPortKS=%s\n"
+SETTINGS = "[Base]\nAdminServerName=admin\nServerName=probe\nBaseName=%s\n[Main]\nPortKS=%s\n"
 UIN, NODE = b"000D6F0000000001", b"000D6F00001733EB"
 
 
@@ -36,6 +38,13 @@ class ModemLine:
         test.assertEqual(self.received[:len(raw)], raw)
         self.received = self.received[len(raw):]
 
+    def skip_to(self, raw, timeout=20.0):
+        """The daemon writes `raw`, maybe after something else."""
+        deadline = time.monotonic() + timeout
+        while raw not in self.received:
+            self.received += self.read(deadline)
+        self.received = self.received.split(raw, 1)[1]
+
     def read(self, deadline):
         if not select.select([self.master], [], [], max(0.0, deadline - time.monotonic()))[0]:
             raise TimeoutError(f"the daemon wrote only {self.received!r}")
@@ -54,7 +63,13 @@ class Administrator(unittest.TestCase):
     def setUp(self):
         self.modem = ModemLine()
         self.addCleanup(self.modem.close)
-        self.home = self.enterContext(Process(settings=SETTINGS % self.modem.path))
+        self.home = self.enterContext(Process())
+        self.database = os.path.join(self.home.directory, "z.db")
+        self.home.write_settings(SETTINGS % (self.database, self.modem.path))
+        with contextlib.closing(sqlite3.connect(self.database)) as connection:
+            connection.execute('CREATE TABLE "Counters" (global_id, "UIN", "Number", "Model", "Type" integer, "KI_Number")')
+            connection.execute('INSERT INTO "Counters" VALUES (7, ?, 192, \'SET3\', 0, 40)', (NODE.decode(),))
+            connection.commit()
         listener = self.home.listen("admin")
         self.home.start()
         self.modem.expect(self, b"atz\r\nati\r\n")
@@ -70,7 +85,7 @@ class Administrator(unittest.TestCase):
     def test_commands(self):
         self.admin.send(bus.command(b"About", connection=7))
         self.expect_action(b"About", "----\nИнформация о сборке.\nВерсия модуля: 5.4.54:0df2e73b28c0\nВерсия Tessel: 0.1.0\n\n"
-                           "----\nИнформация о работе модуля.\nБаза данных: db/z.db\n".encode(), b"", 7)
+                           f"----\nИнформация о работе модуля.\nБаза данных: {self.database}\n".encode(), b"", 7)
 
         self.modem.say(b"\r\nFFD:" + NODE + b"\r\n")
         wait_for(lambda: '"NEW: 000D6F00001733EB\\n"' in self.home.stderr(), "the node")
@@ -80,6 +95,16 @@ class Administrator(unittest.TestCase):
 
         self.admin.send(bus.command(b"about") + bus.command(b"Unknown", argument(b"x")) + bus.command(b"Send_main_UIN"))
         self.modem.expect(self, b"at+bcastb:13,00\r\xc0\x05" + UIN + b"\xc1")
+        self.admin.send(bus.command(b"Send_counters_numbers") + bus.command(b"Send_04_command")  # both send nothing
+                        + bus.command(b"Send_counter_number", argument(NODE)) + bus.command(b"Send_counter_number")
+                        + bus.command(b"Send_KI_number", argument(NODE)))
+        self.modem.expect(self, b"at+ucastb:08," + NODE + b"\r\xc0\x07\x7d\xe0\x00\x00\x00\xc1"
+                          b"at+ucastb:05," + NODE + b"\r\xc0\x0640\xc1")
+        self.admin.send(bus.command(b"Need_query"))
+        self.modem.skip_to(b"at+bcastb:03,00\r\xc0\x01\xc1")
+        self.modem.skip_to(b"at+ucastb:03," + NODE + b"\r\xc0\x02\xc1at+bcastb:02,00\r\xc0\xc1")
+
+    def test_commands_to_the_modem(self):
         self.admin.send(bus.command(b"Write_direct_in_port", argument(b"\x00\xffat\r")))
         self.modem.expect(self, b"\x00\xffat\r")
         self.admin.send(bus.command(b"Reset_KS", argument(NODE)))
@@ -127,7 +152,7 @@ class Administrator(unittest.TestCase):
 
     def test_end_within_the_start(self):
         """SIGTERM while the modem is being set up."""
-        with Process(settings=SETTINGS % "/dev/null/none", speed=0) as home:
+        with Process(settings=SETTINGS % ("z.db", "/dev/null/none"), speed=0) as home:
             home.start()
             wait_for(lambda: len(home.log()) > 1, "log lines of the start")
             home.signal(signal.SIGTERM)

@@ -1,16 +1,18 @@
 """A day of the default schedule without faults: every decodable meter has a reading in every sweep, and it is the meter's.
 
-Not among the tests, it takes its time:  RAVELIN_BUILD=build/release python3 tests/e2e/play_day.py [--postgres] [--speed 100]
+Not among the tests, it takes its time:  RAVELIN_BUILD=build/release python3 scripts/play_day.py [--postgres] [--speed 100]
 """
 
 import argparse
 import contextlib
+import os
 import struct
 import sys
 import time
 
-from postgres import Postgres
-from substation import REGISTER, Site, read_message
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
+from postgres import Postgres  # noqa: E402
+from substation import REGISTER, Site, read_message  # noqa: E402
 
 SETTINGS = """[Base]
 AdminServerName=admin

@@ -1,7 +1,5 @@
 #include "schedule.h"
 
-#include <QRegularExpression>
-
 using namespace Qt::StringLiterals;
 
 QString Schedule::Stamp(const QDateTime& time)
@@ -11,8 +9,12 @@ QString Schedule::Stamp(const QDateTime& time)
 
 bool Schedule::Matches(const QString& pattern, const QString& stamp)
 {
-    const QRegularExpression expression(pattern);
-    return expression.isValid() && expression.match(stamp).hasMatch();
+    return Matches(QRegularExpression(pattern), stamp);
+}
+
+bool Schedule::Matches(const QRegularExpression& pattern, const QString& stamp)
+{
+    return pattern.isValid() && pattern.match(stamp).hasMatch();
 }
 
 QString Schedule::ErrorIn(const QString& pattern)

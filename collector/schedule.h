@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QRegularExpression>
 #include <QString>
 
 /// When something is due: a regular expression that is searched, unanchored, in a stamp of the time. Day of the month,
@@ -12,6 +13,9 @@ namespace Schedule {
 
 /// A pattern that is no regular expression matches nothing.
 [[nodiscard]] bool Matches(const QString& pattern, const QString& stamp);
+
+/// The same for a pattern that is asked for many stamps.
+[[nodiscard]] bool Matches(const QRegularExpression& pattern, const QString& stamp);
 
 /// Why `pattern` is no regular expression; empty if it is one.
 [[nodiscard]] QString ErrorIn(const QString& pattern);

@@ -69,6 +69,8 @@ double ToFiniteReal(const QString& text, bool* ok)
 
 } // namespace
 
+SettingsFile::SettingsFile() : settings(Parsed(u"/dev/null"_s, {})) { }
+
 SettingsFile::SettingsFile(const QString& fileName_) : fileName(fileName_)
 {
     QByteArray contents;

@@ -11,6 +11,8 @@
 /// byte-order mark. Keys are written "Group/Key".
 class SettingsFile final {
 public:
+    /// No file, and nothing wrong with that.
+    SettingsFile();
     /// Opens `fileName` for reading. A file that is missing, not a regular file, unreadable, binary or larger than 1
     /// MiB is read as empty.
     explicit SettingsFile(const QString& fileName);
@@ -23,6 +25,9 @@ public:
 
     /// The value as a finite decimal number with a point.
     [[nodiscard]] double Real(const QString& key, double defaultValue);
+
+    /// All that the file sets, used or not. Keys of no group have no slash.
+    [[nodiscard]] QStringList Keys() const { return settings->allKeys(); }
 
     /// Why the file was not read (properly), if so, then each value met so far that was of the wrong type: one sentence
     /// each.

@@ -59,11 +59,16 @@ CommandLine::CommandLine(const QString& about, File file_) : file(file_)
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions); // "-settings", as the daemon has it
     parser.setApplicationDescription(about);
     parser.addOption({{u"h"_s, u"help"_s}, u"Tells this."_s});
-    const QString beside = QCoreApplication::applicationDirPath() + "/ravelin.ini"_L1;
-    parser.addOption({u"settings"_s, u"The daemon's settings file (default %1)."_s.arg(beside), u"file"_s});
+    parser.addOption({u"settings"_s, u"The daemon's settings file (default %1)."_s.arg(DefaultSettings()), u"file"_s});
     if (file != File::None)
         parser.addPositionalArgument(u"file"_s, u"The register as comma-separated values."_s,
             file == File::Required ? u"FILE.csv"_s : u"[FILE.csv]"_s);
+}
+
+void CommandLine::AddOption(
+    const QString& name, const QString& meaning, const QString& about, const QString& defaultValue)
+{
+    parser.addOption({name, about, meaning, defaultValue});
 }
 
 std::optional<int> CommandLine::Parse(const QStringList& words)
@@ -87,21 +92,25 @@ std::optional<int> CommandLine::Parse(const QStringList& words)
 
 std::optional<SysVar> CommandLine::Settings() const
 {
-    const QString beside = QCoreApplication::applicationDirPath() + "/ravelin.ini"_L1;
-    const bool named = parser.isSet(u"settings"_s);
-    if (!named && !QFileInfo::exists(beside)) {
-        SettingsFile none(u"/dev/null"_s);
-        return ReadSysVar(none);
-    }
-    SettingsFile settings(named ? parser.value(u"settings"_s) : beside);
+    SettingsFile settings = OpenSettings(NamedSettings(), DefaultSettings());
     const SysVar vars = ReadSysVar(settings);
     const QStringList problems = settings.Problems();
     if (problems.isEmpty())
         return vars;
-    for (const QString& problem : problems)
-        Complain(problem);
+    static_cast<void>(ComplainOfAll(problems));
     Complain(u"Nothing is done while the settings have problems."_s);
     return std::nullopt;
+}
+
+QString DefaultSettings()
+{
+    return QCoreApplication::applicationDirPath() + "/ravelin.ini"_L1;
+}
+
+SettingsFile OpenSettings(const QString& named, const QString& otherwise)
+{
+    const QString name = named.isEmpty() ? otherwise : named;
+    return named.isEmpty() && !QFileInfo::exists(name) ? SettingsFile() : SettingsFile(name);
 }
 
 void Tell(const QString& sentence)
@@ -112,4 +121,11 @@ void Tell(const QString& sentence)
 void Complain(const QString& sentence)
 {
     Print(stderr, "ravelinctl: "_L1 + sentence);
+}
+
+int ComplainOfAll(const QStringList& problems)
+{
+    for (const QString& problem : problems)
+        Complain(problem);
+    return Problems;
 }

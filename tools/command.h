@@ -1,5 +1,6 @@
 #pragma once
 
+#include "settingsfile.h"
 #include "sysvar.h"
 
 #include <QCommandLineParser>
@@ -29,11 +30,19 @@ public:
 
     CommandLine(const QString& about, File file);
 
+    /// `name` takes a value, which `meaning` names.
+    void AddOption(const QString& name, const QString& meaning, const QString& about, const QString& defaultValue);
+
     /// An exit code when the command has nothing left to do: help was asked for, or the usage is wrong.
     [[nodiscard]] std::optional<int> Parse(const QStringList& words);
 
     /// Empty when none was given.
     [[nodiscard]] QString FileName() const { return parser.positionalArguments().value(0); }
+
+    [[nodiscard]] QString Option(const QString& name) const { return parser.value(name); }
+
+    /// Empty when none was given.
+    [[nodiscard]] QString NamedSettings() const { return parser.value(QStringLiteral("settings")); }
 
     /// The settings that the daemon would run with. None, and the reasons on stderr, when something is wrong with them:
     /// where the daemon goes on with defaults, a tool would work on the wrong database.
@@ -44,7 +53,16 @@ private:
     File file;
 };
 
+/// The file that counts when none is named: beside the program.
+[[nodiscard]] QString DefaultSettings();
+
+/// The file `named`, or `otherwise` if there is no name. When that does not exist, all defaults apply and nothing is
+/// wrong.
+[[nodiscard]] SettingsFile OpenSettings(const QString& named, const QString& otherwise);
+
 /// One sentence for the operator, on stdout.
 void Tell(const QString& sentence);
 /// One sentence about a problem, on stderr.
 void Complain(const QString& sentence);
+/// Complains of each. The exit code of a command that ends with it.
+[[nodiscard]] int ComplainOfAll(const QStringList& problems);

@@ -15,13 +15,6 @@ namespace {
 
 constexpr qint64 LargestFile = 64 * qint64{1024} * 1024; // a million meters
 
-int ComplainOfAll(const QStringList& problems)
-{
-    for (const QString& problem : problems)
-        Complain(problem);
-    return Problems;
-}
-
 // What cannot be read at all is a problem like any other.
 RegisterText ReadFile(const QString& fileName)
 {

@@ -6,14 +6,33 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSqlError>
+#include <QSqlRecord>
+#include <QUrl>
 
 #include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const auto Connection = u"register"_s;
+
+// As the daemon spells them. PostgreSQL tells the two names of the readings apart.
+struct Table {
+    QLatin1StringView name;
+    QLatin1StringView columns;
+};
+constexpr QLatin1StringView ReadingColumns("global_id pwr pwr1 pwr2 pwr3 pwr4 date_r time_r status");
+constexpr std::array<Table, 4> Tables{{
+    {QLatin1StringView("\"Counters\""), QLatin1StringView("global_id UIN Number Model Type KI_Number")},
+    {QLatin1StringView("Main_Data"), ReadingColumns},
+    {QLatin1StringView("\"Main_Data\""), ReadingColumns},
+    {QLatin1StringView("time_table"), QLatin1StringView("uin date_c time_c date_r time_r")},
+}};
+
+const auto TablesOfReadings = u"SELECT count(*) FROM pg_class WHERE relkind IN ('r', 'p') AND oid IN "
+                              "(to_regclass('Main_Data'), to_regclass('\"Main_Data\"'))"_s;
 
 QStringList SchemaStatements(const QString& file)
 {
@@ -50,12 +69,30 @@ RegisterDatabase::~RegisterDatabase()
 
 bool RegisterDatabase::Open(Missing file)
 {
+    return (!IsFile() || FindFile(file)) && Connect(vars.BaseName, {});
+}
+
+// Even a reader makes the files of the write-ahead log, and leaves them behind. It makes none of a file that it takes
+// for unchangeable, which is true when there is no log, that is, no writer.
+bool RegisterDatabase::OpenToRead()
+{
+    if (!IsFile())
+        return Connect(vars.BaseName, u"connect_timeout=10"_s);
+    if (!FindFile(Missing::Fails))
+        return false;
+    const bool inUse = QFileInfo::exists(vars.BaseName + "-shm"_L1);
+    const QString path = QString::fromLatin1(QUrl::toPercentEncoding(vars.BaseName, "/"));
+    return Connect(u"file:%1?%2"_s.arg(path, inUse ? u"mode=ro"_s : u"immutable=1"_s),
+        u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s);
+}
+
+bool RegisterDatabase::Connect(const QString& name, const QString& options)
+{
     if (!IsFile() && vars.BDType != "postgres"_L1)
         return Fail(u"BDType must be sqlite3 or postgres, not \"%1\""_s.arg(vars.BDType));
-    if (IsFile() && !FindFile(file))
-        return false;
     database = QSqlDatabase::addDatabase(IsFile() ? u"QSQLITE"_s : u"QPSQL"_s, Connection);
-    database.setDatabaseName(vars.BaseName);
+    database.setConnectOptions(options);
+    database.setDatabaseName(name);
     if (!IsFile()) {
         database.setHostName(vars.SqlHostName);
         database.setPort(vars.SqlPort);
@@ -63,6 +100,33 @@ bool RegisterDatabase::Open(Missing file)
         database.setPassword(vars.SqlPassword);
     }
     return database.open() || Fail(Reason(database.lastError()));
+}
+
+QStringList RegisterDatabase::Problems()
+{
+    QStringList problems;
+    if (IsFile())
+        for (const QString& path : {vars.BaseName, QFileInfo(vars.BaseName).path()}) // which takes the journal
+            if (!QFileInfo(path).isWritable())
+                problems.append(u"%1: %2 cannot be written"_s.arg(Name(), path));
+    for (const auto& [table, columns] : Tables) {
+        QSqlQuery query(database);
+        if (!Run(query, u"SELECT * FROM %1 WHERE 1 = 0"_s.arg(table))) {
+            problems.append(Error());
+            continue;
+        }
+        QStringList found;
+        for (int i = 0; i < query.record().count(); ++i)
+            found.append(query.record().fieldName(i));
+        for (const QString& column : QString(columns).split(u' '))
+            if (!found.contains(column, IsFile() ? Qt::CaseInsensitive : Qt::CaseSensitive))
+                problems.append(u"%1: table %2 has no column %3"_s.arg(Name(), table, column));
+    }
+    QSqlQuery tables(database);
+    if (!IsFile() && Run(tables, TablesOfReadings) && tables.next() && tables.value(0).toInt() == 2)
+        problems.append(
+            u"%1: Main_Data and \"Main_Data\" are two tables; one must be a view of the other"_s.arg(Name()));
+    return problems;
 }
 
 std::optional<QStringList> RegisterDatabase::CreateSchema()

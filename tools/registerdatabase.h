@@ -21,6 +21,12 @@ public:
     /// With `IsMade` an SQLite file that is not there is made, and the directories to it.
     [[nodiscard]] bool Open(Missing file);
 
+    /// As Open() of a database that is there, but nothing is written, no file made and none left behind.
+    [[nodiscard]] bool OpenToRead();
+
+    /// What keeps the daemon from working with it, a sentence each; the meters in the register are not judged.
+    [[nodiscard]] QStringList Problems();
+
     /// Makes what is not there of tables, indexes and views, and leaves the rest alone. Returns what it did, a sentence
     /// each.
     [[nodiscard]] std::optional<QStringList> CreateSchema();
@@ -40,6 +46,7 @@ private:
     [[nodiscard]] bool InTransaction(Work work);
     [[nodiscard]] bool IsFile() const;
     [[nodiscard]] bool FindFile(Missing file);
+    [[nodiscard]] bool Connect(const QString& name, const QString& options);
     [[nodiscard]] bool Fail(const QString& why);
     [[nodiscard]] bool Run(QSqlQuery& query, const QString& statement);
     [[nodiscard]] bool CreateObject(const QString& statement, QStringList& report);

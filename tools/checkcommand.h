@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+/// "ravelinctl check". As Command::run.
+[[nodiscard]] int RunCheck(const QStringList& words);

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+/// "ravelinctl schedule". As Command::run.
+[[nodiscard]] int RunSchedule(const QStringList& words);

@@ -31,6 +31,7 @@ TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* own
     constexpr int AlarmEveryMs = 2000;
     connect(pollTimer, &QTimer::timeout, this, &TCollector::timer_event);
     connect(alarmTimer, &QTimer::timeout, this, &TCollector::CheckAlarm);
+    pollTimer->setTimerType(Qt::PreciseTimer); // a coarse one may be more than a second off
     pollTimer->start(PollEveryMs);
     alarmTimer->start(AlarmEveryMs);
 

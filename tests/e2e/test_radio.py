@@ -1,6 +1,5 @@
 """The daemon's radio link on the virtual substation's line: what went over it and when, and what became of a lost one."""
 
-import contextlib
 import datetime
 import os
 import signal
@@ -67,11 +66,8 @@ class Radio(unittest.TestCase):
         self.assertLess(self.cpu_seconds() - before, 0.5, "it spins on a line that hung up")
         self.simulate(*self.site.substation.args)
         works = f"The modem port {port} works again"
-        for _ in range(5):  # what is written before the next poll has opened the line again is lost
-            self.admin.send(bus.command(b"Write_direct_in_port", bus.byte_array(b"ati\r\n")))
-            with contextlib.suppress(AssertionError):
-                self.site.wait_for_log(works, timeout=1)
-                break
+        question = bus.command(b"Write_direct_in_port", bus.byte_array(b"ati\r\n"))  # lost until a poll opens the line
+        wait_for(lambda: self.admin.send(question) or works in self.site.log_texts(), works)
         port_lines = [text for text in self.site.log_texts() if port in text]
         self.assertEqual((port_lines[-1], len(port_lines) <= 3), (works, True))
 

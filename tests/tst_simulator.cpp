@@ -1,35 +1,44 @@
 #include "echonode.h"
-#include "modemengine.h"
-#include "traffic.h"
+#include "virtualsubstation.h"
 
+#include <QFileInfo>
 #include <QTest>
 
-#include <memory>
-
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
-
-using Lines = QList<QByteArray>;
 
 namespace {
 
-constexpr auto Near = "000D6F0000001000";
-
-/// What `peer` writes until it has nothing more to do, each write with its time in ms.
-Lines Session(LinePeer& peer)
+QByteArray operator""_hex(const char* digits, size_t size)
 {
-    Lines lines;
-    for (std::optional<Moment> due; (due = peer.NextDue());) {
-        const QByteArray bytes = peer.Take(*due);
-        if (!bytes.isEmpty())
-            lines.append(QByteArray::number(due->count() / 1000) + ' ' + bytes);
-    }
-    return lines;
+    return QByteArray::fromHex(QByteArray(digits, static_cast<qsizetype>(size)));
 }
 
-ModemTraits Fast()
+/// ms, and the bytes sent then.
+using Script = QList<std::pair<int, QByteArray>>;
+
+const QDateTime Begin(QDate(2014, 3, 4), QTime(8, 30)); // a Tuesday
+const QByteArray Node = "000D6F0000001003";
+
+RegisteredMeter Meter(const QByteArray& uin, const QByteArray& number, const QByteArray& model)
 {
-    return {.baud = 0};
+    return {uin, number, FindDialect(model), uin == "KTP"};
+}
+
+/// What `peer` writes while it is told `script`, each write with its time in ms.
+QByteArrayList Play(LinePeer& peer, const Script& script)
+{
+    QByteArrayList written;
+    const auto takeUntil = [&](Moment now) {
+        for (std::optional<Moment> due; (due = peer.NextDue()) && *due <= now;)
+            if (const QByteArray bytes = peer.Take(*due); !bytes.isEmpty())
+                written += QByteArray::number(due->count() / 1000) + ' ' + bytes;
+    };
+    for (const auto& [ms, bytes] : script) {
+        takeUntil(std::chrono::milliseconds(ms));
+        peer.Receive(bytes, std::chrono::milliseconds(ms));
+    }
+    takeUntil(std::chrono::hours(24));
+    return written;
 }
 
 } // namespace
@@ -38,202 +47,172 @@ class tst_Simulator : public QObject {
     Q_OBJECT
 
 private slots:
-    void commands_data();
-    void commands();
-    void sendNumbersRunAndRestart();
-    void joinIsAnnounced();
-    void lineRate();
-    void sameSeedSameSession();
-    void airIsHostile();
-    void hostileInput();
-    void trafficLine_data();
-    void trafficLine();
-    void trafficRefused();
-    void replay();
+    void modem();
+    void sameSeedSameFaults();
+    void meters();
+    void faults();
+    void localLine();
+    void scenarios();
 };
 
-void tst_Simulator::commands_data()
+void tst_Simulator::modem()
 {
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<Lines>("output");
-    const auto row = [](const char* name, const QByteArray& input, const Lines& output) {
-        QTest::addRow("%s", name) << input << output;
+    const auto check = [](const QByteArray& input, const QByteArray& output) {
+        ModemEngine modem({.baud = 0});
+        modem.AddNode(Node, "FFD:", std::make_unique<EchoNode>());
+        Script script;
+        for (const char byte : input)
+            script += {0, QByteArray(1, byte)};
+        QCOMPARE(Play(modem, script).join(), output);
     };
-
-    row("reset answers when it is up", "atz\r\n", {"500 \r\nOK\r\n"});
-    row("deaf while it restarts", "atz\r\nati\r\nat+sn\r\n", {"500 \r\nOK\r\n"});
-    row("identity", "ati\r\n", {"20 \r\nR123X\r\n000D6F0000000001\r\nOK\r\n"});
-    row("join and establish", "at+jn\r\nat+en\r\n", {"20 \r\nOK\r\n", "20 \r\nOK\r\n"});
-    row("upper case, no line feed", "AT+SN\r", {"20 \r\nOK\r\n", "70 \r\nFFD:000D6F0000001000\r\n"});
-    row("unicast to nobody", "at+ucastb:02,000D6F0000009999\rhi",
-        {"20 \r\n+UCASTB:00\r\n", "20 \r\nOK\r\n", "170 \r\nNACK:00\r\n"});
-    row("payload is counted, not read", "at+bcastb:08,00\ratz\r\nati\rat+jn\r\n",
-        {"20 \r\nOK\r\n", "20 \r\nOK\r\n", "370 \r\nUCAST:000D6F0000001000,08=atz\r\nati\r\n"});
-    row("unicast with zero and line end in it", "at+ucastb:04,000D6F0000001000\r\0\r\n\xC0"_ba,
-        {"20 \r\n+UCASTB:00\r\n", "20 \r\nOK\r\n", "170 \r\nACK:00\r\n",
-            "370 \r\nUCAST:000D6F0000001000,04=\0\r\n\xC0\r\n"_ba});
-    row("long answer comes in pieces", "at+bcastb:64,00\r" + QByteArray(100, 'r'),
-        {"20 \r\nOK\r\n", "370 \r\nUCAST:000D6F0000001000,48=" + QByteArray(72, 'r') + "\r\n",
-            "370 \r\nUCAST:000D6F0000001000,1C=" + QByteArray(28, 'r') + "\r\n"});
-    row("payload not yet whole", "at+bcastb:08,00\rabc", {});
-    row("remote register", "ATREMS:000D6F0000001000,16=01f8\r\n", {"170 \r\nOK\r\n"});
-    row("remote register of nobody", "ATREMS:000D6F0000009999,16=01f8\r\n", {"170 \r\nERROR:01\r\n"});
-    row("unknown command", "at+xx\r\n", {"20 \r\nERROR:02\r\n"});
-    row("length is no number", "at+ucastb:zz,000D6F0000001000\r", {"20 \r\nERROR:05\r\n"});
-    row("address too short", "at+ucastb:00,000D6F\r", {"20 \r\nERROR:05\r\n"});
-    row("endless line", QByteArray(257, 'x'), {"20 \r\nERROR:02\r\n"});
-    row("empty lines", "\r\n\r\n", {});
+    check("atz\r\nati\r\n", "500 \r\nOK\r\n"); // deaf while it restarts
+    check("ati\r\n", "20 \r\nR123X\r\n000D6F0000000001\r\nOK\r\n");
+    check("AT+SN\r", "20 \r\nOK\r\n70 \r\nFFD:000D6F0000001003\r\n");
+    check("at+ucastb:02,000D6F0000009999\rhi", "20 \r\n+UCASTB:00\r\n20 \r\nOK\r\n170 \r\nNACK:00\r\n");
+    check("at+ucastb:06,000D6F0000001003\r\0atz\r\n"_ba,
+        "20 \r\n+UCASTB:00\r\n20 \r\nOK\r\n170 \r\nACK:00\r\n370 \r\nUCAST:000D6F0000001003,06=\0atz\r\n\r\n"_ba);
+    check("at+bcastb:49,00\r" + QByteArray(73, 'r'),
+        "20 \r\nOK\r\n370 \r\nUCAST:000D6F0000001003,48=" + QByteArray(72, 'r')
+            + "\r\n370 \r\nUCAST:000D6F0000001003,01=r\r\n");
+    check("ATREMS:000D6F0000001003,16=01f8\r\n", "170 \r\nOK\r\n");
+    check("at+xx\r\n", "20 \r\nERROR:02\r\n");
+    check("at+ucastb:00,000D6F\r", "20 \r\nERROR:05\r\n");
 }
 
-void tst_Simulator::commands()
-{
-    QFETCH(QByteArray, input);
-    ModemEngine modem(Fast());
-    modem.AddNode(Near, "FFD:", std::make_unique<EchoNode>());
-    for (const char byte : input)
-        modem.Receive(QByteArray(1, byte), 0ms);
-    QTEST(Session(modem), "output");
-}
-
-void tst_Simulator::sendNumbersRunAndRestart()
-{
-    ModemEngine modem(Fast());
-    Lines numbers;
-    for (int i = 0; i < 102; ++i) {
-        if (i == 101) {
-            modem.Receive("atz\r", i * 1s);
-            (void)Session(modem);
-        }
-        modem.Receive("at+ucastb:00,000D6F0000001000\r", i * 1s + 600ms);
-        numbers.append(Session(modem).first().right(4));
-    }
-    QCOMPARE(numbers.mid(98), (Lines{"98\r\n", "99\r\n", "00\r\n", "00\r\n"}));
-}
-
-void tst_Simulator::joinIsAnnounced()
-{
-    ModemEngine modem(Fast());
-    modem.JoinNode(Near, "SED:", std::make_unique<EchoNode>(), 5s);
-    modem.Receive("at+sn\r\n", 0ms);
-    QCOMPARE(Session(modem), (Lines{"20 \r\nOK\r\n", "5000 \r\nNEWNODE: 000D6F0000001000\r\n"}));
-    modem.Receive("at+sn\r\n", 6000ms);
-    QCOMPARE(Session(modem).last(), "6070 \r\nSED:000D6F0000001000\r\n"_ba);
-}
-
-// 7 bytes in take 3.6 ms, 6 bytes out 3.1 ms, 24 bytes 12.5 ms: ten bits a byte.
-void tst_Simulator::lineRate()
-{
-    ModemEngine modem({.scanInterval = 0ms});
-    for (const char* const uin : {"000D6F0000001000", "000D6F0000001001", "000D6F0000001002"})
-        modem.AddNode(uin, "FFD:", std::make_unique<EchoNode>());
-    modem.Receive("at+sn\r\n", 0ms);
-    QCOMPARE(Session(modem),
-        (Lines{"26 \r\nOK\r\n", "38 \r\nFFD:000D6F0000001000\r\n", "51 \r\nFFD:000D6F0000001001\r\n",
-            "63 \r\nFFD:000D6F0000001002\r\n"}));
-}
-
-void tst_Simulator::sameSeedSameSession()
+void tst_Simulator::sameSeedSameFaults()
 {
     const auto session = [](quint32 seed) {
-        ModemEngine modem({.seed = seed, .nack = 0.3, .loss = 0.3, .garbage = 0.3, .fragmentation = 0.3});
-        modem.AddNode(Near, "FFD:", std::make_unique<EchoNode>());
-        Lines lines;
-        for (int i = 0; i < 20; ++i) {
-            modem.Receive("at+ucastb:02,000D6F0000001000\rhi", i * 10s);
-            lines += Session(modem);
+        ModemEngine modem({.seed = seed, .nack = 0.5, .loss = 0.5, .garbage = 0.3, .fragmentation = 0.3});
+        modem.AddNode(Node, "FFD:", std::make_unique<EchoNode>());
+        Script script;
+        for (int i = 0; i < 1000; ++i)
+            script += {i * 10'000, "at+ucastb:02,000D6F0000001003\rhi"};
+        const QByteArrayList written = Play(modem, script);
+        const ModemTally& tally = modem.Tally();
+        return std::tuple(written, tally.unicastsDelivered, tally.messagesLost);
+    };
+    const auto [written, delivered, lost] = session(7);
+    QCOMPARE(std::get<0>(session(7)), written);
+    QVERIFY(std::get<0>(session(8)) != written);
+    QVERIFY(delivered > 400 && delivered < 600 && lost > 200 && lost < 300);
+    QVERIFY(written.size() > 4000); // three each, 250 answers, and some in two parts
+}
+
+void tst_Simulator::meters()
+{
+    const auto check = [](const RegisteredMeter& meter, const Script& frames, const QByteArray& expected) {
+        AnswerReport report;
+        MeterNode node(meter, {}, {.begin = Begin}, report);
+        QByteArray answers;
+        for (const auto& [ms, frame] : frames + Script{{20'000, "c002c1"_hex}})
+            for (const NodeAnswer& answer : node.Receive(frame, std::chrono::milliseconds(ms)))
+                answers += answer.payload;
+        QCOMPARE(answers.toHex(), expected);
+    };
+    const auto ce102 = Meter("000D6F0000001001", "1001", "CE102");
+    const auto ce301 = Meter("000D6F0000001002", "1002", "CE301");
+    const auto set1 = Meter(Node, "1003", "SET1");
+    const auto set3 = Meter("000D6F0000001004", "70000", "SET3");
+    const QByteArray measure = "c001c1"_hex;
+    check(ce102, {{0, measure}}, "c07de048e903010054013055010100637de0c1");
+    check(ce301, {{0, measure}},
+        "c002" + "ET0PE(595.10)ET0PE(170.74)ET0PE(125.28)ET0PE(141.49)ET0PE(157.59)"_ba.toHex() + "036bc1");
+    check(set1, {{0, measure}, {1, "c0ffc1"_hex}, {2, "c002c1"_hex}}, "c082153763004a550012370013630008c1"); // once
+    check(set3, {{0, measure}}, "c0827011011228400000111d0000102e0000892d00009d3cc1");
+
+    const QByteArray askCE301 = "040152310254494d455f28290367"_hex;
+    check(set1, {{0, "0450"_hex}}, "c0825000300802040314c1");
+    check(set3, {{0, "04701101101726"_hex}}, "c08270110110003008020403148d39c1");
+    check(set3, {{0, "04701101101727"_hex}}, ""); // wrong check
+    check(set3, {{0, measure}, {0, "04711101106192"_hex}}, ""); // another meter's
+    check(ce301, {{0, askCE301}}, "c00254494d455f2830383a33303a3030290301c1");
+    check(ce301, {{0, "\x04\x01W1\x02TIME_(23:59:50)\x03\x18"}, {15'000, askCE301}},
+        "c00254494d455f2830303a30303a303529037bc1");
+    check(set1, {{0, "c00835303037323330363038303332303134c1"_hex}, {20'000, "0450"_hex}}, "c0825010082306080314c1");
+    check(
+        set1, {{0, "c00835303037323330373038303332303134c1"_hex}, {0, "0450"_hex}}, "c0825000300802040314c1"); // Sunday
+}
+
+// Twice: measure, and 5 s later read-out.
+void tst_Simulator::faults()
+{
+    const auto check = [](const QByteArray& scenario, const QByteArrayList& expected, const QByteArrayList& report) {
+        QString error;
+        Scenario defaults;
+        defaults.modem.baud = 0;
+        const auto parsed = ParseScenario("[node 000D6F0000001003]\n" + scenario, defaults, error);
+        QVERIFY2(parsed, qPrintable(error));
+        QByteArrayList reported;
+        AnswerReport account([&](const QByteArray& line) { reported += line.mid(line.indexOf("SET1") + 4); });
+        VirtualSubstation substation({Meter(Node, "1003", "SET1")}, *parsed, Begin, account);
+        Script script;
+        for (const auto& [ms, frame] :
+            Script{{0, "c001c1"_hex}, {5'000, "c002c1"_hex}, {10'000, "c001c1"_hex}, {15'000, "c002c1"_hex}})
+            script += {ms, "at+ucastb:03,000D6F0000001003\r" + frame};
+        QByteArrayList written;
+        for (const QByteArray& line : Play(substation.Modem(), script)) {
+            const qsizetype ms = line.indexOf(' ') + 1;
+            const qsizetype payload = line.indexOf('=') + 1;
+            if (line.contains("\r\nUCAST:000D6F0000001003,"))
+                written += line.left(ms) + line.mid(payload - 3, 3) + line.mid(payload).chopped(2).toHex();
+            else if (line.contains("NACK"))
+                written += line.left(ms) + line.mid(ms).trimmed();
         }
-        return lines;
+        QCOMPARE(written, expected);
+        QCOMPARE(reported.mid(1), report);
     };
-    QCOMPARE(session(7), session(7));
-    QVERIFY(session(7) != session(8));
+    const QByteArray first = ",energy,866.94 253.99 218.34 140.98 253.63,";
+    const QByteArray second = ",energy,866.95 253.99 218.34 140.99 253.63,";
+    const QByteArray answer = "c082153763004a550013370013630007c1";
+
+    check("", {"5370 11=c082153763004a550012370013630008c1", "15370 11=" + answer}, {first + ",yes", second + ",yes"});
+    check("late = 7000\nevery=2", {"22370 11=" + answer}, {second + ",yes"});
+    check(
+        "undecodable = checksum\nevery=2", {"15370 11=c082153763004a550013370013630006c1"}, {second + "checksum,yes"});
+    check("undecodable = half\nevery=2", {"15370 09=c082153763004a55c1"}, {second + "half,yes"});
+    check("undecodable = garbage\nevery=2", {"15370 11=c0b40af014254a045e97b7dee2ed89cfc1"}, {second + "garbage,yes"});
+    check("pieces = 3\nevery=2", {"15370 06=c08215376300", "16070 06=4a5500133700", "16770 05=13630007c1"},
+        {second + ",yes"});
+    check("glued = yes\nevery=2", {"15370 22=" + answer + answer}, {second + ",yes", second + ",yes"});
+    check("nack = 1", {"170 NACK:00", "5170 NACK:01", "10170 NACK:02", "15170 NACK:03"}, {});
+    check("every=2\n[all]\nloss = 1", {}, {second + ",no"});
+    check("silent=yes\nalarm = 2014-03-04 08:30:05", {"5000 05=c0823535c1"}, {",alarm,,,yes"});
 }
 
-void tst_Simulator::airIsHostile()
+void tst_Simulator::localLine()
 {
-    ModemEngine modem({.nack = 0.5, .loss = 0.5, .fragmentation = 1, .fragmentPause = 700ms});
-    modem.AddNode(Near, "FFD:", std::make_unique<EchoNode>());
-    Moment now{0};
-    for (int i = 0; i < 1000; ++i, now += 10s) {
-        modem.Receive("at+ucastb:02,000D6F0000001000\rhi", now);
-        const Lines lines = Session(modem);
-        QVERIFY(lines.size() >= 6 && lines.size() % 2 == 0);
-    }
-    const ModemTally& tally = modem.Tally();
-    QCOMPARE(tally.unicastsDelivered + tally.unicastsNotDelivered, 1000);
-    QVERIFY(tally.unicastsDelivered > 400 && tally.unicastsDelivered < 600);
-    QCOMPARE(tally.answersPassedOn + tally.messagesLost, tally.unicastsDelivered);
-    QVERIFY(tally.messagesLost > 200 && tally.messagesLost < 300);
-}
-
-void tst_Simulator::hostileInput()
-{
-    ModemEngine modem(Fast());
-    std::mt19937 random(1);
-    QByteArray noise(200'000, Qt::Uninitialized);
-    for (char& byte : noise)
-        byte = "at+ucastbz:,0F\r\n\xC0"[random() % 17];
-    modem.Receive(noise, 0ms);
-    for (const QByteArray& line : Session(modem))
-        QVERIFY2(line.endsWith("\r\nOK\r\n") || line.contains("ERROR:0"), line.constData());
-    QVERIFY(modem.Tally().linesRefused > 1000);
-}
-
-void tst_Simulator::trafficLine_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QByteArray>("text");
-
-    QTest::addRow("command") << "at+sn\r\n"_ba
-                             << R"(at+sn\r\n)"_ba;
-    QTest::addRow("raw bytes") << "\0\xC0\x7F~"_ba
-                               << R"(\x00\xc0\x7f~)"_ba;
-    QTest::addRow("backslashes") << R"(\x41\)"_ba
-                                 << R"(\\x41\\)"_ba;
-    QTest::addRow("blanks inside, at the begin and at the end") << " a b  "_ba
-                                                                << R"( a b \x20)"_ba;
-    QTest::addRow("nothing") << ""_ba
-                             << ""_ba;
-}
-
-void tst_Simulator::trafficLine()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QByteArray, text);
-    const QDateTime time(QDate(2014, 3, 4), QTime(8, 29, 30, 7));
-    QCOMPARE(FormatTraffic({time, TrafficLine::Speaker::Modem, bytes}), "2014-03-04T08:29:30.007 modem " + text);
-    const auto parsed = ParseTraffic("2014-03-04T08:29:30.007 daemon " + text);
-    QVERIFY(parsed);
-    QCOMPARE(parsed->time, time);
-    QVERIFY(parsed->speaker == TrafficLine::Speaker::Daemon);
-    QCOMPARE(parsed->bytes, bytes);
-}
-
-void tst_Simulator::trafficRefused()
-{
-    for (const auto* const text : {"modem OK", "2014-02-30T08:29:30.007 modem OK", "2014-03-04T08:29:30.007 OK",
-             R"(2014-03-04T08:29:30.007 modem \t)", R"(2014-03-04T08:29:30.007 modem \x4)",
-             R"(2014-03-04T08:29:30.007 modem \)"})
-        QVERIFY2(!ParseTraffic(text), text);
-}
-
-void tst_Simulator::replay()
-{
-    const auto at = [](int ms, TrafficLine::Speaker speaker, const QByteArray& bytes) {
-        return TrafficLine{QDateTime(QDate(2014, 3, 4), QTime(8, 0)).addMSecs(ms), speaker, bytes};
+    const auto check = [](const QByteArray& model, const QByteArray& scenario, const Script& script,
+                           const QByteArrayList& written) {
+        QString error;
+        const auto parsed = ParseScenario("[substation]\n" + scenario, {}, error);
+        QVERIFY2(parsed, qPrintable(error));
+        AnswerReport report;
+        VirtualSubstation substation({Meter("KTP", "70000", model)}, *parsed, Begin, report);
+        QCOMPARE(Play(*substation.LocalLine(), script), written);
     };
-    constexpr auto Daemon = TrafficLine::Speaker::Daemon;
-    constexpr auto Modem = TrafficLine::Speaker::Modem;
-    const QList<TrafficLine> recording{at(0, Daemon, "atz\r\n"), at(500, Modem, "OK"), at(600, Daemon, "x"),
-        at(70'000, Modem, "NACK:01"), at(70'000, Modem, "\r\n")};
+    const QByteArray signOn = "\x05/?!\r\n\x06\x30\x36\x31\r\n";
+    const QByteArray password = "\x01P1\x02(246810)\x03\x0C";
+    const QByteArray read = "\x01R1\x02\x45T0PE()\x03\x37\r\n";
+    check("CE301", "", {{0, signOn + password}, {100, signOn}, {800, password}, {1'200, read}},
+        {"1435 \2ET0PE(1232.16)ET0PE(348.71)ET0PE(207.38)ET0PE(204.58)ET0PE(471.49)\3\x1A"});
+    check("CE301", "", {{0, signOn}, {400, read}}, {}); // no password
 
-    Replay afterTheDaemon(recording);
-    QVERIFY(!afterTheDaemon.NextDue());
-    afterTheDaemon.Receive("anything", 3s);
-    QVERIFY(afterTheDaemon.Take(3499ms).isEmpty());
-    QCOMPARE(Session(afterTheDaemon), (Lines{"3500 OK", "73000 NACK:01", "73000 \r\n"}));
+    const QByteArray ask = "701101120022b4"_hex;
+    check("SET3", "", {{0, "ff007070"_hex}, {400, "1101120022b4"_hex}},
+        {"691 " + "701101123788000002510000ea4f00002db800007f65"_hex});
+    check("SET3", "drift = 100000", {{20'000, "701101101726"_hex}}, {"20254 " + "7011011022300802040314832c"_hex});
+    check("SET3", "silent = yes", {{0, ask}}, {});
+    check("SET3", "unanswered = 1", {{0, ask}, {5'000, ask}},
+        {"5291 " + "701101123788000002510000eb4f00002db8000038b6"_hex});
+}
 
-    Replay atOnce(recording.mid(3));
-    QCOMPARE(Session(atOnce), (Lines{"0 NACK:01", "0 \r\n"}));
+void tst_Simulator::scenarios()
+{
+    QString error;
+    QVERIFY(!ParseScenario("# no\n\n[all]\nloss = 1.01", {}, error));
+    QCOMPARE(error, u"line 4 of the scenario is not understood: loss = 1.01"_s);
+    const QString example = QFileInfo(QString::fromUtf8(__FILE__)).path() + "/../share/scenario.ini.example"_L1;
+    QVERIFY2(ReadScenario(example, {}, error), qPrintable(error));
 }
 
 QTEST_GUILESS_MAIN(tst_Simulator)

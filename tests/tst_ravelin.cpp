@@ -2,9 +2,12 @@
 #include "ravelin.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -12,8 +15,8 @@ class tst_Ravelin : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { qputenv("XDG_STATE_HOME", directory.path().toUtf8()); }
+    void cleanup() { delete std::exchange(pLog, nullptr); }
     void defaults();
     void narrowFields();
     void laterFileStands();
@@ -22,25 +25,14 @@ private slots:
     void templateSettings();
 
 private:
-    QString Write(const QString& name, const QByteArray& contents) const;
+    [[nodiscard]] QString Write(const QString& name, const QByteArray& contents) const;
 
     QTemporaryDir directory;
 };
 
-void tst_Ravelin::init()
-{
-    qputenv("XDG_STATE_HOME", directory.path().toUtf8());
-}
-
-void tst_Ravelin::cleanup()
-{
-    delete pLog;
-    pLog = nullptr;
-}
-
 QString tst_Ravelin::Write(const QString& name, const QByteArray& contents) const
 {
-    const QString path = name.startsWith(u'/') ? name : directory.filePath(name);
+    const QString path = QDir(directory.path()).absoluteFilePath(name);
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
         qFatal("cannot write %s", qPrintable(path));
@@ -51,25 +43,15 @@ void tst_Ravelin::defaults()
 {
     Ravelin controller;
     QVERIFY(controller.LoadSettings(Write(u"empty.ini"_s, "\n")));
-    const SysVar& vars = controller.LoadedSettings();
-    QCOMPARE(vars.PortKS, u"/dev/ttyUSB0"_s);
-    QCOMPARE(vars.PortCounterKTP, u"/dev/ttyS2"_s);
-    QCOMPARE(vars.PortAlarmButton, u"/dev/ttyS3"_s);
-    QCOMPARE(vars.CounterKTPMultiplier, 1.0);
-    QCOMPARE(vars.BCAST_to_UCAST_Delay, 15000);
-    QCOMPARE(vars.UCAST_to_UCAST_Delay, 10000);
-    QCOMPARE(vars.BaseName, u"db/z.db"_s);
-    QCOMPARE(vars.SqlHostName, u"192.168.0.0"_s);
-    QCOMPARE(vars.SqlLogin, u"postgres"_s);
-    QCOMPARE(vars.SqlPassword, QString());
-    QCOMPARE(vars.BDType, u"sqlite3"_s);
-    QCOMPARE(vars.SqlPort, -1);
-    QCOMPARE(vars.RepeateQueryKTPNumber, 15);
-    QCOMPARE(vars.RepeatQueryNumber, 5);
-    QCOMPARE(vars.TimeOfQuery, u":[30]0$"_s);
-    QCOMPARE(vars.TimeOfSetTime, u"00:00$"_s);
-    QCOMPARE(vars.TimeOfGetTime, u"00:15$"_s);
-    QCOMPARE(vars.NtpServer, QString());
+    const SysVar& v = controller.LoadedSettings();
+    QCOMPARE((QStringList{v.PortKS, v.PortCounterKTP, v.PortAlarmButton, v.BaseName, v.SqlHostName, v.SqlLogin,
+                  v.SqlPassword, v.BDType, v.TimeOfQuery, v.TimeOfSetTime, v.TimeOfGetTime, v.NtpServer})
+                 .join(u' '),
+        u"/dev/ttyUSB0 /dev/ttyS2 /dev/ttyS3 db/z.db 192.168.0.0 postgres  sqlite3 :[30]0$ 00:00$ 00:15$ "_s);
+    QCOMPARE(v.CounterKTPMultiplier, 1.0);
+    QCOMPARE((QList<int>{v.BCAST_to_UCAST_Delay, v.UCAST_to_UCAST_Delay, v.SqlPort, v.RepeateQueryKTPNumber,
+                 v.RepeatQueryNumber}),
+        (QList<int>{15000, 10000, -1, 15, 5}));
 }
 
 void tst_Ravelin::narrowFields()
@@ -78,11 +60,9 @@ void tst_Ravelin::narrowFields()
     controller.LoadSettings(Write(u"a.ini"_s,
         "[Main]\nBCAST_to_UCAST_Delay=65537\nUCAST_to_UCAST_Delay=-1\n"
         "RepeateQueryKTPNumber=256\nRepeatQueryNumber=-1\n"));
-    const SysVar& vars = controller.LoadedSettings();
-    QCOMPARE(vars.BCAST_to_UCAST_Delay, 1);
-    QCOMPARE(vars.UCAST_to_UCAST_Delay, 65535);
-    QCOMPARE(vars.RepeateQueryKTPNumber, 0);
-    QCOMPARE(vars.RepeatQueryNumber, 255);
+    const SysVar& v = controller.LoadedSettings();
+    QCOMPARE((QList<int>{v.BCAST_to_UCAST_Delay, v.UCAST_to_UCAST_Delay, v.RepeateQueryKTPNumber, v.RepeatQueryNumber}),
+        (QList<int>{1, 65535, 0, 255}));
 }
 
 void tst_Ravelin::laterFileStands()
@@ -90,30 +70,28 @@ void tst_Ravelin::laterFileStands()
     Ravelin controller;
     controller.LoadSettings(Write(u"a.ini"_s, "[Main]\nPortKS=/dev/a\nTimeOfQuery=a\n[Base]\nBaseName=a\n"));
     controller.LoadSettings(Write(u"b.ini"_s, "[Main]\nPortKS=/dev/b\n"));
-    QCOMPARE(controller.LoadedSettings().PortKS, u"/dev/b"_s);
-    QCOMPARE(controller.LoadedSettings().TimeOfQuery, u":[30]0$"_s);
-    QCOMPARE(controller.LoadedSettings().BaseName, u"db/z.db"_s);
+    const SysVar& v = controller.LoadedSettings();
+    QCOMPARE(
+        (QStringList{v.PortKS, v.TimeOfQuery, v.BaseName}), (QStringList{u"/dev/b"_s, u":[30]0$"_s, u"db/z.db"_s}));
 }
 
 void tst_Ravelin::databaseKeysFromBaseIni()
 {
-    const QByteArray base = Write(u"base.ini"_s, "[Base]\nBaseName=there\nSqlPort=5433\nBDType=postgres\n").toUtf8();
     Ravelin controller;
+    const QByteArray base = Write(u"base.ini"_s, "[Base]\nBaseName=there\nSqlPort=5433\nBDType=postgres\n").toUtf8();
     controller.LoadSettings(
         Write(u"a.ini"_s, "[Base]\nBaseName=here\nSqlLogin=here\nSqlPassword=here\nBaseIni=" + base + '\n'));
-    const SysVar& vars = controller.LoadedSettings();
-    QCOMPARE(vars.BaseName, u"there"_s);
-    QCOMPARE(vars.SqlPort, 5433);
-    QCOMPARE(vars.BDType, u"postgres"_s);
-    QCOMPARE(vars.SqlLogin, u"postgres"_s);
-    QCOMPARE(vars.SqlPassword, QString());
+    const SysVar& v = controller.LoadedSettings();
+    QCOMPARE((QStringList{v.BaseName, v.BDType, v.SqlLogin, v.SqlPassword}),
+        (QStringList{u"there"_s, u"postgres"_s, u"postgres"_s, {}}));
+    QCOMPARE(v.SqlPort, 5433);
 }
 
 void tst_Ravelin::emptyNameReadsTwoFiles()
 {
+    Ravelin controller;
     const QString besideProgram = Write(QCoreApplication::applicationFilePath() + ".ini"_L1,
         "[Main]\nPortKS=/dev/beside\n[Base]\nLog=1\nLogName=" + directory.filePath(u"the.log"_s).toUtf8() + '\n');
-    Ravelin controller;
     controller.LoadSettings({});
     QFile::remove(besideProgram);
     QCOMPARE(controller.LoadedSettings().PortKS, u"/dev/beside"_s);

@@ -75,7 +75,6 @@ void tst_Simulator::modem()
         "20 \r\nOK\r\n370 \r\nUCAST:000D6F0000001003,48=" + QByteArray(72, 'r')
             + "\r\n370 \r\nUCAST:000D6F0000001003,01=r\r\n");
     check("ATREMS:000D6F0000001003,16=01f8\r\n", "170 \r\nOK\r\n");
-    check("at+xx\r\n", "20 \r\nERROR:02\r\n");
     check("at+ucastb:00,000D6F\r", "20 \r\nERROR:05\r\n");
 }
 

@@ -16,7 +16,7 @@ os.environ.setdefault("RAVELIN_BUILD", os.path.join(ROOT, "build", "release"))
 sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
 sys.dont_write_bytecode = True
 import buspeer as bus  # noqa: E402
-from substation import Site, read_message  # noqa: E402
+from substation import SITE, Site, read_message  # noqa: E402
 
 SILENT, SPOILED, DEAF = "000D6F0000173425", "000D6F000017341C", "000D6F0000190B17"
 SCENARIO = f"""[all]
@@ -28,20 +28,11 @@ undecodable = checksum
 [node {DEAF}]
 nack = 0.5
 """
-SETTINGS = """[Base]
-AdminServerName=admin
-ServerName=probe
-Connections=
-{database}
-[Main]
-PortKS={directory}/modem
-PortCounterKTP={directory}/substation
-CounterKTPMultiplier=40
+SETTINGS = SITE + """CounterKTPMultiplier=40
 BCAST_to_UCAST_Delay=3000
 UCAST_to_UCAST_Delay=600
 RepeatQueryNumber=1
 RepeateQueryKTPNumber=2
-NtpServer=192.0.2.7
 """
 STATUS = {0: "read", 1: "answer not decodable", 2: "node heard, no reading", 3: "not delivered", 255: "nothing heard"}
 ROWS = "SELECT global_id, status, pwr, pwr1, pwr2, pwr3, pwr4 FROM Main_Data WHERE date_r = '{}' and time_r = '{}'"

@@ -12,18 +12,8 @@ import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
 from postgres import Postgres  # noqa: E402
-from substation import REGISTER, Site, read_message  # noqa: E402
+from substation import REGISTER, SITE, Site, read_message  # noqa: E402
 
-SETTINGS = """[Base]
-AdminServerName=admin
-ServerName=probe
-Connections=
-{database}
-[Main]
-PortKS={directory}/modem
-PortCounterKTP={directory}/substation
-NtpServer=192.0.2.7
-"""
 METERS = {int(line.split(",")[0]): line.split(",") for line in REGISTER.splitlines()[1:]}
 UNREADABLE = {meter for meter, row in METERS.items() if row[3] == "CE102"}
 
@@ -81,7 +71,7 @@ def main():
         database = "BDType=sqlite3\nBaseName={directory}/z.db"
         if options.postgres:
             database = stack.enter_context(Postgres()).settings.replace("[Base]\n", "")
-        site = stack.enter_context(Site(database, "2014-03-04 23:55:00", options.speed, "", settings=SETTINGS))
+        site = stack.enter_context(Site(database, "2014-03-04 23:55:00", options.speed, "", settings=SITE))
         day = Day(site, site.start_all()[1])
         day.play(options.sweeps)
         day.compare_with_meters()

@@ -32,8 +32,7 @@ cat <<END
 *192.0.2.7       .GPS.            1 u   33   64  377    0.214 1523.400   0.019
 END
 """
-# A sweep's first tick lasts so long that the next one does not fall into the same minute and start it again.
-SETTINGS = """[Base]
+SITE = """[Base]
 AdminServerName=admin
 ServerName=probe
 Connections=
@@ -41,12 +40,14 @@ Connections=
 [Main]
 PortKS={directory}/modem
 PortCounterKTP={directory}/substation
-CounterKTPMultiplier=40
+NtpServer=192.0.2.7
+"""
+# A sweep's first tick lasts so long that the next one does not fall into the same minute and start it again.
+SETTINGS = SITE + """CounterKTPMultiplier=40
 BCAST_to_UCAST_Delay=16000
 UCAST_to_UCAST_Delay=2000
 RepeatQueryNumber=2
 RepeateQueryKTPNumber=2
-NtpServer=192.0.2.7
 """
 
 

@@ -160,7 +160,7 @@ class tst_Collector : public QObject {
         QFile file(Path(u"ntpq"_s));
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.write("#!/bin/sh\n[ \"$*\" = -pn ] || exit 1\n" + script + '\n');
-        file.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         qputenv("PATH", directory->path().toUtf8() + ':' + oldPath);
     }
 

@@ -124,6 +124,8 @@ class Administrator(unittest.TestCase):
         self.modem.say(line)
         self.expect_action(b"InData", b"COM-port data", line, -1)
         self.expect_action(b"InData", b"New node: " + NODE, b"", -1)
+        ticks = [bus.action(b"InData", b"Timer event: 04 08:2%d" % minute, b"", -1) for minute in range(5)]
+        self.assertIn(self.admin.read_frame(), ticks)
         self.admin.send(bus.command(b"Input_Data_Off") + bus.command(b"About"))
         self.admin.read_frame()
         self.modem.say(b"unseen again")

@@ -14,7 +14,7 @@ import unittest
 import buspeer as bus
 from process import Process, wait_for
 
-SETTINGS = "[Base]\nAdminServerName=admin\nServerName=probe\nBaseName=%s\n[Main]\nPortKS=%s\n"
+SETTINGS = "[Base]\nAdminServerName=admin\nServerName=probe\nBaseName=%s\n[Main]\nPortKS=%s\nPortCounterKTP=%s\nRepeateQueryKTPNumber=0\n"
 UIN, NODE = b"000D6F0000000001", b"000D6F00001733EB"
 
 
@@ -61,14 +61,16 @@ def argument(raw):
 
 class Administrator(unittest.TestCase):
     def setUp(self):
-        self.modem = ModemLine()
+        self.modem, self.counter = ModemLine(), ModemLine()
         self.addCleanup(self.modem.close)
+        self.addCleanup(self.counter.close)
         self.home = self.enterContext(Process())
         self.database = os.path.join(self.home.directory, "z.db")
-        self.home.write_settings(SETTINGS % (self.database, self.modem.path))
+        self.home.write_settings(SETTINGS % (self.database, self.modem.path, self.counter.path))
         with contextlib.closing(sqlite3.connect(self.database)) as connection:
             connection.execute('CREATE TABLE "Counters" (global_id, "UIN", "Number", "Model", "Type" integer, "KI_Number")')
             connection.execute('INSERT INTO "Counters" VALUES (7, ?, 192, \'SET3\', 0, 40)', (NODE.decode(),))
+            connection.execute('INSERT INTO "Counters" VALUES (1, "KTP", 1, \'CE301\', 1, 0)')
             connection.commit()
         listener = self.home.listen("admin")
         self.home.start()
@@ -126,8 +128,15 @@ class Administrator(unittest.TestCase):
         self.expect_action(b"InData", b"New node: " + NODE, b"", -1)
         ticks = [bus.action(b"InData", b"Timer event: 04 08:2%d" % minute, b"", -1) for minute in range(5)]
         self.assertIn(self.admin.read_frame(), ticks)
-        self.admin.send(bus.command(b"Input_Data_Off") + bus.command(b"About"))
-        self.admin.read_frame()
+
+        self.admin.send(bus.command(b"Need_query"))
+        self.counter.skip_to(b"/?!")
+        self.counter.say(b"42")
+        shown = bus.action(b"InData", b"COM-port data counter port", b"42", -1)
+        wait_for(lambda: self.admin.read_frame() == shown, "the substation meter's bytes")
+        self.admin.send(bus.command(b"Input_Data_Off") + bus.command(b"About", connection=5))
+        while not self.admin.read_frame().endswith(b"\0\0\0\x05"):
+            pass
         self.modem.say(b"unseen again")
         wait_for(lambda: '"unseen again"' in self.home.stderr(), "debug output after the live view")
         self.admin.send(bus.command(b"About", connection=1))
@@ -154,7 +163,7 @@ class Administrator(unittest.TestCase):
 
     def test_end_within_the_start(self):
         """SIGTERM while the modem is being set up."""
-        with Process(settings=SETTINGS % ("z.db", "/dev/null/none"), speed=0) as home:
+        with Process(settings=SETTINGS % ("z.db", "/dev/null/none", "/dev/null/none"), speed=0) as home:
             home.start()
             wait_for(lambda: len(home.log()) > 1, "log lines of the start")
             home.signal(signal.SIGTERM)

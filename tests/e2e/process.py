@@ -21,6 +21,22 @@ def faketime_environment(speed, start):
     return {"LD_PRELOAD": glob.glob("/usr/lib/*/faketime/libfaketime.so.1")[0], "FAKETIME": f"@{start} x{speed}"}
 
 
+def ravelinctl(*words, program=os.path.join(BUILD, "ravelinctl"), **environment):
+    """Exit code, stdout, and stderr without the tool's name: lines."""
+    done = subprocess.run([program, *words], capture_output=True, text=True, timeout=60,
+                          env=dict(os.environ, TZ="UTC", **environment))
+    complaints = done.stderr.splitlines()
+    assert all(line.startswith("ravelinctl: ") for line in complaints), done.stderr
+    return done.returncode, done.stdout.splitlines(), [line.removeprefix("ravelinctl: ") for line in complaints]
+
+
+def write_file(directory, name, text):
+    path = os.path.join(directory, name)
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(text)
+    return path
+
+
 def wait_for(condition, what, timeout=20.0):
     """Returns the first true value of condition(); an end-to-end test waits for what it can see, never for a time."""
     deadline = time.monotonic() + timeout

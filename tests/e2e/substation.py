@@ -6,7 +6,7 @@ import struct
 import subprocess
 
 import buspeer as bus
-from process import BUILD, Process, faketime_environment, wait_for
+from process import BUILD, Process, faketime_environment, ravelinctl, wait_for, write_file
 
 NODE = "000D6F00000010%02X"
 SPOILED, LATE, CUT, SILENT = NODE % 5, NODE % 6, NODE % 7, NODE % 8
@@ -69,13 +69,12 @@ class Site(Process):
         return os.path.join(self.directory, name)
 
     def write(self, name, text):
-        with open(self.path(name), "w", encoding="utf-8") as file:
-            file.write(text)
+        write_file(self.directory, name, text)
 
     def provision(self):
         for arguments in (["init"], ["import", self.path("register.csv")]):
-            subprocess.run([os.path.join(BUILD, "ravelinctl"), "register", *arguments, "-settings", self.settings_path],
-                           check=True, stdout=subprocess.DEVNULL)
+            done = ravelinctl("register", *arguments, "-settings", self.settings_path)
+            assert done[0] == 0, done
 
     def start_all(self):
         """Returns the administrator's and a peer's connection."""

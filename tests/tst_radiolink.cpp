@@ -89,7 +89,7 @@ class tst_RadioLink : public QObject {
 private slots:
     void init();
     void cleanup();
-    void startUpAndResets();
+    void startUpAndReset();
     void identity();
     void frames();
     void pollSignals();
@@ -150,29 +150,19 @@ Lines tst_RadioLink::LogTexts() const
     return lines;
 }
 
-void tst_RadioLink::startUpAndResets()
+void tst_RadioLink::startUpAndReset()
 {
     const Lines fresh{"000D6F00001733EB Main Device"};
-    const Lines scanned = fresh + Lines{"000D6F0000001000 COO:", "000D6F0000001001 SED:"};
-    Begin({{"atz\r\n", "\r\nOK\r\n"}, {"ati\r\n", Identity},
-        {"at+sn\r\n", "\r\nOK\r\n\r\nCOO:000D6F0000001000\r\n\r\nSED:000D6F0000001001\r\n"}});
-    QCOMPARE(VirtualTime::Delays(), (QList<unsigned int>{5000, 1000, 5000, 100, 100, 1000, 1000}));
-    QCOMPARE(modem->MainUIN, "000D6F00001733EB"_ba);
-    QCOMPARE(modem->ModemVersion, 302);
+    Begin({{"ati\r\n", Identity}, {"at+sn\r\n", "\r\nOK\r\n\r\nCOO:000D6F0000001000\r\n"}});
     QCOMPARE(Table(), fresh);
     desk->Act();
     modem->UpdateZNetwork();
+    QCOMPARE(Table(), fresh + Lines{"000D6F0000001000 COO:"});
+    modem->Reset();
+    QCOMPARE(Table(), fresh);
     QCOMPARE(desk->written,
-        (Lines{"0 atz\r\n", "5000 ati\r\n", "6000 atz\r\n", "11200 at+jn\r\n", "12200 at+en\r\n", "13200 at+sn\r\n"}));
-    QCOMPARE(Table(), scanned);
-
-    modem->Reset();
-    modem->Reset();
-    QCOMPARE(Table(), fresh);
-    desk->Act();
-    modem->UpdateZNetwork();
-    QCOMPARE(Table(), scanned);
-    QCOMPARE(VirtualTime::Delays().size(), 21);
+        (Lines{"0 atz\r\n", "5000 ati\r\n", "6000 atz\r\n", "11200 at+jn\r\n", "12200 at+en\r\n", "13200 at+sn\r\n",
+            "13200 atz\r\n", "18200 ati\r\n", "19200 atz\r\n", "24400 at+jn\r\n", "25400 at+en\r\n"}));
 }
 
 void tst_RadioLink::identity()
@@ -227,43 +217,34 @@ void tst_RadioLink::pollSignals()
     connect(&*modem, &ZigBee::AcceptUCAST, this, number("accept "));
     connect(&*modem, &ZigBee::Error, this, number("error "));
 
-    modem->timer_event();
-    QCOMPARE(modem->SearchZDeviceFromUIN(modem->MainUIN), u"none"_s);
     desk->Say("\r\nERROR:1A\r\n+UCASTB:01\r\nACK:02\r\nNACK:03\r\nBCAST:000D6F0000001001=b\r\n"
               "UCAST:000D6F0000001000,02:\0u\r\n"_ba);
     modem->timer_event();
     // The table refuses the address of zeros, so it is new at every scan. The modem's own is a node like any other.
-    for (int scan = 0; scan < 2; ++scan) {
-        desk->Say("FFD:0000000000000000\r\nFFD:000D6F00001733EB\r\n");
-        modem->timer_event();
-    }
+    desk->Say("FFD:0000000000000000\r\nFFD:000D6F00001733EB\r\n");
+    modem->timer_event();
     modem->timer_event();
     QCOMPARE(heard,
         (Lines{"raw 97", "new 000D6F0000001000 NEWNODE", "unicast 000D6F0000001000 \0u"_ba,
             "new 000D6F0000001001 NEWNODE", "broadcast 000D6F0000001001 \0ub"_ba, "ack 2", "nack 3", "accept 1",
-            "error 26", "raw 44", "new 0000000000000000 none", "new 000D6F00001733EB FFD:", "raw 44",
-            "new 0000000000000000 none"}));
-    QCOMPARE(Table(),
-        (Lines{"000D6F00001733EB Main Device", "000D6F0000001000 NEWNODE", "000D6F0000001001 NEWNODE",
-            "000D6F00001733EB FFD:"}));
+            "error 26", "raw 44", "new 0000000000000000 none", "new 000D6F00001733EB FFD:"}));
 }
 
 // A receiver may let the event loop run, and the poll timer with it.
 void tst_RadioLink::pollInsidePoll()
 {
     Begin();
-    Lines heard;
-    connect(&*modem, &ZigBee::NewNode, this, [&](const QByteArray& uin) {
-        heard += uin;
-        if (heard.size() == 1) {
+    int told = 0;
+    connect(&*modem, &ZigBee::NewNode, this, [&] {
+        if (++told == 1) {
             desk->Say("SED:000D6F0000001001\r\n");
             modem->timer_event();
         }
     });
     desk->Say("FFD:000D6F0000001000\r\nFFD:000D6F0000001001\r\n");
     modem->timer_event();
-    QCOMPARE(heard, (Lines{"000D6F0000001000", "000D6F0000001001"}));
     QCOMPARE(Table(), (Lines{" Main Device", "000D6F0000001000 FFD:", "000D6F0000001001 SED:"}));
+    QCOMPARE(told, 2);
 }
 
 // The system hands out 4 KiB a read at most; a poll that stopped there would cut a line.
@@ -280,11 +261,8 @@ void tst_RadioLink::portGoneAndBack()
 {
     const QByteArray missing = "Cannot open the modem port PORT: No such file or directory";
     modem.emplace(nullptr, Port(), true);
-    modem->SendMainUIN();
     modem->timer_event();
-    Lines texts{missing};
-    QCOMPARE(LogTexts(), texts);
-    QCOMPARE(Table(), Lines{" Main Device"});
+    QCOMPARE(LogTexts(), Lines{missing});
 
     Begin({{"ati\r\n", Identity}});
     modem->SendBroadcastMessageToZDevice(QByteArray(60'000, 'x'));
@@ -294,24 +272,23 @@ void tst_RadioLink::portGoneAndBack()
         modem->timer_event();
         QCoreApplication::processEvents();
     }
-    texts += {"The modem port PORT broke: the line was hung up", missing};
+    const Lines texts{missing, "The modem port PORT broke: the line was hung up", missing};
     QCOMPARE(LogTexts(), texts);
 
     desk.emplace(Port(), Answers());
     modem->timer_event();
     modem->SendMainUIN();
     QCOMPARE(desk->Heard(35), Announcement);
-    desk->Say("FFD:000D6F0000001000\r\n");
+    desk->Say("\r\n");
     modem->timer_event();
-    QCOMPARE(Table(), (Lines{"000D6F00001733EB Main Device", "000D6F0000001000 FFD:"}));
     QCOMPARE(LogTexts(), texts + Lines{"The modem port PORT works again"});
 }
 
+// What is kept for it are whole frames, the first ones.
 void tst_RadioLink::nobodyDrains()
 {
     Begin();
-    QCOMPARE(desk->Heard(7), "at+sn\r\n"_ba);
-    QByteArray sent;
+    QByteArray sent = "at+sn\r\n";
     for (int i = 0; i < 200; ++i) {
         const QByteArray frame(1000, static_cast<char>('A' + i % 26));
         modem->WriteToPort(frame);
@@ -320,15 +297,12 @@ void tst_RadioLink::nobodyDrains()
     }
     QCOMPARE(LogTexts(), Lines{"The modem port PORT takes no more data, 1000 bytes dropped"});
 
-    // Whole frames, in order, as many as were kept.
     QByteArray drained;
-    for (qsizetype before = -1; before != drained.size();) {
+    for (qsizetype before = -1; before != drained.size(); QCoreApplication::processEvents()) {
         before = drained.size();
         drained += desk->Heard(1, SilenceMs);
-        modem->timer_event();
-        QCoreApplication::processEvents();
     }
-    QVERIFY(drained.size() >= 65'000 && drained.size() < 150'000 && drained.size() % 1000 == 0);
+    QVERIFY(drained.size() >= 65'007 && drained.size() < 150'000 && drained.size() % 1000 == 7);
     QCOMPARE(drained, sent.left(drained.size()));
 }
 

@@ -17,10 +17,8 @@ class tst_Ravelin : public QObject {
 private slots:
     void init() { qputenv("XDG_STATE_HOME", directory.path().toUtf8()); }
     void cleanup() { delete std::exchange(pLog, nullptr); }
-    void defaults();
-    void narrowFields();
-    void laterFileStands();
-    void databaseKeysFromBaseIni();
+    void files_data();
+    void files();
     void emptyNameReadsTwoFiles();
     void templateSettings();
 
@@ -39,52 +37,36 @@ QString tst_Ravelin::Write(const QString& name, const QByteArray& contents) cons
     return path;
 }
 
-void tst_Ravelin::defaults()
+void tst_Ravelin::files_data()
 {
-    Ravelin controller;
-    QVERIFY(controller.LoadSettings(Write(u"empty.ini"_s, "\n")));
-    const SysVar& v = controller.LoadedSettings();
-    QCOMPARE((QStringList{v.PortKS, v.PortCounterKTP, v.PortAlarmButton, v.BaseName, v.SqlHostName, v.SqlLogin,
-                  v.SqlPassword, v.BDType, v.TimeOfQuery, v.TimeOfSetTime, v.TimeOfGetTime, v.NtpServer})
-                 .join(u' '),
-        u"/dev/ttyUSB0 /dev/ttyS2 /dev/ttyS3 db/z.db 192.168.0.0 postgres  sqlite3 :[30]0$ 00:00$ 00:15$ "_s);
-    QCOMPARE(v.CounterKTPMultiplier, 1.0);
-    QCOMPARE((QList<int>{v.BCAST_to_UCAST_Delay, v.UCAST_to_UCAST_Delay, v.SqlPort, v.RepeateQueryKTPNumber,
-                 v.RepeatQueryNumber}),
-        (QList<int>{15000, 10000, -1, 15, 5}));
-}
+    QTest::addColumn<QByteArrayList>("files"); // one after the other
+    QTest::addColumn<QString>("values");
 
-void tst_Ravelin::narrowFields()
-{
-    Ravelin controller;
-    controller.LoadSettings(Write(u"a.ini"_s,
-        "[Main]\nBCAST_to_UCAST_Delay=65537\nUCAST_to_UCAST_Delay=-1\n"
-        "RepeateQueryKTPNumber=256\nRepeatQueryNumber=-1\n"));
-    const SysVar& v = controller.LoadedSettings();
-    QCOMPARE((QList<int>{v.BCAST_to_UCAST_Delay, v.UCAST_to_UCAST_Delay, v.RepeateQueryKTPNumber, v.RepeatQueryNumber}),
-        (QList<int>{1, 65535, 0, 255}));
-}
-
-void tst_Ravelin::laterFileStands()
-{
-    Ravelin controller;
-    controller.LoadSettings(Write(u"a.ini"_s, "[Main]\nPortKS=/dev/a\nTimeOfQuery=a\n[Base]\nBaseName=a\n"));
-    controller.LoadSettings(Write(u"b.ini"_s, "[Main]\nPortKS=/dev/b\n"));
-    const SysVar& v = controller.LoadedSettings();
-    QCOMPARE(
-        (QStringList{v.PortKS, v.TimeOfQuery, v.BaseName}), (QStringList{u"/dev/b"_s, u":[30]0$"_s, u"db/z.db"_s}));
-}
-
-void tst_Ravelin::databaseKeysFromBaseIni()
-{
-    Ravelin controller;
+    QTest::addRow("numbers beyond their fields")
+        << QByteArrayList{"[Main]\nBCAST_to_UCAST_Delay=65537\nUCAST_to_UCAST_Delay=-1\n"
+                          "RepeateQueryKTPNumber=256\nRepeatQueryNumber=-1\n"}
+        << u"1 65535 0 255 /dev/ttyUSB0 :[30]0$ sqlite3 db/z.db -1 postgres "_s;
+    QTest::addRow("the later file stands alone")
+        << QByteArrayList{"[Main]\nPortKS=/dev/a\nTimeOfQuery=a\n[Base]\nBaseName=a\n", "[Main]\nPortKS=/dev/b\n"}
+        << u"15000 10000 15 5 /dev/b :[30]0$ sqlite3 db/z.db -1 postgres "_s;
     const QByteArray base = Write(u"base.ini"_s, "[Base]\nBaseName=there\nSqlPort=5433\nBDType=postgres\n").toUtf8();
-    controller.LoadSettings(
-        Write(u"a.ini"_s, "[Base]\nBaseName=here\nSqlLogin=here\nSqlPassword=here\nBaseIni=" + base + '\n'));
+    QTest::addRow("database keys of another file")
+        << QByteArrayList{"[Base]\nBaseName=here\nSqlLogin=here\nSqlPassword=here\nBaseIni=" + base + '\n'}
+        << u"15000 10000 15 5 /dev/ttyUSB0 :[30]0$ postgres there 5433 postgres "_s;
+}
+
+void tst_Ravelin::files()
+{
+    QFETCH(QByteArrayList, files);
+    Ravelin controller;
+    for (const QByteArray& file : files)
+        QVERIFY(controller.LoadSettings(Write(u"a.ini"_s, file)));
     const SysVar& v = controller.LoadedSettings();
-    QCOMPARE((QStringList{v.BaseName, v.BDType, v.SqlLogin, v.SqlPassword}),
-        (QStringList{u"there"_s, u"postgres"_s, u"postgres"_s, {}}));
-    QCOMPARE(v.SqlPort, 5433);
+    QString values;
+    QTextStream(&values) << v.BCAST_to_UCAST_Delay << ' ' << v.UCAST_to_UCAST_Delay << ' ' << v.RepeateQueryKTPNumber
+                         << ' ' << v.RepeatQueryNumber << ' ' << v.PortKS << ' ' << v.TimeOfQuery << ' ' << v.BDType
+                         << ' ' << v.BaseName << ' ' << v.SqlPort << ' ' << v.SqlLogin << ' ' << v.SqlPassword;
+    QTEST(values, "values");
 }
 
 void tst_Ravelin::emptyNameReadsTwoFiles()

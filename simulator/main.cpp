@@ -62,8 +62,9 @@ void DescribeOptions(QCommandLineParser& parser)
     parser.addPositionalArgument(u"directory"_s, u"Where the serial port appears; made if it is not there."_s);
     parser.addOptions({
         {u"register"_s,
-            u"Nodes with the meters of this register instead: an SQLite database or a CSV file with the columns UIN, "
-            "Number, Model and Type. The meters run by the wall clock."_s,
+            u"Nodes with the meters of this register instead: an SQLite database or a CSV file, as ravelinctl takes "
+            u"it. "
+            "The meters run by the wall clock."_s,
             u"file"_s},
         {u"scenario"_s,
             u"What goes wrong with a register's meters, see share/scenario.ini.example. What it names overrides the options."_s,

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "answerreport.h"
-#include "meterregister.h"
 #include "radionode.h"
+#include "registeredmeter.h"
 #include "virtualmeter.h"
 
 #include <optional>

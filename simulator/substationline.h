@@ -2,7 +2,7 @@
 
 #include "answerreport.h"
 #include "linepeer.h"
-#include "meterregister.h"
+#include "registeredmeter.h"
 #include "virtualmeter.h"
 #include "wire.h"
 

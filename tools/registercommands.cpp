@@ -4,31 +4,11 @@
 #include "registercsv.h"
 #include "registerdatabase.h"
 
-#include <QFile>
-#include <QFileInfo>
-
 #include <memory>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr qint64 LargestFile = 64 * qint64{1024} * 1024; // a million meters
-
-// What cannot be read at all is a problem like any other.
-RegisterText ReadFile(const QString& fileName)
-{
-    const auto refuse = [&](const QString& why) { return RegisterText{{}, {u"%1: %2"_s.arg(fileName, why)}}; };
-    const QFileInfo info(fileName);
-    if (info.exists() && !info.isFile())
-        return refuse(u"this is not a regular file"_s);
-    if (info.size() > LargestFile)
-        return refuse(u"this is larger than a register can be"_s);
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return refuse(file.errorString());
-    return ParseRegisterCsv(fileName, file.readAll());
-}
 
 // The daemon's database, or nothing after the reason was told.
 std::unique_ptr<RegisterDatabase> Opened(const CommandLine& line, RegisterDatabase::Missing file)
@@ -75,7 +55,7 @@ int Import(const QStringList& words)
         CommandLine::File::Required);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
-    const RegisterText text = ReadFile(line.FileName());
+    const RegisterText text = ReadRegisterCsv(line.FileName());
     if (const QStringList problems = text.problems + RegisterProblems(text.rows); !problems.isEmpty())
         return ComplainOfAll(problems);
     const auto database = Opened(line, RegisterDatabase::Missing::Fails);
@@ -114,7 +94,7 @@ int Check(const QStringList& words)
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     if (!line.FileName().isEmpty()) {
-        const RegisterText text = ReadFile(line.FileName());
+        const RegisterText text = ReadRegisterCsv(line.FileName());
         return ReportCheck(line.FileName(), text.rows, text.problems + RegisterProblems(text.rows));
     }
     const auto database = Opened(line, RegisterDatabase::Missing::Fails);

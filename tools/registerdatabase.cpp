@@ -1,5 +1,7 @@
 #include "registerdatabase.h"
 
+#include "registertable.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -147,19 +149,9 @@ std::optional<QStringList> RegisterDatabase::CreateSchema()
 std::optional<QList<RegisterRow>> RegisterDatabase::Rows()
 {
     QSqlQuery query(database);
-    if (!Run(query,
-            u"SELECT global_id, \"UIN\", \"Number\", \"Model\", \"Type\", \"KI_Number\" FROM \"Counters\" "
-            "ORDER BY global_id"_s))
+    if (!Run(query, RegisterQuery.toString()))
         return std::nullopt;
-    QList<RegisterRow> rows;
-    while (query.next()) {
-        RegisterRow row;
-        for (int i = 0; const RegisterColumn& column : RegisterColumns)
-            row.*column.field = query.value(i++).toString();
-        row.place = u"%1, global_id %2"_s.arg(Name(), row.globalId);
-        rows.append(row);
-    }
-    return rows;
+    return RegisterRows(query, Name());
 }
 
 bool RegisterDatabase::Write(const RegisterChange& change)

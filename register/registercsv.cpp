@@ -1,11 +1,16 @@
 #include "registercsv.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <algorithm>
 #include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr qint64 LargestFile = 64 * qint64{1024} * 1024; // a million meters
 
 // Nothing when a quote stays open: a value does not go on in the next line here.
 std::optional<QStringList> Fields(const QString& line, QChar separator)
@@ -135,4 +140,18 @@ RegisterText ParseRegisterCsv(const QString& fileName, QByteArrayView bytes)
         bytes = bytes.sliced(std::min(end + 1, bytes.size()));
     }
     return reader.Result();
+}
+
+RegisterText ReadRegisterCsv(const QString& fileName)
+{
+    const auto refuse = [&](const QString& why) { return RegisterText{{}, {u"%1: %2"_s.arg(fileName, why)}}; };
+    const QFileInfo info(fileName);
+    if (info.exists() && !info.isFile())
+        return refuse(u"this is not a regular file"_s);
+    if (info.size() > LargestFile)
+        return refuse(u"this is larger than a register can be"_s);
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return refuse(file.errorString());
+    return ParseRegisterCsv(fileName, file.readAll());
 }

@@ -12,3 +12,6 @@ struct RegisterText {
 /// quotes where needed, blanks around values ignored. Empty lines and lines that begin with "#" are skipped. `fileName`
 /// is for the places.
 [[nodiscard]] RegisterText ParseRegisterCsv(const QString& fileName, QByteArrayView bytes);
+
+/// As ParseRegisterCsv(), from the file; that it cannot be read at all is a problem like any other.
+[[nodiscard]] RegisterText ReadRegisterCsv(const QString& fileName);

@@ -16,6 +16,6 @@ struct RegisteredMeter {
     [[nodiscard]] quint32 NumberOnTheWire() const { return static_cast<quint32>(number.toInt()); }
 };
 
-/// Reads a register: an SQLite database with the table "Counters", or a CSV file with its columns, separated by "," or
-/// ";". Its first line names them; UIN, Number, Model and Type are looked at. On failure `error` says where and why.
+/// Reads a register: an SQLite database with the table "Counters", or a CSV file. On failure `error` says everything
+/// that is wrong with it, and where.
 [[nodiscard]] std::optional<QList<RegisteredMeter>> ReadRegister(const QString& path, QString& error);

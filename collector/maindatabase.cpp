@@ -10,9 +10,9 @@ namespace {
 
 const QString ConnectionName = u"Connection To Main Base"_s;
 
-QSqlDatabase Postgres(const SysVar& vars)
+QSqlDatabase Postgres(const QString& connection, const SysVar& vars)
 {
-    QSqlDatabase database = QSqlDatabase::addDatabase(u"QPSQL"_s, ConnectionName);
+    QSqlDatabase database = QSqlDatabase::addDatabase(u"QPSQL"_s, connection);
     database.setDatabaseName(vars.BaseName);
     database.setHostName(vars.SqlHostName);
     database.setPort(vars.SqlPort);
@@ -23,23 +23,28 @@ QSqlDatabase Postgres(const SysVar& vars)
     return database;
 }
 
-QSqlDatabase Sqlite(const SysVar& vars)
+QSqlDatabase Sqlite(const QString& connection, const SysVar& vars)
 {
     const bool absolute = vars.BaseName.startsWith(u'/');
-    QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, ConnectionName);
+    QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
     database.setDatabaseName(absolute ? vars.BaseName : QCoreApplication::applicationDirPath() + u'/' + vars.BaseName);
     return database;
 }
 
 } // namespace
 
+QSqlDatabase MainBase::Add(const QString& connection, const SysVar& vars)
+{
+    if (vars.BDType == "postgres"_L1)
+        return Postgres(connection, vars);
+    if (vars.BDType == "sqlite3"_L1)
+        return Sqlite(connection, vars);
+    return {};
+}
+
 QSqlError MainBase::Open(const SysVar& vars)
 {
-    QSqlDatabase database;
-    if (vars.BDType == "postgres"_L1)
-        database = Postgres(vars);
-    else if (vars.BDType == "sqlite3"_L1)
-        database = Sqlite(vars);
+    QSqlDatabase database = Add(ConnectionName, vars);
     return database.open() ? QSqlError() : database.lastError();
 }
 

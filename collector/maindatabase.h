@@ -13,6 +13,10 @@ struct SysVar;
 /// rows.
 namespace MainBase {
 
+/// A new connection of that name to the database of `vars`, not open yet. With an unknown kind of database there is
+/// none.
+[[nodiscard]] QSqlDatabase Add(const QString& connection, const SysVar& vars);
+
 /// Registers and opens the connection. On failure it stays registered, and each use tries to open it again; with an
 /// unknown kind of database there is none.
 [[nodiscard]] QSqlError Open(const SysVar& vars);

@@ -1,8 +1,8 @@
 #include "registerdatabase.h"
 
+#include "maindatabase.h"
 #include "registertable.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -57,10 +57,10 @@ QString Reason(const QSqlError& error)
 
 } // namespace
 
-RegisterDatabase::RegisterDatabase(const SysVar& vars_) : vars(vars_)
+RegisterDatabase::RegisterDatabase(const SysVar& vars_) : vars(vars_), database(MainBase::Add(Connection, vars))
 {
-    if (IsFile() && !vars.BaseName.startsWith(u'/'))
-        vars.BaseName.prepend(QCoreApplication::applicationDirPath() + u'/'); // as the daemon takes it
+    if (IsFile())
+        vars.BaseName = database.databaseName();
 }
 
 RegisterDatabase::~RegisterDatabase()
@@ -71,7 +71,7 @@ RegisterDatabase::~RegisterDatabase()
 
 bool RegisterDatabase::Open(Missing file)
 {
-    return (!IsFile() || FindFile(file)) && Connect(vars.BaseName, {});
+    return (!IsFile() || FindFile(file)) && Connect();
 }
 
 // Even a reader makes the files of the write-ahead log, and leaves them behind. It makes none of a file that it takes
@@ -79,28 +79,20 @@ bool RegisterDatabase::Open(Missing file)
 bool RegisterDatabase::OpenToRead()
 {
     if (!IsFile())
-        return Connect(vars.BaseName, u"connect_timeout=10"_s);
+        return Connect();
     if (!FindFile(Missing::Fails))
         return false;
     const bool inUse = QFileInfo::exists(vars.BaseName + "-shm"_L1);
     const QString path = QString::fromLatin1(QUrl::toPercentEncoding(vars.BaseName, "/"));
-    return Connect(u"file:%1?%2"_s.arg(path, inUse ? u"mode=ro"_s : u"immutable=1"_s),
-        u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s);
+    database.setDatabaseName(u"file:%1?%2"_s.arg(path, inUse ? u"mode=ro"_s : u"immutable=1"_s));
+    database.setConnectOptions(u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s);
+    return Connect();
 }
 
-bool RegisterDatabase::Connect(const QString& name, const QString& options)
+bool RegisterDatabase::Connect()
 {
     if (!IsFile() && vars.BDType != "postgres"_L1)
         return Fail(u"BDType must be sqlite3 or postgres, not \"%1\""_s.arg(vars.BDType));
-    database = QSqlDatabase::addDatabase(IsFile() ? u"QSQLITE"_s : u"QPSQL"_s, Connection);
-    database.setConnectOptions(options);
-    database.setDatabaseName(name);
-    if (!IsFile()) {
-        database.setHostName(vars.SqlHostName);
-        database.setPort(vars.SqlPort);
-        database.setUserName(vars.SqlLogin);
-        database.setPassword(vars.SqlPassword);
-    }
     return database.open() || Fail(Reason(database.lastError()));
 }
 

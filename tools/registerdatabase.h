@@ -46,7 +46,7 @@ private:
     [[nodiscard]] bool InTransaction(Work work);
     [[nodiscard]] bool IsFile() const;
     [[nodiscard]] bool FindFile(Missing file);
-    [[nodiscard]] bool Connect(const QString& name, const QString& options);
+    [[nodiscard]] bool Connect();
     [[nodiscard]] bool Fail(const QString& why);
     [[nodiscard]] bool Run(QSqlQuery& query, const QString& statement);
     [[nodiscard]] bool CreateObject(const QString& statement, QStringList& report);

@@ -1,7 +1,10 @@
 #include "echonode.h"
 #include "virtualsubstation.h"
 
-#include <QFileInfo>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -53,6 +56,7 @@ private slots:
     void faults();
     void localLine();
     void scenarios();
+    void registerInDatabase();
 };
 
 void tst_Simulator::modem()
@@ -66,8 +70,6 @@ void tst_Simulator::modem()
         QCOMPARE(Play(modem, script).join(), output);
     };
     check("atz\r\nati\r\n", "500 \r\nOK\r\n"); // deaf while it restarts
-    check("ati\r\n", "20 \r\nR123X\r\n000D6F0000000001\r\nOK\r\n");
-    check("AT+SN\r", "20 \r\nOK\r\n70 \r\nFFD:000D6F0000001003\r\n");
     check("at+ucastb:02,000D6F0000009999\rhi", "20 \r\n+UCASTB:00\r\n20 \r\nOK\r\n170 \r\nNACK:00\r\n");
     check("at+ucastb:06,000D6F0000001003\r\0atz\r\n"_ba,
         "20 \r\n+UCASTB:00\r\n20 \r\nOK\r\n170 \r\nACK:00\r\n370 \r\nUCAST:000D6F0000001003,06=\0atz\r\n\r\n"_ba);
@@ -87,8 +89,7 @@ void tst_Simulator::sameSeedSameFaults()
         for (int i = 0; i < 1000; ++i)
             script += {i * 10'000, "at+ucastb:02,000D6F0000001003\rhi"};
         const QByteArrayList written = Play(modem, script);
-        const ModemTally& tally = modem.Tally();
-        return std::tuple(written, tally.unicastsDelivered, tally.messagesLost);
+        return std::tuple(written, modem.Tally().unicastsDelivered, modem.Tally().messagesLost);
     };
     const auto [written, delivered, lost] = session(7);
     QCOMPARE(std::get<0>(session(7)), written);
@@ -108,24 +109,15 @@ void tst_Simulator::meters()
                 answers += answer.payload;
         QCOMPARE(answers.toHex(), expected);
     };
-    const auto ce102 = Meter("000D6F0000001001", "1001", "CE102");
     const auto ce301 = Meter("000D6F0000001002", "1002", "CE301");
     const auto set1 = Meter(Node, "1003", "SET1");
     const auto set3 = Meter("000D6F0000001004", "70000", "SET3");
     const QByteArray measure = "c001c1"_hex;
-    check(ce102, {{0, measure}}, "c07de048e903010054013055010100637de0c1");
-    check(ce301, {{0, measure}},
-        "c002" + "ET0PE(595.10)ET0PE(170.74)ET0PE(125.28)ET0PE(141.49)ET0PE(157.59)"_ba.toHex() + "036bc1");
+    check(Meter("000D6F0000001001", "1001", "CE102"), {{0, measure}}, "c07de048e903010054013055010100637de0c1");
     check(set1, {{0, measure}, {1, "c0ffc1"_hex}, {2, "c002c1"_hex}}, "c082153763004a550012370013630008c1"); // once
-    check(set3, {{0, measure}}, "c0827011011228400000111d0000102e0000892d00009d3cc1");
-
-    const QByteArray askCE301 = "040152310254494d455f28290367"_hex;
-    check(set1, {{0, "0450"_hex}}, "c0825000300802040314c1");
-    check(set3, {{0, "04701101101726"_hex}}, "c08270110110003008020403148d39c1");
     check(set3, {{0, "04701101101727"_hex}}, ""); // wrong check
     check(set3, {{0, measure}, {0, "04711101106192"_hex}}, ""); // another meter's
-    check(ce301, {{0, askCE301}}, "c00254494d455f2830383a33303a3030290301c1");
-    check(ce301, {{0, "\x04\x01W1\x02TIME_(23:59:50)\x03\x18"}, {15'000, askCE301}},
+    check(ce301, {{0, "\x04\x01W1\x02TIME_(23:59:50)\x03\x18"}, {15'000, "040152310254494d455f28290367"_hex}},
         "c00254494d455f2830303a30303a303529037bc1");
     check(set1, {{0, "c00835303037323330363038303332303134c1"_hex}, {20'000, "0450"_hex}}, "c0825010082306080314c1");
     check(
@@ -197,21 +189,50 @@ void tst_Simulator::localLine()
     check("CE301", "", {{0, signOn}, {400, read}}, {}); // no password
 
     const QByteArray ask = "701101120022b4"_hex;
-    check("SET3", "", {{0, "ff007070"_hex}, {400, "1101120022b4"_hex}},
-        {"691 " + "701101123788000002510000ea4f00002db800007f65"_hex});
     check("SET3", "drift = 100000", {{20'000, "701101101726"_hex}}, {"20254 " + "7011011022300802040314832c"_hex});
     check("SET3", "silent = yes", {{0, ask}}, {});
-    check("SET3", "unanswered = 1", {{0, ask}, {5'000, ask}},
-        {"5291 " + "701101123788000002510000eb4f00002db8000038b6"_hex});
+    check("SET3", "unanswered = 1", {{0, ask}, {5'000, "ff007070"_hex}, {5'400, "1101120022b4"_hex}},
+        {"5691 " + "701101123788000002510000eb4f00002db8000038b6"_hex});
 }
 
 void tst_Simulator::scenarios()
 {
     QString error;
-    QVERIFY(!ParseScenario("# no\n\n[all]\nloss = 1.01", {}, error));
-    QCOMPARE(error, u"line 4 of the scenario is not understood: loss = 1.01"_s);
-    const QString example = QFileInfo(QString::fromUtf8(__FILE__)).path() + "/../share/scenario.ini.example"_L1;
-    QVERIFY2(ReadScenario(example, {}, error), qPrintable(error));
+    QVERIFY2(ReadScenario(QStringLiteral(QT_TESTCASE_SOURCEDIR "/../share/scenario.ini.example"), {}, error),
+        qPrintable(error));
+    for (const QByteArray& wrong : {"loss = 0.5"_ba, "[nodes]"_ba, "[node 12]"_ba, "[all]\nsilent = yes"_ba,
+             "[all]\nloss = 1.01"_ba, "[all]\nseed = -1"_ba, "[all]\ndrift = inf"_ba, "[all]\nlatency"_ba,
+             "[substation]\nsilent = 1"_ba, "[node 000D6F0000001003]\nevery = 0"_ba,
+             "[node 000D6F0000001003]\nundecodable = no"_ba, "[node 000D6F0000001003]\nalarm = 2014-03-04"_ba}) {
+        QVERIFY2(!ParseScenario("# a play\n\n" + wrong, {}, error), wrong.constData());
+        const QByteArrayList lines = wrong.split('\n');
+        QCOMPARE(error.toUtf8(),
+            "line " + QByteArray::number(lines.size() + 2) + " of the scenario is not understood: " + lines.last());
+    }
+}
+
+void tst_Simulator::registerInDatabase()
+{
+    const QTemporaryDir directory;
+    auto base = QSqlDatabase::addDatabase(u"QSQLITE"_s);
+    base.setDatabaseName(directory.filePath(u"a.db"_s));
+    QVERIFY(base.open());
+    const auto check = [&](const QString& statement, const QString& expected) {
+        QCOMPARE(QSqlQuery(statement).lastError().text(), QString());
+        QString read;
+        for (const RegisteredMeter& meter : ReadRegister(base.databaseName(), read).value_or(QList<RegisteredMeter>()))
+            read += QString::fromUtf8(meter.uin + ' ' + meter.number + ' ' + meter.dialect->model.toByteArray())
+                + (meter.onLocalLine ? u" on the local line, "_s : u", "_s);
+        QCOMPARE(read.remove(directory.path()), expected);
+    };
+    check(u"CREATE TABLE a (b)"_s, u"/a.db: no such table: Counters Unable to execute statement"_s);
+    check(u"CREATE TABLE \"Counters\" AS SELECT 2 AS global_id, '000D6F0000001003' AS \"UIN\", 7 AS \"Number\", "
+          "'SET1' AS \"Model\", 0 AS \"Type\", '' AS \"KI_Number\""_s,
+        u"000D6F0000001003 7 SET1, "_s);
+    check(u"INSERT INTO \"Counters\" VALUES (1, 'КТП', '70000', 'SET3', 1, '')"_s,
+        u"КТП 70000 SET3 on the local line, 000D6F0000001003 7 SET1, "_s);
+    check(u"UPDATE \"Counters\" SET \"Model\" = 'SET2' WHERE global_id = 2"_s,
+        u"/a.db, global_id 2: Model must be CE102, CE301, SET1 or SET3, not \"SET2\""_s);
 }
 
 QTEST_GUILESS_MAIN(tst_Simulator)

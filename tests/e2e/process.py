@@ -10,7 +10,7 @@ import time
 
 import buspeer
 
-BUILD = os.environ["RAVELIN_BUILD"]
+BUILD = os.path.abspath(os.environ["RAVELIN_BUILD"])
 SANITIZED = "asan" in os.path.basename(BUILD)  # the sanitizer keeps freed memory: resident sizes say nothing then
 
 

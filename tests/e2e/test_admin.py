@@ -30,33 +30,24 @@ class ModemLine:
     def say(self, raw):
         os.write(self.master, raw)
 
-    def expect(self, test, raw, timeout=10.0):
+    def expect(self, raw):
         """The next bytes that the daemon writes are `raw`."""
-        deadline = time.monotonic() + timeout
-        while len(self.received) < len(raw):
-            self.received += self.read(deadline)
-        test.assertEqual(self.received[:len(raw)], raw)
-        self.received = self.received[len(raw):]
+        before = self.skip_to(raw)
+        assert not before, before
 
     def skip_to(self, raw, timeout=20.0):
-        """The daemon writes `raw`, maybe after something else."""
+        """What the daemon writes before `raw`."""
         deadline = time.monotonic() + timeout
         while raw not in self.received:
-            self.received += self.read(deadline)
-        self.received = self.received.split(raw, 1)[1]
-
-    def read(self, deadline):
-        if not select.select([self.master], [], [], max(0.0, deadline - time.monotonic()))[0]:
-            raise TimeoutError(f"the daemon wrote only {self.received!r}")
-        return os.read(self.master, 4096)
+            if not select.select([self.master], [], [], max(0.0, deadline - time.monotonic()))[0]:
+                raise TimeoutError(f"the daemon wrote only {self.received!r}")
+            self.received += os.read(self.master, 4096)
+        before, self.received = self.received.split(raw, 1)
+        return before
 
     def close(self):
         os.close(self.master)
         os.close(self.slave)
-
-
-def argument(raw):
-    return bus.byte_array(raw)
 
 
 class Administrator(unittest.TestCase):
@@ -74,10 +65,10 @@ class Administrator(unittest.TestCase):
             connection.commit()
         listener = self.home.listen("admin")
         self.home.start()
-        self.modem.expect(self, b"atz\r\nati\r\n")
+        self.modem.expect(b"atz\r\nati\r\n")
         self.modem.say(b"\r\nR123X\r\n" + UIN + b"\r\nOK\r\n")
-        self.modem.expect(self, b"atz\r\nat+jn\r\nat+en\r\nat+sn\r\n")
-        self.modem.expect(self, b"at+bcastb:13,00\r\xc0\x05" + UIN + b"\xc1")
+        self.modem.expect(b"atz\r\nat+jn\r\nat+en\r\nat+sn\r\n")
+        self.modem.expect(b"at+bcastb:13,00\r\xc0\x05" + UIN + b"\xc1")
         self.admin = self.home.accept(listener)
         self.admin.read_frame()
 
@@ -95,27 +86,27 @@ class Administrator(unittest.TestCase):
         nodes = struct.pack(">i", 2) + bus.byte_array(UIN) + bus.byte_array(NODE)
         self.expect_action(b"xGet_ZDevices2", b"xGet_ZDevices2", nodes, -3)
 
-        self.admin.send(bus.command(b"about") + bus.command(b"Unknown", argument(b"x")) + bus.command(b"Send_main_UIN"))
-        self.modem.expect(self, b"at+bcastb:13,00\r\xc0\x05" + UIN + b"\xc1")
-        self.admin.send(bus.command(b"Send_counters_numbers") + bus.command(b"Send_04_command")  # both send nothing
-                        + bus.command(b"Send_counter_number", argument(NODE)) + bus.command(b"Send_counter_number")
-                        + bus.command(b"Send_KI_number", argument(NODE)))
-        self.modem.expect(self, b"at+ucastb:08," + NODE + b"\r\xc0\x07\x7d\xe0\x00\x00\x00\xc1"
-                          b"at+ucastb:05," + NODE + b"\r\xc0\x0640\xc1")
+        self.admin.send(bus.command(b"Send_counters_numbers") + bus.command(b"Send_main_UIN"))
+        self.modem.expect(b"at+bcastb:13,00\r\xc0\x05" + UIN + b"\xc1")
         self.admin.send(bus.command(b"Need_query"))
         self.modem.skip_to(b"at+bcastb:03,00\r\xc0\x01\xc1")
         self.modem.skip_to(b"at+ucastb:03," + NODE + b"\r\xc0\x02\xc1at+bcastb:02,00\r\xc0\xc1")
 
     def test_commands_to_the_modem(self):
-        self.admin.send(bus.command(b"Write_direct_in_port", argument(b"\x00\xffat\r")))
-        self.modem.expect(self, b"\x00\xffat\r")
-        self.admin.send(bus.command(b"Reset_KS", argument(NODE)))
-        self.modem.expect(self, b"ATREMS:%s,16=01f8\r\nATREMS:%s,18=00f0\r\nATREMS:%s,18=01f0\r\nATREMS:%s,16=00f8\r\n"
-                          % ((NODE,) * 4))
-        self.admin.send(bus.command(b"Query_counter", argument(NODE)))
-        self.modem.expect(self, b"at+ucastb:03," + NODE + b"\r\xc0\x01\xc1at+ucastb:03," + NODE + b"\r\xc0\x02\xc1")
-        self.admin.send(bus.command(b"Query_counter"))  # without its argument: an empty address
-        self.modem.expect(self, b"at+ucastb:03,\r\xc0\x01\xc1")
+        for nothing in (b"about", b"Unknown", b"Send_04_command", b"Send_counter_number"):
+            self.admin.send(bus.command(nothing))
+        rows = [
+            (b"Send_counter_number", NODE, b"at+ucastb:08," + NODE + b"\r\xc0\x07\x7d\xe0\x00\x00\x00\xc1"),
+            (b"Send_KI_number", NODE, b"at+ucastb:05," + NODE + b"\r\xc0\x0640\xc1"),
+            (b"Write_direct_in_port", b"\x00\xffat\r", b"\x00\xffat\r"),
+            (b"Reset_KS", NODE, b"ATREMS:%s,16=01f8\r\nATREMS:%s,18=00f0\r\nATREMS:%s,18=01f0\r\nATREMS:%s,16=00f8\r\n"
+             % ((NODE,) * 4)),
+            (b"Query_counter", NODE, b"at+ucastb:03," + NODE + b"\r\xc0\x01\xc1at+ucastb:03," + NODE + b"\r\xc0\x02\xc1"),
+            (b"Query_counter", None, b"at+ucastb:03,\r\xc0\x01\xc1"),  # an empty address
+        ]
+        for name, argument, sent in rows:
+            self.admin.send(bus.command(name, b"" if argument is None else bus.byte_array(argument)))
+            self.modem.expect(sent)
 
     def test_live_view(self):
         self.modem.say(b"unseen")
@@ -152,8 +143,8 @@ class Administrator(unittest.TestCase):
 
     def test_quit_inside_a_wait(self):
         """The command waits on the bus, and the administrator has gone already: its word still counts."""
-        self.admin.send(bus.command(b"Query_counter", argument(NODE)))
-        self.modem.expect(self, b"at+ucastb:03," + NODE + b"\r\xc0\x01\xc1")
+        self.admin.send(bus.command(b"Query_counter", bus.byte_array(NODE)))
+        self.modem.expect(b"at+ucastb:03," + NODE + b"\r\xc0\x01\xc1")
         self.admin.send(bus.command(b"About") + bus.data(1, b"x" * 5000) + bus.command(b"QuitSignal"))
         begun = time.monotonic()
         self.admin.close()

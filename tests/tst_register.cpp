@@ -35,7 +35,6 @@ private slots:
     void readable();
     void problems_data();
     void problems();
-    void plannedChange();
 };
 
 void tst_Register::readable_data()
@@ -115,17 +114,6 @@ void tst_Register::problems()
     QFETCH(QByteArray, bytes);
     const RegisterText text = ParseRegisterCsv(u"f"_s, bytes);
     QTEST((text.problems + RegisterProblems(text.rows)).join(u'\n'), "problems");
-}
-
-void tst_Register::plannedChange()
-{
-    const auto rows = [](const QByteArray& meters) { return ParseRegisterCsv(u"f"_s, Header + meters).rows; };
-    const RegisterChange change = PlannedChange(rows(Meter("1", "A") + Meter("2", "B") + Meter("3", "C")),
-        rows(Meter("4", "D") + Meter("3", "C") + Meter("2", "B", "9")));
-    QCOMPARE((QStringList{InOneLine(change.added), InOneLine(change.changed), InOneLine(change.unchanged),
-                 InOneLine(change.kept)}),
-        (QStringList{u"f, line 2|4|D|1|CE102|0|"_s, u"f, line 4|2|B|9|CE102|0|"_s, u"f, line 3|3|C|1|CE102|0|"_s,
-            u"f, line 2|1|A|1|CE102|0|"_s}));
 }
 
 QTEST_GUILESS_MAIN(tst_Register)

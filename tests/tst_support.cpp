@@ -103,7 +103,6 @@ void tst_Support::settings_data()
     row("empty text", "[Main]\nPattern=\n", u" 7 0.5"_s);
 
     const QByteArray notRead = "Settings file %1 is not read, defaults apply: "_ba;
-    row("missing", "", defaults, notRead + "it does not exist\n", u"none.ini"_s);
     row("endless device", "", defaults, notRead + "it is not a regular file\n", u"/dev/zero"_s);
     row("binary",
         "\x7f"
@@ -111,8 +110,6 @@ void tst_Support::settings_data()
         defaults, notRead + "it is binary\n");
     row("huge", "[Main]\nNumber=8\n" + QByteArray(1024 * 1024, ';'), defaults,
         notRead + "it is larger than a settings file can be\n");
-    row("no key", "[Main]\nwhat is this\n", defaults,
-        "Settings file %1 has lines that are neither [group] nor key=value\n");
     const QByteArray number = "Settings file %1: Main/Number is not a number: \"%2\". The default 7 applies\n"
                               "Settings file %1: Main/Real is not a number: \"%3\". The default 0.5 applies\n"_ba;
     for (const auto& [integer, real] : {std::pair("2147483648", "1,5"), std::pair("", "nan")})

@@ -4,6 +4,7 @@
 #include "virtualtime.h"
 #include "zigbee.h"
 
+#include <QAbstractEventDispatcher>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -168,7 +169,7 @@ void tst_RadioLink::startUpAndReset()
 void tst_RadioLink::identity()
 {
     const auto check = [this](const QByteArray& answer, const QByteArray& expected) {
-        Begin({{"ati\r\n", answer}});
+        Begin({{"atz\r\n", QByteArray(80, '?')}, {"ati\r\n", answer}});
         QCOMPARE(QByteArray::number(modem->ModemVersion) + '|' + modem->MainUIN, expected);
         QCOMPARE(modem->Nodes()->UIN, modem->MainUIN);
     };
@@ -263,10 +264,13 @@ void tst_RadioLink::portGoneAndBack()
     Begin({{"ati\r\n", Identity}});
     modem->SendBroadcastMessageToZDevice(QByteArray(60'000, 'x'));
     desk.reset();
-    for (int i = 0; i < 3; ++i) {
+    int rounds = 0; // endless on a line that hung up and is still watched
+    while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents) && rounds < 100)
+        ++rounds;
+    QVERIFY(rounds < 100);
+    for (int i = 0; i < 2; ++i) {
         modem->SendMainUIN();
         modem->timer_event();
-        QCoreApplication::processEvents();
     }
     const Lines texts{missing, "The modem port PORT broke: the line was hung up", missing};
     QCOMPARE(LogTexts(), texts);

@@ -93,7 +93,7 @@ class Administrator(unittest.TestCase):
         self.modem.skip_to(b"at+ucastb:03," + NODE + b"\r\xc0\x02\xc1at+bcastb:02,00\r\xc0\xc1")
 
     def test_commands_to_the_modem(self):
-        for nothing in (b"about", b"Unknown", b"Send_04_command", b"Send_counter_number"):
+        for nothing in (b"xSend_main_UIN", b"send_main_uin", b"Send_04_command", b"Send_counter_number"):
             self.admin.send(bus.command(nothing))
         rows = [
             (b"Send_counter_number", NODE, b"at+ucastb:08," + NODE + b"\r\xc0\x07\x7d\xe0\x00\x00\x00\xc1"),

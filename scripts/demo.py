@@ -29,7 +29,7 @@ undecodable = checksum
 nack = 0.5
 """
 SETTINGS = SITE + """CounterKTPMultiplier=40
-BCAST_to_UCAST_Delay=3000
+BCAST_to_UCAST_Delay={broadcast_pause}
 UCAST_to_UCAST_Delay=600
 RepeatQueryNumber=1
 RepeateQueryKTPNumber=2
@@ -146,8 +146,10 @@ def sweep(site, peer, rows, meters):
 def play(options):
     register, meters = read_register(os.path.join(ROOT, "share", "register.csv.example"))
     database = postgres_database() if options.postgres else sqlite_database()
+    # A tick that starts a sweep on schedule must outlast its minute, or the next one finds the minute due again.
+    settings_text = SETTINGS.replace("{broadcast_pause}", "30000" if options.keep else "3000")
     with database as (settings, rows), Site(settings, speed=0, scenario=SCENARIO, register=register,
-                                            settings=SETTINGS) as site:
+                                            settings=settings_text) as site:
         tell(f"database provisioned, {len(meters)} meters registered, virtual substation and daemon start")
         tell("modem start-up, 13 s")
         open(site.stderr_path, "a", encoding="utf-8").close()

@@ -146,8 +146,9 @@ void tst_Support::databaseBySettings()
     const std::pair<QByteArray, QString> rows[] = {{"%1/a.db", {}},
         {"%1/none/a.db", u"unable to open database file Error opening database"_s},
         {"\nBDType=Postgres", u"unknown BDType \"Postgres\""_s}};
+    const QString fromProgram = QDir(QCoreApplication::applicationDirPath()).relativeFilePath(directory->path());
     for (const auto& [keys, text] : rows) {
-        Write(Path(u"a.ini"_s), "[Base]\nBaseName=" + QByteArray(keys).replace("%1", directory->path().toUtf8()));
+        Write(Path(u"a.ini"_s), "[Base]\nBaseName=" + QByteArray(keys).replace("%1", fromProgram.toUtf8()));
         QSettings settings(Path(u"a.ini"_s), QSettings::IniFormat);
         QString name;
         QCOMPARE(openDataBaseBySettings(name, settings, u"Base"_s, {}).text(), text);

@@ -86,8 +86,9 @@ void Ending::InstallSignalHandlers()
     action.sa_handler = OnSignal;
     ::sigaction(SIGTERM, &action, nullptr);
     ::sigaction(SIGINT, &action, nullptr);
-    action.sa_handler = SIG_IGN;
-    ::sigaction(SIGPIPE, &action, nullptr);
+    action.sa_handler = SIG_IGN; // the write that caused it fails
+    for (const int number : {SIGPIPE, SIGXFSZ})
+        ::sigaction(number, &action, nullptr);
 }
 
 void Ending::WatchWhileWaiting(const QObject* owner, std::function<void()> look)

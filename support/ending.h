@@ -17,8 +17,8 @@ void Request(int exitCode, const QString& why);
 /// The exit code that was asked for, if any.
 [[nodiscard]] std::optional<int> Requested();
 
-/// From now on SIGTERM and SIGINT ask for an end with exit code 0, and SIGPIPE is ignored. Needs the application
-/// object.
+/// From now on SIGTERM and SIGINT ask for an end with exit code 0, and SIGPIPE and SIGXFSZ are ignored. Needs the
+/// application object.
 void InstallSignalHandlers();
 
 /// While the thread waits, `look` is called several times a second, until `owner` dies. It may only look, without

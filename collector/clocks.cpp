@@ -103,7 +103,16 @@ bool TCollector::StoreReferenceClock()
     const float offsetMs = NtpLine::Offset(LineOf(vars.NtpServer, listing));
     const QDateTime now = CurrentDateTime();
     const QString date = now.toString(u"yyyy-MM-dd"_s);
-    Execute(Statements::InsertClockReading, uin, date, now.toString(u"hh:mm:ss"_s), date,
-        NtpLine::Corrected(now.time(), offsetMs).toString(u"hh:mm:ss"_s));
+    AddClockReading(
+        uin, date, now.toString(u"hh:mm:ss"_s), date, NtpLine::Corrected(now.time(), offsetMs).toString(u"hh:mm:ss"_s));
     return true;
+}
+
+void TCollector::AddClockReading(const QString& uinLiteral, const QString& dateShown, const QString& timeShown,
+    const QString& date, const QString& time)
+{
+    MainBase::Insert(
+        MainBase::Filled(Statements::InsertClockReading, uinLiteral, dateShown, timeShown, date, time), [&] {
+            return MainBase::FirstValueOf(Execute(Statements::ClockReadingCountSince, uinLiteral, date)).toInt() > 0;
+        });
 }

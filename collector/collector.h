@@ -121,6 +121,7 @@ private:
     // --- closing a sweep: readingstore.cpp
     [[nodiscard]] QStringList RowsForTheSilent();
     void StoreRowsForTheSilent();
+    void AddToSweep(const QString& globalId, const QString& row);
     void TryClockPlaceholders();
     void SendToPeers(const QByteArray& message);
 
@@ -133,6 +134,8 @@ private:
     // --- the meters' clocks: clocks.cpp
     void SetMeterClocks();
     [[nodiscard]] bool StoreReferenceClock();
+    static void AddClockReading(const QString& uinLiteral, const QString& dateShown, const QString& timeShown,
+        const QString& date, const QString& time);
 
     // --- the polling cycle: pollingcycle.cpp
     enum class TimeSweepStart { Done, NobodyToAsk, NtpCheckUnfinished };

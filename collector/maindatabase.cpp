@@ -4,6 +4,8 @@
 
 #include <QCoreApplication>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -29,6 +31,22 @@ QSqlDatabase Sqlite(const QString& connection, const SysVar& vars)
     QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
     database.setDatabaseName(absolute ? vars.BaseName : QCoreApplication::applicationDirPath() + u'/' + vars.BaseName);
     return database;
+}
+
+struct Attempt {
+    QSqlQuery query;
+    bool connectionBroke;
+};
+
+Attempt Try(const QString& statement)
+{
+    QSqlDatabase database = MainBase::Connection();
+    const bool wasOpen = database.isOpen();
+    QSqlQuery query(database);
+    const bool broke = !query.exec(statement) && wasOpen && !database.isOpen();
+    if (broke)
+        database.close(); // opened as it is, the driver would leak the broken connection
+    return {std::move(query), broke};
 }
 
 } // namespace
@@ -61,15 +79,16 @@ QSqlDatabase MainBase::Connection()
 
 QSqlQuery MainBase::Run(const QString& statement)
 {
-    QSqlDatabase database = Connection();
-    const bool wasOpen = database.isOpen();
-    QSqlQuery query(database);
-    if (query.exec(statement) || !wasOpen || database.isOpen())
-        return query;
-    database.close(); // opened as it is, the driver would leak the broken connection
-    query = QSqlQuery(Connection());
-    query.exec(statement);
-    return query;
+    Attempt attempt = Try(statement);
+    if (attempt.connectionBroke)
+        attempt = Try(statement);
+    return std::move(attempt.query);
+}
+
+void MainBase::Insert(const QString& statement, const std::function<bool()>& isThere)
+{
+    if (Try(statement).connectionBroke && !isThere())
+        Try(statement);
 }
 
 bool MainBase::RunTogether(const QStringList& statements)

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <functional>
+
 struct SysVar;
 
 /// The collector's one database connection and all that runs on it. A failing statement is not reported: it yields no
@@ -28,6 +30,10 @@ void Close();
 /// Runs one statement. If it fails because the connection broke, the connection is opened anew and the statement tried
 /// once more.
 QSqlQuery Run(const QString& statement);
+
+/// Runs one statement that adds a row. If the connection breaks with it, the row may be there all the same: `isThere`
+/// is asked on a new connection before it is tried once more.
+void Insert(const QString& statement, const std::function<bool()>& isThere);
 
 /// Runs all statements or none: false when one failed or the connection broke.
 [[nodiscard]] bool RunTogether(const QStringList& statements);

@@ -205,7 +205,7 @@ void TCollector::StoreSubstationReading()
         if (reading)
             StoreReading(globalId, *reading);
         else
-            Execute(Statements::InsertSubstationSilent, globalId, sweepDate, sweepTime);
+            AddToSweep(globalId, MainBase::Filled(Statements::InsertSubstationSilent, globalId, sweepDate, sweepTime));
     }
     if (!reading) {
         LogText(tr("Not received data from KTP"));

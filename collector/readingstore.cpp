@@ -90,6 +90,13 @@ void TCollector::StoreRowsForTheSilent()
         MainBase::Run(row);
 }
 
+/// `row` is the meter's in the open sweep.
+void TCollector::AddToSweep(const QString& globalId, const QString& row)
+{
+    MainBase::Insert(
+        row, [&] { return ColumnOf(Execute(Statements::ReadingsOfSweep, sweepDate, sweepTime)).contains(globalId); });
+}
+
 void TCollector::TryClockPlaceholders()
 {
     const QSet<QString> all = SetOf(ColumnOf(Execute(Statements::NodeMeters)));

@@ -125,8 +125,9 @@ void TCollector::StoreEnergy(const QByteArray& uin, const QString& model, qint32
 void TCollector::StoreReading(const QString& globalId, const Energy& energy)
 {
     const auto text = [](float value) { return QString::number(value); };
-    Execute(Statements::InsertReading, globalId, text(energy.total), text(energy.t1), text(energy.t2), text(energy.t3),
-        text(energy.t4), sweepDate, sweepTime);
+    AddToSweep(globalId,
+        MainBase::Filled(Statements::InsertReading, globalId, text(energy.total), text(energy.t1), text(energy.t2),
+            text(energy.t3), text(energy.t4), sweepDate, sweepTime));
 }
 
 void TCollector::StoreClockCE301(const QByteArray& uin, const QByteArray& frame)
@@ -153,8 +154,8 @@ void TCollector::StoreClock(const QByteArray& uin, const QString& date, const QS
 {
     const QString address = QString::fromUtf8(uin);
     const QDateTime asked = timeQuerySent.value(address);
-    Execute(Statements::InsertClockReading, InLiteral(address), date, InLiteral(time), asked.toString(u"yyyy-MM-dd"_s),
-        asked.toString(u"hh:mm:ss"_s));
+    AddClockReading(
+        InLiteral(address), date, InLiteral(time), asked.toString(u"yyyy-MM-dd"_s), asked.toString(u"hh:mm:ss"_s));
     LogText(tr("%2 send time: %1 kW*h").arg(shown, address));
     timeAnswered.append(address);
 }

@@ -6,7 +6,6 @@ import csv
 import os
 import re
 import signal
-import sqlite3
 import sys
 import threading
 import time
@@ -16,6 +15,7 @@ os.environ.setdefault("RAVELIN_BUILD", os.path.join(ROOT, "build", "release"))
 sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
 sys.dont_write_bytecode = True
 import buspeer as bus  # noqa: E402
+from sqlite import Sqlite  # noqa: E402
 from substation import SITE, Site, read_message  # noqa: E402
 
 SILENT, SPOILED, DEAF = "000D6F0000173425", "000D6F000017341C", "000D6F0000190B17"
@@ -84,24 +84,6 @@ class Progress:
                         say(*match.groups())
 
 
-@contextlib.contextmanager
-def sqlite_database():
-    def rows(site, sql):
-        with contextlib.closing(sqlite3.connect(f"file:{site.path('z.db')}?mode=ro", uri=True)) as connection:
-            return connection.execute(sql).fetchall()
-    yield "BDType=sqlite3\nBaseName={directory}/z.db", rows
-
-
-@contextlib.contextmanager
-def postgres_database():
-    from postgres import Postgres
-    tell("a private PostgreSQL server starts")
-    with Postgres() as server:
-        def rows(_, sql):
-            return [[float(value) for value in line.split("|")] for line in server.psql(sql).splitlines()]
-        yield server.settings.replace("[Base]\n", ""), rows
-
-
 def show_table(rows, meters):
     print(f"\n{'meter':>6}  {'model':6} {'UIN':17} {'status':24} {'total':>10} " +
           " ".join(f"{'tariff ' + str(i):>10}" for i in range(1, 5)))
@@ -143,13 +125,19 @@ def sweep(site, peer, rows, meters):
     return not wrong
 
 
+def database(options):
+    if not options.postgres:
+        return contextlib.nullcontext(Sqlite())
+    from postgres import Postgres
+    tell("a private PostgreSQL server starts")
+    return Postgres()
+
+
 def play(options):
     register, meters = read_register(os.path.join(ROOT, "share", "register.csv.example"))
-    database = postgres_database() if options.postgres else sqlite_database()
     # A tick that starts a sweep on schedule must outlast its minute, or the next one finds the minute due again.
-    settings_text = SETTINGS.replace("{broadcast_pause}", "30000" if options.keep else "3000")
-    with database as (settings, rows), Site(settings, speed=0, scenario=SCENARIO, register=register,
-                                            settings=settings_text) as site:
+    settings = SETTINGS.replace("{broadcast_pause}", "30000" if options.keep else "3000")
+    with database(options) as base, Site(base.keys, speed=0, scenario=SCENARIO, register=register, settings=settings) as site:
         tell(f"database provisioned, {len(meters)} meters registered, virtual substation and daemon start")
         tell("modem start-up, 13 s")
         open(site.stderr_path, "a", encoding="utf-8").close()
@@ -158,11 +146,11 @@ def play(options):
         admin, peer = site.start_all()
         tell('administrator connected; asks for a sweep now ("Need_query")')
         admin.send(bus.command(b"Need_query"))
-        right = sweep(site, peer, rows, meters)
+        right = sweep(site, peer, base.rows, meters)
         while options.keep:
             tell("goes on as scheduled: a sweep every half hour; Ctrl-C ends it")
             progress.passes = progress.asked = 0
-            right = sweep(site, peer, rows, meters) and right
+            right = sweep(site, peer, base.rows, meters) and right
         site.signal(signal.SIGTERM)
         tell(f"daemon ended with exit code {site.wait()}")
         return 0 if right else 1

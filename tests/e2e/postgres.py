@@ -12,8 +12,8 @@ from process import wait_for
 
 PROGRAMS = sorted(glob.glob("/usr/lib/postgresql/*/bin"))[-1]
 PASSWORD = "gehe1m # 'wort'"
-SETTINGS = "[Base]\nBDType=postgres\nBaseName=postgres\nSqlHostName={directory}\nSqlLogin=postgres\n" \
-           "SqlPassword=\"" + PASSWORD + "\"\n"
+KEYS = "BDType=postgres\nBaseName=postgres\nSqlHostName={directory}\nSqlLogin=postgres\n" \
+       "SqlPassword=\"" + PASSWORD + "\"\n"
 
 
 class Postgres:
@@ -23,7 +23,8 @@ class Postgres:
         self.home = tempfile.TemporaryDirectory(prefix="ravelin-postgres-")
         self.directory = self.home.name  # where the socket is: the SqlHostName of a settings file
         self.data = os.path.join(self.directory, "data")
-        self.settings = SETTINGS.format(directory=self.directory)
+        self.keys = KEYS.format(directory=self.directory)
+        self.settings = "[Base]\n" + self.keys
         self.process = None
         # The server refuses to run as root. It ends with the test, however that ends.
         self.user = ["setpriv", "--pdeathsig", "INT"]
@@ -75,6 +76,19 @@ class Postgres:
         if done.returncode:
             raise RuntimeError(done.stderr)
         return done.stdout
+
+    def rows(self, _, sql):
+        """As sqlite.Sqlite gives them."""
+        def value(text):
+            try:
+                return int(text) if text.lstrip("-").isdigit() else float(text)
+            except ValueError:
+                return text
+
+        return [tuple(map(value, line.split("|"))) for line in self.psql(sql).splitlines()]
+
+    def sound(self, _):
+        return bool(self.psql("SELECT count(*) FROM main_data"))
 
     def __enter__(self):
         try:

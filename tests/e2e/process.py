@@ -56,6 +56,7 @@ class Process:
         self.settings_path = os.path.join(self.directory, "the.ini")
         self.stderr_path = os.path.join(self.directory, "stderr")
         self.program, self.arguments, self.speed, self.start_time = program, arguments, speed, start
+        self.environment = {}  # what this process alone has
         self.process = None
         self.peers = contextlib.ExitStack()
         if settings is not None:
@@ -72,6 +73,7 @@ class Process:
         environment = dict(os.environ, TMPDIR=self.directory, TZ="UTC", XDG_STATE_HOME=self.directory,
                            HOME=self.directory, PATH=f"{self.directory}:{os.environ['PATH']}")
         environment.update(faketime_environment(self.speed, self.start_time))
+        environment.update(self.environment)
         with open(self.stderr_path, "ab") as stderr:
             self.process = subprocess.Popen([os.path.join(BUILD, self.program)] + arguments,
                                             cwd=self.directory, env=environment, stdin=subprocess.DEVNULL,

@@ -76,8 +76,7 @@ class Site(Process):
             done = ravelinctl("register", *arguments, "-settings", self.settings_path)
             assert done[0] == 0, done
 
-    def start_all(self):
-        """Returns the administrator's and a peer's connection."""
+    def start_substation(self):
         self.substation = subprocess.Popen(
             [os.path.join(BUILD, "ravelin-sim"), "--register", self.path("register.csv"), "--scenario",
              self.path("scenario.ini"), "--report", self.path("report.csv"), "--traffic", self.path("traffic"),
@@ -85,6 +84,19 @@ class Site(Process):
             env=dict(os.environ, TZ="UTC", **faketime_environment(self.speed, self.start_time)),
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
         wait_for(lambda: os.path.exists(self.path("modem")), "the virtual substation")
+
+    def stop_substation(self):
+        """Whoever has one of its lines open sees a hang-up."""
+        self.substation.terminate()
+        self.substation.wait()
+
+    def start_all(self):
+        """Returns the administrator's and a peer's connection."""
+        self.start_substation()
+        return self.join()
+
+    def join(self):
+        """Starts the daemon, with an administrator and a peer."""
         admin = self.start_with_admin("probe")
         peer = self.connect("probe")
         peer.send(bus.identify(b"peer"))

@@ -1,12 +1,11 @@
 """The daemon reads meters: real bytes over pseudo-terminals into real databases, held against what the meters say."""
 
-import contextlib
-import sqlite3
 import struct
 import unittest
 
 from postgres import Postgres
 from process import wait_for
+from sqlite import Sqlite
 from substation import NODE, Site, read_message
 
 
@@ -22,6 +21,9 @@ def seconds(clock):
 
 class Sweeps:
     """One play, whichever database it goes into."""
+
+    def rows(self, sql):
+        return self.base.rows(self.site, sql)
 
     def check_query_sweep(self, peer, date, clock):
         word, name, records = read_message(peer, 60)
@@ -55,7 +57,7 @@ class Sweeps:
             self.assertGreater(values[0], 0)
 
     def test_query_sweeps(self):
-        with Site(self.database(), "2014-03-04 08:28:30") as self.site:
+        with Site(self.base.keys, "2014-03-04 08:28:30") as self.site:
             _, peer = self.site.start_all()
             first = self.check_query_sweep(peer, "2014-03-04", self.sweep_time("08:30"))
             second = self.check_query_sweep(peer, "2014-03-04", self.sweep_time("09:00"))
@@ -71,7 +73,7 @@ class Sweeps:
         return times[-1][0]
 
     def test_time_sweep_and_clock_setting(self):
-        with Site(self.database(), "2014-03-04 23:58:30") as self.site:
+        with Site(self.base.keys, "2014-03-04 23:58:30") as self.site:
             _, peer = self.site.start_all()
             while (message := read_message(peer, 60))[0] != b"tempdb_t":
                 pass
@@ -97,29 +99,12 @@ class Sweeps:
 
 
 class OnSqlite(Sweeps, unittest.TestCase):
-    def database(self):
-        return "BDType=sqlite3\nBaseName={directory}/z.db"
-
-    def rows(self, sql):
-        with contextlib.closing(sqlite3.connect(f"file:{self.site.path('z.db')}?mode=ro", uri=True)) as connection:
-            return connection.execute(sql).fetchall()
+    base = Sqlite()
 
 
 class OnPostgres(Sweeps, unittest.TestCase):
     def setUp(self):
-        self.server = self.enterContext(Postgres())
-
-    def database(self):
-        return self.server.settings.replace("[Base]\n", "")
-
-    def rows(self, sql):
-        def value(text):
-            try:
-                return int(text) if text.lstrip("-").isdigit() else float(text)
-            except ValueError:
-                return text
-
-        return [tuple(map(value, line.split("|"))) for line in self.server.psql(sql).splitlines()]
+        self.base = self.enterContext(Postgres())
 
 
 if __name__ == "__main__":

@@ -1,0 +1,79 @@
+"""A PostgreSQL server that stops, crashes, is away, or whose word is lost on the way."""
+
+import os
+import select
+import socket
+import threading
+
+from faultplays.stage import Stage, hold
+from postgres import Postgres
+
+SOCKET = ".s.PGSQL.5432"
+
+
+class Relay:
+    """Stands between the daemon and the server, at `directory`. It lets the next message with the word `armed` through,
+    and cuts the connection when the server has answered."""
+
+    def __init__(self, server, directory):
+        self.server, self.armed, self.cuts = server, None, 0
+        self.listener = socket.socket(socket.AF_UNIX)
+        self.listener.bind(os.path.join(directory, SOCKET))
+        self.listener.listen()
+        threading.Thread(target=self.serve, daemon=True).start()
+
+    def serve(self):
+        while True:
+            with self.listener.accept()[0] as near, socket.socket(socket.AF_UNIX) as far:
+                far.connect(os.path.join(self.server.directory, SOCKET))
+                while self.carry(near, far):
+                    pass
+
+    def carry(self, near, far):
+        for end in select.select([near, far], [], [])[0]:
+            data = end.recv(1 << 16)
+            if not data:
+                return False
+            (far if end is near else near).sendall(data)
+            if end is near and self.armed and self.armed in data:
+                far.recv(1 << 16)
+                self.armed = None
+                self.cuts += 1
+                return False
+        return True
+
+
+def server_restarts(mode):
+    with Postgres() as server, Stage(server) as site:
+        site.begin().into_sweep()
+        server.stop(mode)
+        server.start()
+        site.closed_sweep()
+        site.complete_sweep()
+    return "both sweeps are complete"
+
+
+def server_away():
+    with Postgres() as server, Stage(server) as site:
+        site.begin().complete_sweep()
+        site.look()
+        server.stop()
+        site.ask()
+        site.closed_sweep([])
+        server.start()
+        site.complete_sweep()
+    return "a sweep without rows while it is away, the next is complete"
+
+
+def word_lost():
+    with Postgres() as server, Stage(server) as site:
+        relay = Relay(server, site.directory)
+        site.write_settings(site.settings.replace(f"SqlHostName={server.directory}", f"SqlHostName={site.directory}"))
+        site.begin()
+        for rows, word in enumerate([b"INSERT INTO Main_Data", b"INSERT INTO Main_Data", b"COMMIT"]):
+            relay.armed = word if not rows else None  # the substation's row comes first
+            site.into_sweep(rows)
+            relay.armed = word if rows else relay.armed
+            site.closed_sweep()
+        hold(relay.cuts == 3, f"{relay.cuts} cuts")
+    return "the substation's row, a node's, those for the silent: none is doubled, the sweeps are complete"

@@ -1,0 +1,145 @@
+"""SQLite databases that are missing, locked, full, robbed of a table."""
+
+import contextlib
+import os
+import resource
+import shutil
+import subprocess
+
+from faultplays.stage import Stage, hold
+
+
+class Disk:
+    """A directory of the site that can be filled up and made read-only: a small file system of its own for root, else
+    files that may not grow, or not be written."""
+
+    def __init__(self, site):
+        self.site, self.path = site, site.path("disk")
+        os.mkdir(self.path)
+        self.mounted = os.geteuid() == 0
+        if self.mounted:
+            subprocess.run(["mount", "-t", "tmpfs", "-o", "size=1m,mode=777", "tmpfs", self.path], check=True)
+        self.kind = "a tmpfs of 1 MiB" if self.mounted else "permissions, a limit on the size of files"
+
+    def fill(self):
+        if not self.mounted:
+            largest = max(os.path.getsize(os.path.join(self.path, name)) for name in os.listdir(self.path))
+            resource.prlimit(self.site.process.pid, resource.RLIMIT_FSIZE, (largest, resource.RLIM_INFINITY))
+            return
+        with contextlib.suppress(OSError), open(os.path.join(self.path, "filler"), "wb", buffering=0) as file:
+            while file.write(b"x" * 512):
+                pass
+
+    def empty(self):
+        if self.mounted:
+            os.unlink(os.path.join(self.path, "filler"))
+        else:
+            resource.prlimit(self.site.process.pid, resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY,) * 2)
+
+    def let_write(self, allowed):
+        if self.mounted:
+            subprocess.run(["mount", "-o", f"remount,{'rw' if allowed else 'ro'}", self.path], check=True)
+            return
+        for name in os.listdir(self.path):
+            os.chmod(os.path.join(self.path, name), 0o644 if allowed else 0o444)
+        os.chmod(self.path, 0o755 if allowed else 0o555)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.mounted:
+            subprocess.run(["umount", "--lazy", self.path], check=True)
+        else:
+            self.let_write(True)
+
+
+def on_disk(site, disk):
+    """Moves the database there."""
+    shutil.move(site.path("z.db"), disk.path)
+    site.base.name = "disk/z.db"
+    site.write_settings(site.settings.replace("/z.db", "/disk/z.db"))
+
+
+def missing():
+    """First the directory, which is noticed when it comes back; then the file, in whose place SQLite makes an empty one."""
+    with Stage() as site:
+        away = site.path("away")
+        os.rename(site.path("z.db"), away)
+        site.write_settings(site.settings.replace("/z.db", "/none/z.db"))
+        site.base.name = "none/z.db"
+        site.begin().ask()
+        site.shown("unable to open database file Error opening database (alias name)")
+        site.closed_sweep([])
+        os.mkdir(site.path("none"))
+        os.rename(away, site.path("none/z.db"))
+        site.complete_sweep()
+        site.look()
+        site.terminate()
+
+        os.rename(site.path("none/z.db"), away)
+        site.restart(1).ask()
+        site.closed_sweep([])
+        site.terminate()
+        os.replace(away, site.path("none/z.db"))
+        site.restart(2)
+        site.complete_sweep()
+    return "no directory: told in the log, used when it is back; no file: used after a restart; complete sweeps then"
+
+
+def read_only():
+    with Stage() as site, Disk(site) as disk:
+        on_disk(site, disk)
+        disk.let_write(False)
+        site.begin().ask()
+        site.closed_sweep([])
+        site.terminate()
+        disk.let_write(True)
+        site.restart(1)
+        site.complete_sweep()
+        site.finish()
+    return f"{disk.kind}: a sweep without rows, and once it may be written the next is complete"
+
+
+def full():
+    with Stage() as site, Disk(site) as disk:
+        on_disk(site, disk)
+        os.symlink(os.path.join(disk.path, "the.log"), site.log_path)
+        site.begin().into_sweep()
+        before = site.look().total()
+        disk.fill()
+        site.closed_sweep(sorted(row[0] for row in site.look()))
+        rows = site.look().total()
+        hold(rows - before < 3, "the disk was not full")
+        disk.empty()
+        site.complete_sweep()
+        site.finish()
+    return f"{disk.kind}: {before} rows stored before, {rows - before} after it was full; the next sweep is complete"
+
+
+def locked(seconds):
+    with Stage() as site:
+        site.begin().into_sweep()
+        with site.base.connect(site) as other:
+            other.execute("BEGIN IMMEDIATE")
+            try:
+                site.peer.read_frame(seconds / site.speed)
+                raise AssertionError("the sweep was closed meanwhile")
+            except TimeoutError:
+                other.execute("ROLLBACK")
+        statuses = site.closed_sweep()
+        site.complete_sweep()
+    return f"{sum(0 in of_meter for of_meter in statuses.values())} readings in the sweep, the next is complete"
+
+
+def table_gone():
+    with Stage() as site:
+        site.begin().into_sweep()
+        with site.base.connect(site) as other:
+            other.execute("PRAGMA busy_timeout = 10000")
+            other.execute('ALTER TABLE "Main_Data" RENAME TO kept')
+            site.closed_sweep([])
+            other.execute('ALTER TABLE kept RENAME TO "Main_Data"')
+        kept = site.look().total()
+        site.complete_sweep()
+    return f"{kept} rows stored before are kept, the next sweep is complete"

@@ -1,0 +1,95 @@
+"""Faults played on the real daemon at a virtual substation; each row of PLAYS is a promise that must hold."""
+
+import argparse
+import os
+import random
+import sys
+import time
+import traceback
+from functools import partial
+
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
+os.environ.setdefault("RAVELIN_BUILD", os.path.join(ROOT, "build", "release"))
+sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
+sys.dont_write_bytecode = True
+from faultplays import buses, clocks, ends, ports, powercut, radio, servers, storage  # noqa: E402
+
+NEXT = "the sweep closes with a row for every meter, the next one is complete"
+NO_ROWS = "the sweep passes without rows, what was stored stays, the next sweep is complete"
+PLAYS = [
+    ("killed", "kill -9 anywhere in a sweep: stored rows stay, the database is sound, the next sweep is complete", ends.killed),
+    ("terminated", "SIGTERM in any phase: exit code 0 within 2 s, stored rows stay", ends.terminated),
+    ("admin-lost", "the administrator goes in a sweep: exit code 5 within 2 s", ends.admin_lost),
+    ("told-to-quit", "QuitSignal in a sweep, from anyone, in pieces, by one who has gone: exit code 0 within 2 s", ends.told_to_quit),
+    ("modem-unplugged", "modem port gone in a sweep and back: " + NEXT, ports.modem_unplugged),
+    ("substation-unplugged", "substation port gone while it is read: status 1, and a reading in the next sweep", ports.substation_unplugged),
+    ("ports-never-there", "no port at the start: told in the log, a row for every meter; used once they are there", ports.never_there),
+    ("modem-noise", "1 MB of garbage from the modem in a sweep: " + NEXT, ports.modem_noise),
+    ("substation-noise", "1 MB of garbage from the substation meter: " + NEXT, ports.substation_noise),
+    ("database-missing", "told in the log, " + NO_ROWS, storage.missing),
+    ("database-read-only", "file and directory cannot be written: " + NO_ROWS, storage.read_only),
+    ("database-locked", "locked by another process for 3 s: nothing is missing", partial(storage.locked, 3)),
+    ("database-locked-long", "not to be written for 20 s, four times the patience of SQLite: " + NEXT, partial(storage.locked, 20)),
+    ("table-gone", "a table is taken away in a sweep: stored rows stay, the next sweep is complete", storage.table_gone),
+    ("disk-full", "the disk fills up in a sweep: stored rows stay, the next sweep is complete once there is room", storage.full),
+    ("postgres-fast", "PostgreSQL stopped and started in a sweep: " + NEXT, partial(servers.server_restarts, "fast")),
+    ("postgres-immediate", "PostgreSQL crashes and starts in a sweep: " + NEXT, partial(servers.server_restarts, "immediate")),
+    ("postgres-away", "PostgreSQL away for a sweep: " + NO_ROWS, servers.server_away),
+    ("postgres-word-lost", "the connection breaks when a row is stored and not confirmed: it is not doubled", servers.word_lost),
+    ("power-cut", "a copy of the database at any moment opens, is sound and has all stored rows", powercut.power_cut),
+    ("bus-peers", "half frames, and hundreds of peers that come and go in a sweep: " + NEXT, buses.peers),
+    ("bus-deaf", "20 MB for an administrator who does not read: dropped above 8 MiB, " + NEXT, buses.deaf),
+    ("bus-garbage", "1 MB of garbage from peers: " + NEXT, buses.garbage),
+    ("clock-stepped", "an hour forward and back, in and between sweeps: the next tick follows, sweeps keep their start's stamp", clocks.stepped),
+    ("summer-begins", "01:59 is followed by 03:00: the schedule goes on with local time", clocks.summer_begins),
+    ("summer-ends", "the hour from 02:00 comes twice: it is swept twice", clocks.summer_ends),
+    ("register-changes", "meters added, removed and remodelled in a sweep, quotes in their names: it closes, the next follows", radio.register_changes),
+    ("alarms", "alarms of several meters at once in a sweep: each is told on the bus, the sweep is complete", radio.alarms),
+    ("strangers", "unknown nodes, reports nobody waits for, refusals: told, no rows; " + NEXT, radio.strangers),
+    ("noise-sqlite", "loss, refusals, garbage, cut lines: every sweep closes with a row for every meter", partial(radio.noise, False)),
+    ("noise-postgres", "the same into PostgreSQL", partial(radio.noise, True)),
+]
+QUICK = ["killed", "admin-lost", "modem-unplugged", "substation-unplugged", "database-missing", "database-locked-long",
+         "disk-full", "postgres-word-lost", "power-cut", "bus-peers", "register-changes", "alarms", "strangers",
+         "noise-sqlite"]
+
+
+def played(seed, name, promise, play):
+    """The row of the table."""
+    random.seed(f"{seed} {name}")
+    begun = time.monotonic()
+    try:
+        seen, verdict = play(), "held"
+    except Exception as fault:  # whatever it is, the promise was not seen to hold
+        traceback.print_exc()
+        seen, verdict = f"{type(fault).__name__}: {fault}"[:400], "BROKEN"
+    row = [name, promise, seen, verdict, f"{time.monotonic() - begun:.0f}"]
+    print(f"{row[3]:6} {row[4]:>4} s  {name}: {seen}", flush=True)
+    return row
+
+
+def main():
+    names = [name for name, _, _ in PLAYS]
+    parser = argparse.ArgumentParser(prog="scripts/faults", description=__doc__)
+    parser.add_argument("names", nargs="*", metavar="NAME", help="plays; without any, all", choices=[[], *names])
+    parser.add_argument("--list", action="store_true", help="the plays and what they promise")
+    parser.add_argument("--quick", action="store_true", help="a part of it in about a minute, with fewer kills")
+    parser.add_argument("--seed", type=int, default=random.randrange(1 << 32), help="of everything random")
+    options = parser.parse_args()
+    if options.list:
+        for name, promise, _ in PLAYS:
+            print(f"{name:22} {promise}")
+        return 0
+    print(f"seed {options.seed}", flush=True)
+    chosen = options.names or names
+    if options.quick:
+        chosen, ends.KILLS = QUICK, 2
+    rows = [played(options.seed, *play) for play in PLAYS if play[0] in chosen]
+    print("\n| fault | promise | seen | | s |\n|---|---|---|---|---|")
+    for row in rows:
+        print(f"| {' | '.join(row)} |")
+    return int(any(row[3] != "held" for row in rows))
+
+
+if __name__ == "__main__":
+    sys.exit(main())

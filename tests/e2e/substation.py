@@ -113,18 +113,18 @@ class Site(Process):
         super().__exit__(*arguments)
 
 
+def split_message(frame):
+    """The three items of a data frame: word, name, bytes."""
+    items, body = [], frame[4 + 1 + 4:]
+    for _ in range(3):
+        size = struct.unpack(">i", body[:4])[0]
+        items.append(body[4:4 + size])
+        body = body[4 + size:]
+    assert frame[4] == 0 and not body, frame
+    return items[0], items[1].decode("utf-16-be"), items[2]
+
+
 def read_message(peer, timeout):
     """The file name and the records of the next "tempdb" or "tempdb_t" message."""
-    frame = peer.read_frame(timeout)
-    body = frame[4 + 1 + 4:]
-
-    def take(size):
-        nonlocal body
-        taken, body = body[:size], body[size:]
-        return taken
-
-    word = take(struct.unpack(">i", take(4))[0])
-    name = take(struct.unpack(">i", take(4))[0]).decode("utf-16-be")
-    records = take(struct.unpack(">i", take(4))[0])
-    assert frame[4] == 0 and not body, frame
+    word, name, records = split_message(peer.read_frame(timeout))
     return word, name, [records[i:i + 44] for i in range(0, len(records), 44)]

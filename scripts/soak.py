@@ -1,0 +1,335 @@
+"""Days of the default schedule and delays in fast motion: the real daemon, 20 nodes with all that goes wrong in the air, an
+administrator and three peers, two of which come and go. Everything stored and sent is held against what the meters gave."""
+
+import argparse
+import contextlib
+import csv
+import datetime
+import os
+import re
+import resource
+import socket
+import sqlite3
+import struct
+import sys
+import time
+
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
+os.environ.setdefault("RAVELIN_BUILD", os.path.join(ROOT, "build", "release"))
+sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
+sys.dont_write_bytecode = True
+import buspeer as bus  # noqa: E402
+from postgres import Postgres  # noqa: E402
+from process import wait_for  # noqa: E402
+from soakaccount import Account, Meter, single  # noqa: E402
+from substation import SITE, Site, split_message  # noqa: E402
+
+START = datetime.datetime(2014, 3, 4, 23, 55)
+MODELS = ["CE301", "SET3", "SET1", "SET3", "SET1"] * 3 + ["CE301", "SET3", "SET1", "CE102", "CE102"]
+UINS = ["000D6F00000010%02X" % number for number in range(1, 21)]
+KTP = "KTP-1"
+REGISTER = f"global_id,UIN,Number,Model,Type,KI_Number\n1,{KTP},12345,CE301,1,\n" + "".join(
+    f"{10 + i},{uin},{70000 + i},{model},0,{i}\n" for i, (uin, model) in enumerate(zip(UINS, MODELS), 1))
+SILENT, SPOILED = UINS[1], UINS[3]  # give no reading; SET3, whose checksum is heeded
+FAULTS = f"""[all]
+seed = {{seed}}
+drift = 200
+loss = 0.05
+nack = 0.02
+fragment = 0.01
+[node {SILENT}]
+silent = yes
+[node {SPOILED}]
+undecodable = checksum
+[node {UINS[6]}]
+late = 40000
+[node {UINS[7]}]
+every = 2
+[node {UINS[8]}]
+pieces = 3
+[node {UINS[9]}]
+nack = 0.5
+[node {UINS[11]}]
+alarm = {{alarms}}
+[node {UINS[12]}]
+alarm = {{alarms}}
+[substation]
+unanswered = 2
+"""
+# With the default pause, 10 s, and so many that have to be asked again the midnight sweep would not be over at 00:15.
+SETTINGS = SITE.replace("Connections=", "Connections=outer") + "UCAST_to_UCAST_Delay=5000\n"
+HOUR = datetime.timedelta(hours=1)
+QUIET = datetime.timedelta(minutes=-2)  # from a half hour: sweeps are over, the next has not begun
+
+
+def alarms(days):
+    """Five a day, three of them within four seconds."""
+    times = [START + datetime.timedelta(days=day, hours=hour, seconds=second)
+             for day in range(days) for hour, second in ((5, 0), (10, 0), (10, 1), (10, 4), (19, 0))]
+    return ", ".join(map(str, times))
+
+
+class PlayClock:
+    def __init__(self, speed):
+        self.speed, self.begun = speed, time.monotonic()
+
+    def now(self):
+        return START + datetime.timedelta(seconds=(time.monotonic() - self.begun) * self.speed)
+
+
+class Rows:
+    """The readings and clocks in either database."""
+
+    def __init__(self, site, server):
+        self.site, self.server = site, server
+
+    def _select(self, sql):
+        if self.server:
+            return [line.split("|") for line in self.server.psql(sql).splitlines()]
+        with contextlib.closing(sqlite3.connect(f"file:{self.site.path('z.db')}?mode=ro", uri=True)) as connection:
+            return connection.execute(sql).fetchall()
+
+    def readings(self, stamp):
+        sql = f"SELECT global_id, pwr, pwr1, pwr2, pwr3, pwr4, status FROM Main_Data " \
+              f"WHERE date_r = '{stamp:%Y-%m-%d}' and time_r = '{stamp:%H:%M:%S}'"
+        return [(int(row[0]), *map(single, row[1:6]), int(row[6])) for row in self._select(sql)]
+
+    def clocks(self, date):
+        sql = "SELECT c.global_id, t.time_c, t.time_r FROM time_table t, \"Counters\" c " \
+              f"WHERE t.uin = c.\"UIN\" and t.date_r = '{date:%Y-%m-%d}'"
+        return [(int(row[0]), row[1], row[2]) for row in self._select(sql)]
+
+
+def drain(connection):
+    """All whole frames that have come."""
+    frames = []
+    with contextlib.suppress(TimeoutError):
+        while (frame := connection.read_frame(0)) is not None:
+            frames.append(frame)
+    return frames
+
+
+class Peer:
+    """Comes and goes: either connects to the daemon, or listens for it under `name`. Must get what the watcher gets."""
+
+    def __init__(self, soak, name, listens):
+        self.soak, self.name, self.listens = soak, name, listens
+        self.connection = self.listener = None
+
+    def come(self):
+        site = self.soak.site
+        if self.listens:
+            self.listener = self.listener or bus.Listener(site.directory, self.name)
+            self.connection = self.listener.accept()
+        else:
+            self.connection = bus.connect(site.directory, "probe")
+            self.connection.send(bus.identify(self.name.encode()))
+        self.seen = len(self.soak.frames)
+
+    def go(self):
+        """Closes the connection, and the listener with it."""
+        mine = [frame for frame in drain(self.connection) if frame[4] == 0]
+        if mine != self.soak.frames[self.seen:]:
+            self.soak.account.fault(f"peer {self.name} got {len(mine)} messages that are not those sent meanwhile")
+        self.soak.account.counts["messages to peers that come and go"] += len(mine)
+        self.connection.close()
+        if self.listener:
+            self.listener.close()
+            os.unlink(self.soak.site.path(self.name))
+        self.connection = self.listener = None
+
+
+class Health:
+    """Resident memory (KiB) and descriptors of one daemon process over its life."""
+
+    def __init__(self, pid, born):
+        self.pid, self.born, self.samples = pid, born, []
+
+    def sample(self, now):
+        with open(f"/proc/{self.pid}/status", encoding="ascii") as status:
+            resident = int(re.search(r"VmRSS:\s+(\d+)", status.read()).group(1))
+        self.samples.append((now - self.born, resident, len(os.listdir(f"/proc/{self.pid}/fd"))))
+
+    def check(self, account):
+        grown_up = [sample for sample in self.samples if sample[0] >= 24 * HOUR]
+        text = f"life of {self.samples[-1][0].days} days {self.samples[-1][0].seconds // 3600} h"
+        if grown_up:
+            first, most = grown_up[0][1], max(sample[1] for sample in grown_up)
+            descriptors = {sample[2] for sample in grown_up}
+            text += f": {first} KiB resident after a day, at most {most} ({100 * (most / first - 1):+.1f} %), " \
+                    f"descriptors {min(descriptors)} to {max(descriptors)}"
+            if most > 1.05 * first or len(descriptors) > 1:
+                account.fault(text)
+        return text
+
+
+class Soak:
+    def __init__(self, site, rows, options):
+        self.site, self.rows, self.options = site, rows, options
+        self.clock = PlayClock(options.speed)
+        unreadable = set() if options.no_faults else {SILENT, SPOILED}
+        meters = {number: Meter(number, uin, model != "CE102" and uin not in unreadable)
+                  for number, uin, model in [(1, KTP, "CE301"), *zip(range(11, 31), UINS, MODELS)]}
+        self.account = Account(meters, meters[1])
+        self.frames = []  # data frames that the watcher got
+        self.stamps, self.lives, self.stall = [], [], 0.0
+        self.peers = [Peer(self, "outer", True), Peer(self, "inner", False)]
+
+    def now(self):
+        return self.clock.now()
+
+    def start(self):
+        self.site.start_time = str(self.now())[:23]
+        self.site.start_substation()
+        self.report = open(self.site.path("report.csv"), encoding="ascii")  # follows it to the end
+        self.columns, self.unfinished = self.report.readline().strip().split(","), ""
+        self.start_daemon()
+
+    def start_daemon(self):
+        site = self.site
+        admin = site.listen("admin")
+        self.peers[0].listener = bus.Listener(site.directory, "outer")
+        listens = "Start server: probe Ok!!!!"
+        earlier = site.log_texts().count(listens)
+        site.start_time = str(self.now())[:23]
+        site.start()
+        born = self.now()
+        self.peers[0].come()
+        self.admin = site.accept(admin)
+        self.admin.send(bus.command(b"Input_Data_On"))
+        site.wait_for_log(listens, earlier + 1, timeout=60)
+        self.watcher = site.connect("probe")
+        self.watcher.send(bus.identify(b"watcher"))
+        self.peers[1].come()
+        self.health = Health(site.process.pid, born)
+
+    def restart_with_administrator(self):
+        """Without its administrator the daemon ends with code 5; whoever watches over it starts it again."""
+        self.look()
+        for peer in self.peers:
+            peer.go()
+        self.lives.append(self.health.check(self.account))
+        self.admin.close()
+        if (code := self.site.wait()) != 5:
+            self.account.fault(f"ended with {code} without its administrator")
+        self.site.forget_peers()
+        self.start_daemon()
+        self.account.counts["administrator lost, daemon started again"] += 1
+
+    def look(self):
+        """Takes in what has been said since."""
+        drain(self.admin)
+        if self.site.process.poll() is not None:
+            raise RuntimeError(f"the daemon ended with {self.site.process.poll()}: {self.site.stderr()[-2000:]}")
+        lines = (self.unfinished + self.report.read()).split("\n")
+        self.unfinished = lines.pop()
+        self.account.take_answers(dict(zip(self.columns, next(csv.reader([line])))) for line in lines)
+        for frame in drain(self.watcher):
+            self.frames.append(frame)
+            self.take(*split_message(frame))
+
+    def take(self, word, name, body):
+        if word == b"error":
+            self.account.counts["alarms on the bus"] += b"#ERROR:55#" in body
+            return
+        records = [body[i:i + 44] for i in range(0, len(body), 44)]
+        if word == b"tempdb":
+            stamp = datetime.datetime.strptime(name, "%Y-%m-%d-%H-%M-%S.db")
+            self.take_sweep(stamp, name, [(r[0], *r[1:6], r[8]) for r in
+                                          (struct.unpack("<i5f10s8sh", record) for record in records)])
+        else:
+            self.take_time_sweep(name, [(number, shown[-8:].decode(), asked[-8:].decode()) for number, shown, asked, _ in
+                                        (struct.unpack("<i19s19sh", record) for record in records)])
+
+    def take_sweep(self, stamp, name, records):
+        self.account.check_summary(name, records, self.rows.readings(stamp))
+        half_hour = stamp.replace(minute=stamp.minute // 30 * 30, second=0)
+        if self.stamps:
+            before = self.stamps[-1]
+            gap = half_hour - before.replace(minute=before.minute // 30 * 30, second=0)
+            if gap != HOUR / 2:
+                self.account.fault(f"{name}: {gap} after the sweep of {before}")
+            self.account.close_sweep(before, stamp, self.rows.readings(before))
+        if stamp - half_hour >= datetime.timedelta(minutes=1):
+            self.account.fault(f"{name}: not in the minute of its schedule")
+        self.stamps.append(stamp)
+
+    def take_time_sweep(self, name, records):
+        now = self.now()
+        self.account.close_time_sweep(name, now + 2 * HOUR, records, self.rows.clocks(now))
+
+    def run(self):
+        self.start()
+        end = START + datetime.timedelta(days=self.options.days) + HOUR / 4
+        restart = datetime.datetime(2014, 3, 6, 12) + QUIET
+        hour, printed = START.replace(minute=0) + HOUR, 0
+        while (now := self.now()) < end:
+            before = time.monotonic()
+            time.sleep(0.01)
+            self.stall = max(self.stall, time.monotonic() - before - 0.01)
+            self.look()
+            if now >= hour + QUIET:
+                self.each_hour(now)
+                hour += HOUR
+            if now >= restart and not self.options.no_faults:
+                self.restart_with_administrator()
+                restart += datetime.timedelta(days=10)
+            if len(self.stamps) // 48 > printed:
+                printed = len(self.stamps) // 48
+                print(f"{self.stamps[-1]}  {len(self.stamps)} sweeps, {self.account.counts['readings']} readings, "
+                      f"{self.health.samples[-1][1]} KiB, {len(self.account.faults)} faults", flush=True)
+        for peer in self.peers:
+            peer.go()
+        self.lives.append(self.health.check(self.account))
+
+    def each_hour(self, now):
+        self.health.sample(now)
+        for number, peer in enumerate(self.peers):
+            if now.hour % 7 == 3 * number and not self.options.no_faults:
+                peer.go()
+                peer.come()
+                self.account.counts["peer gone and back"] += 1
+
+    def check_end(self):
+        counts = self.account.counts
+        if counts["alarms raised"] != counts["alarms on the bus"]:
+            self.account.fault("alarms were lost, or came twice")
+        complete = counts["query sweeps"] * sum(meter.readable for meter in self.account.meters.values())
+        if self.options.no_faults and not counts["answers that can be read"] == counts["readings"] == complete:
+            self.account.fault(f"{complete} readings are there to be had, each at the first attempt")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--days", type=int, default=2)
+    parser.add_argument("--speed", type=int, default=240, help="how many times as fast as life")
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--postgres", action="store_true", help="instead of SQLite")
+    parser.add_argument("--no-faults", action="store_true", help="a good day: all must be read, nothing late")
+    options = parser.parse_args()
+    scenario = "[all]\n" if options.no_faults else FAULTS.format(seed=options.seed, alarms=alarms(options.days))
+    with contextlib.ExitStack() as stack:
+        server = stack.enter_context(Postgres()) if options.postgres else None
+        database = server.settings.replace("[Base]\n", "") if server else "BDType=sqlite3\nBaseName={directory}/z.db"
+        site = stack.enter_context(Site(database, "now", options.speed, scenario, REGISTER, SETTINGS))
+        soak = Soak(site, Rows(site, server), options)
+        try:
+            soak.run()
+        finally:
+            report(soak)
+    return 1 if soak.account.faults else 0
+
+
+def report(soak):
+    soak.check_end()
+    print(f"{len(soak.stamps)} sweeps from {soak.stamps[:1]} to {soak.stamps[-1:]}")
+    for name, count in sorted(soak.account.counts.items()):
+        print(f"  {count:9} {name}")
+    for life in soak.lives:
+        print("  " + life)
+    print(f"  longest stall of this machine: {soak.stall * 1000:.0f} ms, {soak.stall * soak.options.speed:.0f} s of the play")
+    print(f"{len(soak.account.faults)} faults")
+
+
+if __name__ == "__main__":
+    sys.exit(main())

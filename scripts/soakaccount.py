@@ -1,0 +1,138 @@
+"""Holds what was stored and sent of each sweep against what the virtual substation says its meters answered."""
+
+import collections
+import datetime
+import struct
+
+# The daemon's and the substation's clocks are started one after the other: seconds of the play lie between them.
+SKEW = datetime.timedelta(minutes=2)
+
+
+def single(value):
+    return struct.unpack("<f", struct.pack("<f", float(value)))[0]
+
+
+def stored(values):
+    """What six significant digits leave of single-precision values."""
+    return tuple(single("%.6g" % single(value)) for value in values)
+
+
+class Answer:
+    """A line of the substation's report."""
+
+    def __init__(self, line):
+        self.time = datetime.datetime.fromisoformat(line["time"])
+        self.uin, self.model, self.kind = line["uin"], line["model"], line["kind"]
+        self.text, self.whole = line["values"], line["whole"] == "yes"
+        self.value = stored(self.text.split()) if self.kind == "energy" else self.text[-8:]
+        flawed = line["flaw"] and (self.model, self.kind) != ("SET1", "clock")  # which has no checksum
+        self.readable = self.model != "CE102" and not flawed
+
+
+class Meter:
+    def __init__(self, number, uin, readable):
+        self.number, self.uin, self.readable = number, uin, readable
+        # When the air took the head of an answer, its tail makes every later one be read one answer late; so it goes on
+        # until an answer loses its tail.
+        self.in_step = True
+        self.earlier = collections.deque(maxlen=20)  # values of earlier answers
+
+    def due_and_possible(self, answers):
+        """What must be stored of a sweep's answers, and what may be."""
+        due, possible = collections.Counter(), collections.Counter(a.value for a in answers if a.readable)
+        for answer in answers:
+            self.in_step = self.in_step and answer.whole
+            if self.in_step and answer.readable:
+                due[answer.value] += 1
+        if not self.in_step:
+            possible.update(self.earlier)
+        return due, possible
+
+    def remember(self, answers, readings):
+        self.in_step = self.in_step or bool(answers and answers[-1].whole and answers[-1].value in readings)
+        self.earlier.extend(answer.value for answer in answers if answer.readable)
+
+
+class Account:
+    """`meters` by global_id; `reference` is the substation meter, whose clock stands for the system's own."""
+
+    def __init__(self, meters, reference):
+        self.meters, self.reference = meters, reference
+        self.answers = {"energy": [], "clock": []}
+        self.counts, self.faults = collections.Counter(), []
+
+    def fault(self, text):
+        self.faults.append(text)
+        print("FAULT", text, flush=True)
+
+    def take_answers(self, lines):
+        for answer in map(Answer, lines):
+            if answer.kind == "alarm":
+                self.counts["alarms raised"] += answer.whole
+            else:
+                self.answers[answer.kind].append(answer)
+
+    def check_summary(self, name, records, rows):
+        """When a sweep's records come they are its rows; `rows` may have grown by late answers since."""
+        late = collections.Counter(rows)
+        late.subtract(records)
+        if min(late.values(), default=0) < 0 or any(row[-1] != 0 for row in late.elements()):
+            self.fault(f"{name}: the records {sorted(records)} are not the rows {sorted(rows)}")
+
+    def close_sweep(self, name, until, rows):
+        """Once the next sweep, of `until`, is over, when nothing comes any more for the one called `name`."""
+        answers = self._answers_before("energy", until)
+        rows_of = collections.defaultdict(list)
+        for row in rows:
+            rows_of[row[0]].append(row)
+        for number, meter in self.meters.items():
+            self._check_meter(name, meter, rows_of.pop(number, []), answers[meter.uin])
+        if rows_of:
+            self.fault(f"{name}: rows of meters that are none: {dict(rows_of)}")
+        self.counts["query sweeps"] += 1
+
+    def _answers_before(self, kind, until):
+        answers = collections.defaultdict(list)
+        while self.answers[kind] and self.answers[kind][0].time < until - SKEW:
+            answer = self.answers[kind].pop(0)
+            answers[answer.uin].append(answer)
+        return answers
+
+    def _check_meter(self, name, meter, rows, answers):
+        readings = collections.Counter(row[1:6] for row in rows if row[-1] == 0)
+        silent = [row for row in rows if row[-1] != 0]
+        due, possible = meter.due_and_possible(answers)
+        if meter is self.reference and readings:
+            due = readings  # asked again after an answer that came too late, it gives one of the two
+        if due - readings:
+            self.fault(f"{name}: meter {meter.number} answered {list(due - readings)}, stored {list(readings)}")
+        if readings - possible:
+            self.fault(f"{name}: meter {meter.number} never answered {list(readings - possible)}")
+        if not rows or len(silent) > 1:
+            self.fault(f"{name}: meter {meter.number} has the rows {rows}")
+        meter.remember(answers, readings)
+        self.counts["answers"] += len(answers)
+        self.counts["answers that can be read"] += sum(answer.readable for answer in answers)
+        self.counts["answers that the air cut or took"] += sum(not answer.whole for answer in answers)
+        self.counts["readings"] += sum(readings.values())
+        self.counts["readings after the close"] += sum(readings.values()) if silent else 0
+        self.counts["readings one answer late"] += 0 if meter.in_step else sum(readings.values())
+        self.counts["rows without a reading"] += len(silent)
+        self.counts["sweeps in which a readable meter gave none"] += meter.readable and not readings
+
+    def close_time_sweep(self, name, until, records, rows):
+        """Rows and records: (meter, its clock's time of day, when it was asked)."""
+        self.check_summary(name, [record + (0,) for record in records], [row + (0,) for row in rows])
+        answers = self._answers_before("clock", until)
+        for number, meter in self.meters.items():
+            shown = collections.Counter(clock for row_of, clock, _ in rows if row_of == number)
+            if meter is self.reference:
+                if sum(shown.values()) != 1:
+                    self.fault(f"{name}: not one reference clock: {shown}")
+                continue
+            due, possible = meter.due_and_possible(answers[meter.uin])
+            if due - shown or shown - possible:
+                self.fault(f"{name}: the clock of meter {number} showed {list(due)}, stored is {list(shown)}")
+            meter.remember(answers[meter.uin], shown)
+        self.counts["time sweeps"] += 1
+        self.counts["clocks"] += len(rows)

@@ -315,8 +315,9 @@ def main():
         soak = Soak(site, Rows(site, server), options)
         try:
             soak.run()
-        finally:
-            report(soak)
+        except (RuntimeError, AssertionError, OSError, KeyboardInterrupt) as end:
+            soak.account.fault(f"stopped at {soak.now()}: {end!r}")
+        report(soak)
     return 1 if soak.account.faults else 0
 
 

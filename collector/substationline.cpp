@@ -9,7 +9,9 @@ SubstationLine::SubstationLine(const QString& portName, const Parameters& parame
     port.setParity(parameters.parity);
     port.setStopBits(QSerialPort::OneStop);
     port.setFlowControl(QSerialPort::NoFlowControl);
-    port.open(QIODevice::ReadWrite);
+    // An answer that came after the line had been closed must not be read as that to the next request.
+    if (port.open(QIODevice::ReadWrite))
+        port.clear(QSerialPort::Input);
 }
 
 void SubstationLine::Write(QByteArrayView bytes, unsigned int pauseMs)

@@ -4,7 +4,7 @@
 #include <QSerialPort>
 #include <QString>
 
-/// The substation meter's own serial line, open from the start. Nothing is checked: a port that cannot be
+/// The substation meter's own serial line, open and empty from the start. Nothing is checked: a port that cannot be
 /// opened swallows what is written and reads empty.
 class SubstationLine final {
 public:

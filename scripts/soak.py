@@ -59,6 +59,7 @@ unanswered = 2
 # With the default pause, 10 s, and so many that have to be asked again the midnight sweep would not be over at 00:15.
 SETTINGS = SITE.replace("Connections=", "Connections=outer") + "UCAST_to_UCAST_Delay=5000\n"
 HOUR = datetime.timedelta(hours=1)
+SQLITE_CACHE = 2000  # KiB of its pages that SQLite keeps, unless told otherwise
 QUIET = datetime.timedelta(minutes=-2)  # from a half hour: sweeps are over, the next has not begun
 
 
@@ -139,26 +140,36 @@ class Peer:
         self.connection = self.listener = None
 
 
+def kib(path):
+    return os.path.getsize(path) // 1024 if os.path.exists(path) else 0
+
+
 class Health:
     """Resident memory (KiB) and descriptors of one daemon process over its life."""
 
-    def __init__(self, pid, born):
-        self.pid, self.born, self.samples = pid, born, []
+    def __init__(self, pid, born, database):
+        self.pid, self.born, self.database, self.samples = pid, born, database, []
+        self.database_at_birth = kib(database)
 
     def sample(self, now):
         with open(f"/proc/{self.pid}/status", encoding="ascii") as status:
             resident = int(re.search(r"VmRSS:\s+(\d+)", status.read()).group(1))
-        self.samples.append((now - self.born, resident, len(os.listdir(f"/proc/{self.pid}/fd"))))
+        cached = min(SQLITE_CACHE, kib(self.database) - self.database_at_birth)
+        self.samples.append((now - self.born, resident, cached, len(os.listdir(f"/proc/{self.pid}/fd"))))
 
     def check(self, account):
+        age = self.samples[-1][0]
+        text = f"life of {age.days} days {age.seconds // 3600} h"
         grown_up = [sample for sample in self.samples if sample[0] >= 24 * HOUR]
-        text = f"life of {self.samples[-1][0].days} days {self.samples[-1][0].seconds // 3600} h"
         if grown_up:
-            first, most = grown_up[0][1], max(sample[1] for sample in grown_up)
-            descriptors = {sample[2] for sample in grown_up}
-            text += f": {first} KiB resident after a day, at most {most} ({100 * (most / first - 1):+.1f} %), " \
-                    f"descriptors {min(descriptors)} to {max(descriptors)}"
-            if most > 1.05 * first or len(descriptors) > 1:
+            first, last = grown_up[0], grown_up[-1]
+            text += f": {first[1]} KiB resident after a day, {last[1]} at the end"
+            if last[2]:
+                text += f", new pages of SQLite's cache {first[2]} and {last[2]} KiB"
+            growth = max(sample[1] - sample[2] for sample in grown_up) / (first[1] - first[2]) - 1
+            descriptors = {sample[3] for sample in grown_up}
+            text += f", growth besides {100 * growth:.1f} %, descriptors {min(descriptors)} to {max(descriptors)}"
+            if growth > 0.05 or len(descriptors) > 1:
                 account.fault(text)
         return text
 
@@ -201,7 +212,7 @@ class Soak:
         self.watcher = site.connect("probe")
         self.watcher.send(bus.identify(b"watcher"))
         self.peers[1].come()
-        self.health = Health(site.process.pid, born)
+        self.health = Health(site.process.pid, born, site.path("z.db"))
 
     def restart_with_administrator(self):
         """Without its administrator the daemon ends with code 5; whoever watches over it starts it again."""

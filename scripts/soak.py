@@ -306,8 +306,8 @@ class Soak:
         if counts["alarms raised"] != counts["alarms on the bus"]:
             self.account.fault("alarms were lost, or came twice")
         complete = counts["query sweeps"] * sum(meter.readable for meter in self.account.meters.values())
-        if self.options.no_faults and not counts["answers that can be read"] == counts["readings"] == complete:
-            self.account.fault(f"{complete} readings are there to be had, each at the first attempt")
+        if self.options.no_faults and counts["readings"] != complete:
+            self.account.fault(f"{complete} readings were there to be had")
 
 
 def main():
@@ -316,7 +316,7 @@ def main():
     parser.add_argument("--speed", type=int, default=240, help="how many times as fast as life")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--postgres", action="store_true", help="instead of SQLite")
-    parser.add_argument("--no-faults", action="store_true", help="a good day: all must be read, nothing late")
+    parser.add_argument("--no-faults", action="store_true", help="good days: every meter must be read in every sweep")
     options = parser.parse_args()
     scenario = "[all]\n" if options.no_faults else FAULTS.format(seed=options.seed, alarms=alarms(options.days))
     with contextlib.ExitStack() as stack:

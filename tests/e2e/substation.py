@@ -76,11 +76,11 @@ class Site(Process):
             done = ravelinctl("register", *arguments, "-settings", self.settings_path)
             assert done[0] == 0, done
 
-    def start_substation(self):
+    def start_substation(self, *options):
         self.substation = subprocess.Popen(
             [os.path.join(BUILD, "ravelin-sim"), "--register", self.path("register.csv"), "--scenario",
              self.path("scenario.ini"), "--report", self.path("report.csv"), "--traffic", self.path("traffic"),
-             self.directory],
+             *options, self.directory],
             env=dict(os.environ, TZ="UTC", **faketime_environment(self.speed, self.start_time)),
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
         wait_for(lambda: os.path.exists(self.path("modem")), "the virtual substation")
@@ -90,9 +90,9 @@ class Site(Process):
         self.substation.terminate()
         self.substation.wait()
 
-    def start_all(self):
-        """Returns the administrator's and a peer's connection."""
-        self.start_substation()
+    def start_all(self, *options):
+        """Returns the administrator's and a peer's connection. `options` are the substation's."""
+        self.start_substation(*options)
         return self.join()
 
     def join(self):

@@ -37,22 +37,24 @@ def at_most(goal, value, of):
     return f"{value:.2f} {of}; at most {goal}" + (": MISSED" if value > goal else "")
 
 
-def short(value, unit=""):
-    """Three digits, with a prefix: 7.24 G, 190 n."""
+def short(value, unit):
     for scale, prefix in ((1e9, "G"), (1e6, "M"), (1e3, "k"), (1, ""), (1e-3, "m"), (1e-6, "µ"), (1e-9, "n")):
         if value >= scale:
             break
     return f"{float(f'{value / scale:.3g}'):g} {prefix}{unit}"
 
 
+def lines(path):
+    with open(path, encoding="utf-8") as file:
+        return file.read().splitlines()
+
+
 def machine():
-    with open("/proc/cpuinfo", encoding="ascii") as file:
-        cpu = dict(line.split(":", 1) for line in file.read().replace("\t", "").split("\n\n")[0].splitlines())
-    with open("/etc/os-release", encoding="utf-8") as file:
-        distribution = dict(line.rstrip().replace('"', "").split("=", 1) for line in file)["PRETTY_NAME"]
+    cpu = dict(line.replace("\t", "").split(":", 1) for line in lines("/proc/cpuinfo") if line)
+    distribution = dict(line.replace('"', "").split("=", 1) for line in lines("/etc/os-release"))["PRETTY_NAME"]
     qt = subprocess.check_output(["dpkg-query", "-W", "-f", "${Version}", "libqt6core6"], text=True)
     return (f"{datetime.date.today()}: {os.cpu_count()} cores {cpu['model name'].strip()} at "
-            f"{float(cpu['cpu MHz']) / 1000:.1f} GHz, {distribution}, Qt {qt}, load {os.getloadavg()[0]:.1f} at the start")
+            f"{float(cpu['cpu MHz']) / 1000:.1f} GHz, {distribution}, Qt {qt}, load {os.getloadavg()[0]:.1f} at first")
 
 
 class Benchmark:
@@ -108,9 +110,11 @@ def meter_rows(bench):
 def sweep_rows(bench):
     runs = {tuple(int(part.split(":")[1]) for part in name.split("/")[1:3]): run
             for name, run in bench.aggregates["median"].items()}
-    for (meters, old), run in sorted(runs.items(), key=lambda item: item[0][::-1]):
-        ratios = [at_most(2, run["all"] / runs[100, old]["all"], "of 100 meters")] if meters == 10000 else []
-        ratios += [at_most(1.5, run["all"] / runs[meters, 0]["all"], "of none old")] if old else []
+    cpu = {(meters, old): run["cpu_time"] / 1000 / meters for (meters, old), run in runs.items()}
+    for (meters, old), run in runs.items():
+        ratios = [short(cpu[meters, old], "s") + " processor time"]
+        ratios += [at_most(2, cpu[meters, old] / cpu[100, old], "of 100 meters")] if meters == 10000 else []
+        ratios += [at_most(1.5, cpu[meters, old] / cpu[meters, 0], "of none old")] if old else []
         phases = ", ".join(f"{phase} {short(run[phase], 's')}" for phase in ("start", "answers", "close"))
         yield f"{meters:,} meters, {old:,} old rows", f"{short(run['all'], 's a meter')}: {phases}", "; ".join(ratios)
         if meters == 10000:
@@ -142,25 +146,17 @@ class Daemon(Site):
         self.executed = time.time()
         return super().start()
 
-    def traffic(self):
-        with open(self.path("traffic"), encoding="ascii") as file:
-            return file.read().splitlines()
-
     def startup(self):
-        """Seconds to the first byte on the modem's line, and to the end of the start-up."""
         started = next(line for line in self.log() if line.endswith(" Start Ok!"))
-        return moment(self.traffic()[0]) - self.executed, moment(started) - self.executed
+        return moment(lines(self.path("traffic"))[0]) - self.executed, moment(started) - self.executed
 
     def memory(self, key):
-        with open(f"/proc/{self.process.pid}/status", encoding="ascii") as file:
-            return 1024 * int(next(line for line in file if line.startswith(key + ":")).split()[1])
+        status = lines(f"/proc/{self.process.pid}/status")
+        return 1024 * int(next(line for line in status if line.startswith(key + ":")).split()[1])
 
     def cpu_seconds(self):
-        total = 0
-        for path in glob.glob(f"/proc/{self.process.pid}/task/*/schedstat"):
-            with open(path, encoding="ascii") as file:
-                total += int(file.read().split()[0])
-        return total / 1e9
+        threads = glob.glob(f"/proc/{self.process.pid}/task/*/schedstat")
+        return sum(int(lines(path)[0].split()[0]) for path in threads) / 1e9
 
     def sweep(self, admin, peer):
         admin.send(bus.command(b"Need_query"))
@@ -171,7 +167,7 @@ class Daemon(Site):
     def ticks(self):
         """How long the sweeps' first ticks took: from the measure command to the empty frame that ends a tick."""
         begun, durations = None, []
-        for line in self.traffic():
+        for line in lines(self.path("traffic")):
             if r" daemon at+bcastb:03,00\r\xc0\x01\xc1" in line:
                 begun = moment(line)
             elif begun and r" daemon at+bcastb:02,00\r\xc0\xc1" in line:
@@ -197,8 +193,10 @@ def measure_idle(seconds):
 def measure_sweep(kind, meters, ucast_ms, sweeps):
     with kind() as (database, rows), Daemon(database, meters, ucast_ms) as daemon:
         admin, peer = daemon.start_all("--baud", "0")
+        before = daemon.cpu_seconds()
         for _ in range(sweeps):
             daemon.sweep(admin, peer)
+        cpu = (daemon.cpu_seconds() - before) / sweeps / meters
         stored = rows(daemon, "SELECT count(*), sum(status) FROM Main_Data GROUP BY date_r, time_r")
         ticks = daemon.ticks()
         if sorted(map(list, stored)) != [[meters, 0]] * sweeps or len(ticks) != sweeps:
@@ -208,7 +206,8 @@ def measure_sweep(kind, meters, ucast_ms, sweeps):
         return daemon.startup(), (
             f"a sweep's tick, {meters:,} meters, {ucast_ms} ms each, {name}: all read and stored",
             f"{tick:.2f} s, peak {short(daemon.memory('VmHWM'), 'B')} resident",
-            f"{daemon.required:.2f} s of it waits, {short((tick - daemon.required) / meters, 's')} more a meter")
+            f"{daemon.required:.2f} s of it waits; {short((tick - daemon.required) / meters, 's')} more a meter, "
+            f"{short(cpu, 's')} processor time")
 
 
 def daemon_rows(quick):
@@ -228,9 +227,9 @@ def daemon_rows(quick):
 
 def main():
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__)
-    parser.add_argument("--quick", action="store_true", help="two minutes, to try it: the figures say little")
+    parser.add_argument("--quick", action="store_true", help="some two minutes, to try it: the figures say little")
     quick = parser.parse_args().quick
-    effort, old_rows = ((2, 0.1), "100000") if quick else ((7, 0.5), "5000000")
+    effort, old_rows = ((2, 0.1), "100000") if quick else ((5, 0.5), "5000000")
     heading, rows, spreads = machine(), [("area", "what", "median", "ratio; goal"), ("---",) * 4], []
     with contextlib.redirect_stdout(sys.stderr):
         for area, program, rows_of in (("bus", "bench_bus", bus_rows), ("modem input", "bench_parser", parser_rows),

@@ -13,9 +13,11 @@ import sys
 import tempfile
 import time
 
-from demo import postgres_database, sqlite_database  # also says where the programs and the site's parts are
+import e2e  # noqa: F401  before the modules that it finds
 import buspeer as bus
+from postgres import Postgres
 from process import BUILD
+from sqlite import Sqlite
 from substation import SITE, Site, read_message
 
 # Sweeps are asked for, never due, and nobody is asked twice.
@@ -177,7 +179,7 @@ class Daemon(Site):
 
 
 def measure_idle(seconds):
-    with sqlite_database() as (database, _), Daemon(database, 100, 250) as daemon:
+    with Daemon(Sqlite().keys, 100, 250) as daemon:
         daemon.start_all("--baud", "0")
         for name in (b"second", b"third"):
             daemon.connect("probe").send(bus.identify(name))
@@ -190,19 +192,19 @@ def measure_idle(seconds):
                                   f"{short(daemon.memory('RssAnon'), 'B')} not from files")
 
 
-def measure_sweep(kind, meters, ucast_ms, sweeps):
-    with kind() as (database, rows), Daemon(database, meters, ucast_ms) as daemon:
+def measure_sweep(database, meters, ucast_ms, sweeps):
+    with database as base, Daemon(base.keys, meters, ucast_ms) as daemon:
         admin, peer = daemon.start_all("--baud", "0")
         before = daemon.cpu_seconds()
         for _ in range(sweeps):
             daemon.sweep(admin, peer)
         cpu = (daemon.cpu_seconds() - before) / sweeps / meters
-        stored = rows(daemon, "SELECT count(*), sum(status) FROM Main_Data GROUP BY date_r, time_r")
+        stored = base.rows(daemon, "SELECT count(*), sum(status) FROM Main_Data GROUP BY date_r, time_r")
         ticks = daemon.ticks()
         if sorted(map(list, stored)) != [[meters, 0]] * sweeps or len(ticks) != sweeps:
             raise SystemExit(f"{sweeps} sweeps of {meters} meters left {stored} (rows, sum of status); ticks {ticks}.")
         tick = statistics.median(ticks)
-        name = "SQLite" if kind is sqlite_database else "PostgreSQL without fsync"
+        name = "SQLite" if isinstance(base, Sqlite) else "PostgreSQL without fsync"
         return daemon.startup(), (
             f"a sweep's tick, {meters:,} meters, {ucast_ms} ms each, {name}: all read and stored",
             f"{tick:.2f} s, peak {short(daemon.memory('VmHWM'), 'B')} resident",
@@ -212,8 +214,8 @@ def measure_sweep(kind, meters, ucast_ms, sweeps):
 
 def daemon_rows(quick):
     large, sweeps = (1000, 1) if quick else (10000, 3)
-    runs = [(measure_idle, 30 if quick else 60), (measure_sweep, sqlite_database, 100, 250, sweeps),
-            (measure_sweep, sqlite_database, large, 5, sweeps), (measure_sweep, postgres_database, large, 5, 1)]
+    runs = [(measure_idle, 30 if quick else 60), (measure_sweep, contextlib.nullcontext(Sqlite()), 100, 250, sweeps),
+            (measure_sweep, contextlib.nullcontext(Sqlite()), large, 5, sweeps), (measure_sweep, Postgres(), large, 5, 1)]
     with concurrent.futures.ThreadPoolExecutor(len(runs) if quick else 1) as pool:
         results = list(pool.map(lambda run: run[0](*run[1:]), runs))
     first_byte, started = (statistics.median(times) for times in zip(*(startup for startup, _ in results)))

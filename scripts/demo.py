@@ -10,13 +10,10 @@ import sys
 import threading
 import time
 
-ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
-os.environ.setdefault("RAVELIN_BUILD", os.path.join(ROOT, "build", "release"))
-sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
-sys.dont_write_bytecode = True
-import buspeer as bus  # noqa: E402
-from sqlite import Sqlite  # noqa: E402
-from substation import SITE, Site, read_message  # noqa: E402
+import e2e  # noqa: F401  before the modules that it finds
+import buspeer as bus
+from sqlite import Sqlite
+from substation import SITE, Site, read_message
 
 SILENT, SPOILED, DEAF = "000D6F0000173425", "000D6F000017341C", "000D6F0000190B17"
 SCENARIO = f"""[all]
@@ -134,7 +131,7 @@ def database(options):
 
 
 def play(options):
-    register, meters = read_register(os.path.join(ROOT, "share", "register.csv.example"))
+    register, meters = read_register(os.path.join(e2e.ROOT, "share", "register.csv.example"))
     # A tick that starts a sweep on schedule must outlast its minute, or the next one finds the minute due again.
     settings = SETTINGS.replace("{broadcast_pause}", "30000" if options.keep else "3000")
     with database(options) as base, Site(base.keys, speed=0, scenario=SCENARIO, register=register, settings=settings) as site:

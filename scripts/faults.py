@@ -8,11 +8,8 @@ import time
 import traceback
 from functools import partial
 
-ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
-os.environ.setdefault("RAVELIN_BUILD", os.path.join(ROOT, "build", "release"))
-sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
-sys.dont_write_bytecode = True
-from faultplays import buses, clocks, ends, ports, powercut, radio, servers, storage  # noqa: E402
+import e2e  # noqa: F401  before the modules that it finds
+from faultplays import buses, clocks, ends, ports, powercut, radio, servers, storage
 
 NEXT = "the sweep closes with a row for every meter, the next one is complete"
 NO_ROWS = "the sweep passes without rows, what was stored stays, the next sweep is complete"

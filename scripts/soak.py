@@ -11,15 +11,12 @@ import struct
 import sys
 import time
 
-ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
-os.environ.setdefault("RAVELIN_BUILD", os.path.join(ROOT, "build", "release"))
-sys.path.insert(0, os.path.join(ROOT, "tests", "e2e"))
-sys.dont_write_bytecode = True
-import buspeer as bus  # noqa: E402
-from postgres import Postgres  # noqa: E402
-from soakaccount import Account, Meter, single  # noqa: E402
-from sqlite import Sqlite  # noqa: E402
-from substation import SITE, Site, split_message  # noqa: E402
+import e2e  # noqa: F401  before the modules that it finds
+import buspeer as bus
+from postgres import Postgres
+from soakaccount import Account, Meter, single
+from sqlite import Sqlite
+from substation import SITE, Site, split_message
 
 START = datetime.datetime(2014, 3, 4, 23, 55)
 MODELS = ["CE301", "SET3", "SET1", "SET3", "SET1"] * 3 + ["CE301", "SET3", "SET1", "CE102", "CE102"]

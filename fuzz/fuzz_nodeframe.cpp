@@ -1,6 +1,25 @@
 #include "fuzztarget.h"
 #include "nodeframe.h"
 
+#include <QList>
+
+namespace {
+
+/// All payloads of a stream that comes in pieces of `size` bytes.
+QByteArrayList Payloads(const QByteArray& stream, qsizetype size)
+{
+    QByteArrayList payloads;
+    QByteArray buffer;
+    for (qsizetype at = 0; at < stream.size(); at += size) {
+        buffer += stream.mid(at, size);
+        while (buffer.contains('\xC0') && buffer.contains('\xC1'))
+            payloads += NodeFrame::FromC0C1(buffer, buffer);
+    }
+    return payloads;
+}
+
+} // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const quint8* bytes, size_t size)
 {
     const QByteArray input = InPlace(bytes, size);
@@ -18,5 +37,8 @@ extern "C" int LLVMFuzzerTestOneInput(const quint8* bytes, size_t size)
         stream = rest;
     }
     Require(NodeFrame::FromC0C1(stream, rest).isEmpty() && rest == stream);
+
+    for (const qsizetype pieceSize : {1, 2, 3, 7})
+        Require(Payloads(input, pieceSize) == Payloads(input, input.size()));
     return 0;
 }

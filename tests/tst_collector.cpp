@@ -178,15 +178,6 @@ class tst_Collector : public QObject {
         connect(from, &TCollector::CounterPortData, this, [=](auto bytes) { note("port: ", bytes.toHex()); });
     }
 
-    /// One SET1 node, and a substation meter that is not asked anything.
-    void CreateWithNode(quint8 repeats)
-    {
-        RegisterNode(1, u"SET1"_s);
-        RegisterSubstation(u"none"_s);
-        vars.RepeatQueryNumber = repeats;
-        Create();
-    }
-
     [[nodiscard]] bool Polling() const
     {
         const QTimer* const timer = collector->findChildren<QTimer*>().first();
@@ -206,6 +197,12 @@ class tst_Collector : public QObject {
     }
 
     void Tick(QTime time) { Tick({CurrentDateTime().date(), time}); }
+
+    void Tick(QTime time, const QString& lines)
+    {
+        Tick(time);
+        QCOMPARE(journal.join(u'|'), lines);
+    }
 
     void Answer(int node, const QByteArray& payload)
     {
@@ -313,8 +310,8 @@ private slots:
         vars.PortCounterKTP = Path(u"ktp"_s);
         vars.RepeateQueryKTPNumber = 0;
         vars.RepeatQueryNumber = 1;
-        vars.TimeOfQuery = u":[30]0$"_s;
-        vars.TimeOfSetTime = u"00:00$"_s;
+        vars.TimeOfQuery = u":[30]0$|08:47$"_s;
+        vars.TimeOfSetTime = u"00:00$|08:47$"_s;
         vars.TimeOfGetTime = u":15$"_s;
         plugin = std::make_unique<TServerPlugin>();
         buffer = std::make_unique<ZUCASTBuffer>("000D6F00000000FF"_ba, QByteArray());
@@ -355,8 +352,7 @@ private slots:
         QVERIFY(collector->LastError().isValid());
         QCOMPARE(LogLines(" (alias name)\n"), 1);
         QCOMPARE(LogLines("The time pattern \":[30\" is never met"), 1);
-        Tick(QTime(8, 30)); // goes on without
-        QCOMPARE(journal, Lines("all <- c0c1"));
+        Tick(QTime(8, 30), u"all <- c0c1"_s); // goes on without
         QVERIFY(Polling());
     }
 
@@ -371,24 +367,20 @@ private slots:
         Create();
         QVERIFY(Polling());
         Answer(1, MeterAnswers::EnergySET1({1, 2, 3, 4})); // is lost before the first sweep
-        Tick(QTime(8, 29, 40));
-        QCOMPARE(journal, Lines("all <- c0c1"));
+        Tick(QTime(8, 29, 40), u"all <- c0c1"_s);
         QCOMPARE(Readings(), QStringList());
 
         AnswerDuringWait(3, 1, MeterAnswers::EnergySET1({10000, 20000, 30000, 40000}));
-        Tick(QTime(8, 30, 5));
-        QCOMPARE(journal,
-            Lines("Begin questioning...|all <- c001c1|wait 1000|port: |Not received data from KTP|wait 15000|node 1 <- "
-                  "c002c1|wait 10000|node 1 send data: 1000 kW*h|node 2 <- c002c1|wait 10000|all <- c0c1"));
+        Tick(QTime(8, 30, 5),
+            u"Begin questioning...|all <- c001c1|wait 1000|port: |Not received data from KTP|wait 15000|node 1 <- "
+            u"c002c1|"
+            "wait 10000|node 1 send data: 1000 kW*h|node 2 <- c002c1|wait 10000|all <- c0c1"_s);
         QVERIFY(Polling());
 
-        const QStringList again =
-            Lines("Repeat query...|node 2 not send data...|node 2 <- c001c1|wait 10000|wait 15000|"
-                  "node 2 <- c002c1|wait 10000|all <- c0c1");
-        Tick(QTime(8, 31));
-        QCOMPARE(journal, again);
-        Tick(QTime(8, 32));
-        QCOMPARE(journal, again);
+        for (const int minute : {31, 32})
+            Tick(QTime(8, minute),
+                u"Repeat query...|node 2 not send data...|node 2 <- c001c1|wait 10000|wait 15000|node 2 <- c002c1|"
+                "wait 10000|all <- c0c1"_s);
 
         VirtualTime::Advance(60000);
         collector->timer_event();
@@ -399,33 +391,12 @@ private slots:
             "090000000000000000000000000000000000000000000000323031342d30332d303430383a33303a30350100"
             "0100000000007a440000c84200004843000096430000c843323031342d30332d303430383a33303a30350000"
             "020000000000000000000000000000000000000000000000323031342d30332d303430383a33303a3035ff00"_ba);
-        Tick(QTime(8, 40));
-        QCOMPARE(journal, Lines("all <- c0c1")); // closed
+        Tick(QTime(8, 40), u"all <- c0c1"_s); // closed
         Answer(2, "\x02late"_ba);
         Answer(1, MeterAnswers::EnergySET1({0, 0, 0, 1}));
         QCOMPARE(Readings(),
             Lines("1 1000 100 200 300 400 08:30:05 0|1 0.01 0 0 0 0.01 08:30:05 0|2 0 0 0 0 0 08:30:05 255|9 0 0 0 0 0 "
                   "08:30:05 1"));
-    }
-
-    void querySweepWithoutRepeats()
-    {
-        RegisterNode(1, u"SET1"_s);
-        vars.RepeatQueryNumber = 0;
-        Create();
-        Tick(QTime(8, 30));
-        QCOMPARE(journal,
-            Lines(
-                "Begin questioning...|all <- c001c1|Read database failed: |Not received data from KTP|wait 15000|node "
-                "1 <- c002c1|wait 10000|all <- c0c1"));
-        const QStringList closing = Lines("Observed reading!|all <- c0c1|bus: tempdb 2014-03-04-08-30-00.db 1/255");
-        Tick(QTime(8, 31));
-        QCOMPARE(journal, closing);
-        Tick(QTime(9, 15)); // nor is any clock asked for
-        QCOMPARE(journal, QStringList());
-        QVERIFY(Polling());
-        Tick(QTime(9, 16)); // the query sweep is closed a second time
-        QCOMPARE(journal, closing);
     }
 
     void substationReadAtLastTry()
@@ -440,17 +411,14 @@ private slots:
         Create();
         collector->NeedQuery();
         collector->NeedQuery();
-        Tick(QTime(8, 31));
-        const QStringList silence = Lines("ktp <- 701101120022b4|wait 1000|port: |wait 10000");
-        QCOMPARE(journal,
-            Lines("Begin questioning...|all <- c001c1") + silence + silence
-                + Lines("ktp <- 701101120022b4|wait 1000|port: 7011011210270000102700001027000010270000|KTP Data: 400|"
-                        "wait 10000|wait 15000|all <- c0c1"));
+        Tick(QTime(8, 31),
+            "Begin questioning...|all <- c001c1|"_L1
+                + u"ktp <- 701101120022b4|wait 1000|port: |wait 10000|"_s.repeated(2)
+                + "ktp <- 701101120022b4|wait 1000|port: 7011011210270000102700001027000010270000|KTP Data: 400|"
+                  "wait 10000|wait 15000|all <- c0c1"_L1);
         QCOMPARE(Readings(), Lines("9 400 100 100 100 100 08:31:00 0"));
-        Tick(QTime(8, 32));
-        QCOMPARE(journal, Lines("Observed reading!|all <- c0c1|bus: tempdb 2014-03-04-08-31-00.db 9/0"));
-        Tick(QTime(8, 33)); // the request was for one sweep
-        QCOMPARE(journal, Lines("all <- c0c1"));
+        Tick(QTime(8, 32), u"Observed reading!|all <- c0c1|bus: tempdb 2014-03-04-08-31-00.db 9/0"_s);
+        Tick(QTime(8, 33), u"all <- c0c1"_s); // the request was for one sweep
     }
 
     void timeSweep()
@@ -458,87 +426,85 @@ private slots:
         RegisterNode(1, u"SET3"_s, u"70000"_s);
         RegisterSubstation(u"SET3"_s);
         Create();
+        collector->NeedQuery(); // is forgotten over the time sweep
         AnswerDuringWait(6, 1, MeterAnswers::ClockSET3(70000, {{2014, 3, 4}, {9, 14, 58}}));
-        Tick(QTime(9, 15));
-        QCOMPARE(journal,
-            Lines(
-                "SET3|node 1 <- 04701101101726|wait 10000|wait 15000|node 1 <- c002c1|wait 1500|Repeat query...|node 1 "
-                "not send data...|node 1 <- 04701101101726|wait 10000|wait 15000|node 1 <- c002c1|wait 10000|node 1 "
-                "send "
-                "time: 2014-03-04 09:14:58 kW*h|all <- c0c1"));
+        Tick(QTime(9, 15),
+            u"SET3|node 1 <- 04701101101726|wait 10000|wait 15000|node 1 <- c002c1|wait 1500|"
+            "Repeat query...|node 1 not send data...|node 1 <- 04701101101726|wait 10000|wait 15000|node 1 <- c002c1|"
+            "wait 10000|node 1 send time: 2014-03-04 09:14:58 kW*h|all <- c0c1"_s);
         QCOMPARE(ClockRows(),
             Lines("000D6F0000000001 2014-03-04 09:14:58 2014-03-04 09:15:26|KTP 2014-03-04 00:15:00 2014-03-04 "
                   "00:15:00"));
-        Tick(QTime(9, 17));
-        QCOMPARE(journal, Lines("Observed reading!|all <- c0c1|bus: tempdb_t time_2014-03-04-'now'.db 1/0 9/0"));
-        Tick(QTime(9, 18));
-        QCOMPARE(journal, Lines("all <- c0c1"));
-        Tick(QTime(10, 15)); // everybody has answered today
-        QCOMPARE(journal, QStringList());
-    }
-
-    void timeSweepPastMidnight()
-    {
-        RegisterNode(1, u"CE102"_s); // has no message for its clock
-        RegisterSubstation(u"SET3"_s);
+        Tick(QTime(9, 17), u"Observed reading!|all <- c0c1|bus: tempdb_t time_2014-03-04-'now'.db 1/0 9/0"_s);
+        Tick(QTime(9, 18), u"all <- c0c1"_s);
         Create();
-        Tick(QTime(23, 15));
-        QVERIFY(journal.contains(u"node 1 <- "_s));
-        Sql(u"INSERT INTO time_table VALUES ('KTP', '2014-03-05', '00:00:01', '2014-03-05', '00:00:01')"_s);
-        Tick(QDateTime({2014, 3, 5}, {0, 1}));
-        QCOMPARE(journal, Lines("Observed reading!|all <- c0c1|bus: tempdb_t time_2014-03-04-'now'.db 9/0"));
-        QCOMPARE(ClockRows().size(), 2); // none for the silent
+        Tick(QTime(10, 15), {}); // everybody has answered today, says the database
     }
 
-    void sweepsThatMeet_data()
+    void ticks_data()
     {
-        QTest::addColumn<int>("repeats");
-        QTest::addColumn<QList<QTime>>("ticks");
-        QTest::addColumn<QString>("lines"); // of all ticks but the first, without the waits
-        const QString again = u"Repeat query...|node 1 not send data...|node 1 <- c001c1|node 1 <- c002c1|"_s;
-        const QString closing = u"Repeat query...|node 1 not send data...|node 1 <- 0450|node 1 <- c002c1|all <- c0c1|"
-                                "Observed reading!|Begin questioning...|all <- c001c1|Not received data from KTP|"
-                                "node 1 <- c002c1|all <- c0c1|bus: tempdb_t time_2014-03-04-%1.db 9/0"_s;
-        QTest::addRow("query sweep restarted") << 5 << QList{QTime(9, 0), QTime(9, 0, 25)}
-                                               << again
-                + "Begin questioning...|Observed reading!|all <- c001c1|Not received data from KTP|node 1 <- c002c1|"
-                  "all <- c0c1|bus: tempdb 2014-03-04-09-00-00.db 1/255 9/1"_L1;
-        QTest::addRow("time sweep restarted, then checked as a query sweep")
-            << 2 << QList{QTime(9, 15), QTime(9, 15, 30), QTime(9, 16), QTime(9, 17)}
-            << "Observed reading!|SET1|node 1 <- 0450|node 1 <- c002c1|"_L1 + again
-                + "all <- c0c1|bus: tempdb_t time_2014-03-04-'now'.db 9/0|"_L1 + again
-                + "all <- c0c1|Observed reading!|all <- c0c1|bus: tempdb 2014-03-04-'now'.db "_L1;
-        QTest::addRow("query sweep waits")
-            << 2 << QList{QTime(9, 15), QTime(9, 30), QTime(9, 31)} << closing.arg("'now'"_L1);
-        QTest::addRow("query sweep checked as a time sweep")
-            << 1 << QList{QTime(9, 0), QTime(9, 15), QTime(9, 16)} << closing.arg("09-00-00"_L1);
+        QTest::addColumn<QString>("site"); // repeats, the node's model, the substation meter's if there is one
+        QTest::addColumn<QString>("script"); // when a tick comes, and what it leaves in the journal but for the waits
+        const auto row = [](const char* name, const QString& site, QString script) {
+            script.replace("{query}"_L1, "all <- c001c1|Not received data from KTP|{end}"_L1);
+            script.replace(
+                "{again}"_L1, "Repeat query...|node 1 not send data...|node 1 <- c001c1|node 1 <- c002c1"_L1);
+            script.replace("{clock again}"_L1, "Repeat query...|node 1 not send data...|node 1 <- 0450|{end}"_L1);
+            script.replace("{end}"_L1, "node 1 <- c002c1|all <- c0c1"_L1);
+            QTest::addRow("%s", name) << site << script;
+        };
+        row("no repeats: no clock is asked for, then the query sweep is closed a second time", u"0 SET1"_s,
+            u"04 08:30:00 Begin questioning...|all <- c001c1|Read database failed: |Read database failed: |"
+            "Not received data from KTP|{end}\n"
+            "04 08:31:00 Observed reading!|all <- c0c1|bus: tempdb 2014-03-04-08-30-00.db 1/255\n"
+            "04 09:15:00 \n"
+            "04 09:16:00 Observed reading!|all <- c0c1|bus: tempdb 2014-03-04-08-30-00.db 1/255"_s);
+        row("query sweep restarted", u"5 SET1 none"_s,
+            u"04 09:00:00 Begin questioning...|{query}\n"
+            "04 09:00:25 {again}|Begin questioning...|Observed reading!|{query}|"
+            "bus: tempdb 2014-03-04-09-00-00.db 1/255 9/1"_s);
+        row("time sweep restarted, then checked as a query sweep", u"2 SET1 none"_s,
+            u"04 09:15:00 SET1|node 1 <- 0450|node 1 <- c002c1|{clock again}\n"
+            "04 09:15:30 Observed reading!|SET1|node 1 <- 0450|node 1 <- c002c1|{again}|all <- c0c1|"
+            "bus: tempdb_t time_2014-03-04-'now'.db 9/0\n"
+            "04 09:16:00 {again}|all <- c0c1\n"
+            "04 09:17:00 Observed reading!|all <- c0c1|bus: tempdb 2014-03-04-'now'.db "_s);
+        row("query sweep waits for a time sweep", u"2 SET1 none"_s,
+            u"04 09:15:00 SET1|node 1 <- 0450|node 1 <- c002c1|{clock again}\n"
+            "04 09:30:00 {clock again}\n"
+            "04 09:31:00 Observed reading!|Begin questioning...|{query}|bus: tempdb_t time_2014-03-04-'now'.db 9/0"_s);
+        row("query sweep checked as a time sweep", u"1 SET1 none"_s,
+            u"04 09:00:00 Begin questioning...|{query}\n"
+            "04 09:15:00 {clock again}\n"
+            "04 09:16:00 Observed reading!|Begin questioning...|{query}|bus: tempdb_t time_2014-03-04-09-00-00.db 9/0"_s);
+        row("time sweep past midnight, of a meter whose clock cannot be asked", u"1 CE102 none"_s,
+            u"04 23:15:00 CE102|node 1 <- |node 1 <- c002c1|Repeat query...|node 1 not send data...|node 1 <- |{end}\n"
+            "05 00:01:00 Observed reading!|all <- c0c1|bus: tempdb_t time_2014-03-04-'now'.db "_s);
+        row("clocks set in front of a sweep", u"1 SET1 none"_s,
+            u"09 08:47:05 Time sync: |all <- c00830353437303830373039303332303134c1|Begin questioning...|{query}"_s);
     }
 
-    void sweepsThatMeet()
+    void ticks()
     {
-        QFETCH(int, repeats);
-        QFETCH(QList<QTime>, ticks);
+        QFETCH(QString, site);
+        QFETCH(QString, script);
+        const QStringList words = site.split(u' ');
+        vars.RepeatQueryNumber = static_cast<quint8>(words.first().toInt());
+        vars.RepeateQueryKTPNumber = 1;
         vars.BCAST_to_UCAST_Delay = vars.UCAST_to_UCAST_Delay = 0;
-        CreateWithNode(static_cast<quint8>(repeats));
-        Tick(ticks.takeFirst());
-        QStringList lines;
-        for (const QTime time : ticks) {
-            Tick(time);
-            lines += journal.filter(QRegularExpression(u"^[^w]"_s));
+        RegisterNode(1, words[1]);
+        if (words.size() > 2)
+            RegisterSubstation(words[2]);
+        Create();
+        for (const QString& line : script.split(u'\n')) {
+            Tick(QDateTime::fromString("2014-03-"_L1 + line.first(11), u"yyyy-MM-dd hh:mm:ss"_s));
+            QCOMPARE(journal.filter(QRegularExpression(u"^[^w]"_s)).join(u'|'), line.sliced(12));
+            QVERIFY(Polling());
         }
-        QTEST(lines.join(u'|'), "lines");
+        QCOMPARE(ClockRows().size(), 1); // today's reference: none for the silent
     }
 
     // --- clocks
-
-    void setClocks()
-    {
-        vars.TimeOfSetTime = vars.TimeOfQuery = u"08:47$"_s;
-        Create();
-        Tick(QDateTime({2014, 3, 9}, {8, 47, 5}));
-        QCOMPARE(journal.first(4),
-            Lines("Time sync: |all <- c00830353437303830373039303332303134c1|Begin questioning...|all <- c001c1"));
-    }
 
     void setClocksCE301()
     {
@@ -580,8 +546,7 @@ private slots:
             if (!installed)
                 qputenv("PATH", "/nowhere");
             Create();
-            Tick(QTime(installed ? 9 : 10, 15));
-            QCOMPARE(journal, QStringList());
+            Tick(QTime(installed ? 9 : 10, 15), {});
             QVERIFY(!Polling());
             QCOMPARE(VirtualTime::Delays().size(), 120); // 30 s, or none more
             QCOMPARE(LogLines("ntpq -pn did not finish"), installed ? 1 : 2);

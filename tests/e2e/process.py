@@ -137,7 +137,11 @@ class Process:
 
     def __exit__(self, *_):
         if self.process and self.process.poll() is None:
-            self.process.kill()
-            self.process.wait()
+            self.process.terminate()  # a killed process would not tell what it has run: scripts/coverage
+            try:
+                self.process.wait(10)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
         self.peers.close()
         self.home.cleanup()

@@ -108,7 +108,7 @@ class Site(Process):
 
     def __exit__(self, *arguments):
         if self.substation:
-            self.substation.kill()
+            self.substation.terminate()
             self.substation.wait()
         super().__exit__(*arguments)
 

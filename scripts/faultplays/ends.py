@@ -69,7 +69,9 @@ def terminated():
 
 
 def quick(site):
+    site.stop_substation()
     site.speed = 100
+    site.start_substation()
     site.write_settings(site.settings.replace("UCAST_to_UCAST_Delay=60000", "UCAST_to_UCAST_Delay=2000"))
     return site
 

@@ -117,7 +117,7 @@ def split_message(frame):
     """The three items of a data frame: word, name, bytes."""
     items, body = [], frame[4 + 1 + 4:]
     for _ in range(3):
-        size = struct.unpack(">i", body[:4])[0]
+        size = max(0, struct.unpack(">i", body[:4])[0])  # -1: none
         items.append(body[4:4 + size])
         body = body[4 + size:]
     assert frame[4] == 0 and not body, frame

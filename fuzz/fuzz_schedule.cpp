@@ -14,6 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const quint8* bytes, size_t size)
     Require(stamp.size() == 8);
     const QString text = QString::fromUtf8(InPlace(bytes + 2, size - 2));
     Require(!Schedule::Matches(text, stamp) || Schedule::ErrorIn(text).isEmpty());
-    Require(Schedule::Matches(QRegularExpression::escape(text), stamp) == stamp.contains(text));
+    // Qt escapes a zero character as an octal number, which goes on with the digits behind it.
+    if (!text.contains(QChar(u'\0')))
+        Require(Schedule::Matches(QRegularExpression::escape(text), stamp) == stamp.contains(text));
     return 0;
 }

@@ -26,7 +26,7 @@ class Answer:
         self.text, self.whole = line["values"], line["whole"] == "yes"
         self.value = stored(self.text.split()) if self.kind == "energy" else self.text[-8:]
         flawed = line["flaw"] and (self.model, self.kind) != ("SET1", "clock")  # which has no checksum
-        self.readable = self.model != "CE102" and not flawed
+        self.readable = self.model != "CE102" and not flawed and self.kind != "alarm"
 
 
 class Meter:
@@ -67,10 +67,12 @@ class Account:
 
     def take_answers(self, lines):
         for answer in map(Answer, lines):
-            if answer.kind == "alarm":
-                self.counts["alarms raised"] += answer.whole
-            else:
+            if answer.kind != "alarm":
                 self.answers[answer.kind].append(answer)
+            elif answer.whole:
+                self.counts["alarms raised"] += 1
+            else:
+                self.answers["energy"].append(answer)  # what is left of it disturbs the next answer
 
     def check_summary(self, name, records, rows):
         """When a sweep's records come they are its rows; `rows` may have grown by late answers since."""

@@ -5,8 +5,6 @@ import argparse
 import contextlib
 import csv
 import datetime
-import os
-import re
 import struct
 import sys
 import time
@@ -14,8 +12,10 @@ import time
 import e2e  # noqa: F401  before the modules that it finds
 import buspeer as bus
 from postgres import Postgres
-from soakaccount import Account, Meter, single
 from sqlite import Sqlite
+from soakparts.account import Account, Meter, single
+from soakparts.health import Health
+from soakparts.peers import Peer, drain
 from substation import SITE, Site, split_message
 
 START = datetime.datetime(2014, 3, 4, 23, 55)
@@ -53,7 +53,6 @@ unanswered = 2
 # With the default pause, 10 s, and so many that have to be asked again the midnight sweep would not be over at 00:15.
 SETTINGS = SITE.replace("Connections=", "Connections=outer") + "UCAST_to_UCAST_Delay=5000\n"
 HOUR = datetime.timedelta(hours=1)
-SQLITE_CACHE = 2000  # KiB of its pages that SQLite keeps, unless told otherwise
 QUIET = datetime.timedelta(minutes=-2)  # from a half hour: sweeps are over, the next has not begun
 
 
@@ -86,79 +85,6 @@ class Rows:
     def clocks(self, date):
         return self.base.rows(self.site, "SELECT c.global_id, t.time_c, t.time_r FROM time_table t, \"Counters\" c "
                                          f"WHERE t.uin = c.\"UIN\" and t.date_r = '{date:%Y-%m-%d}'")
-
-
-def drain(connection):
-    """All whole frames that have come."""
-    frames = []
-    with contextlib.suppress(TimeoutError):
-        while (frame := connection.read_frame(0)) is not None:
-            frames.append(frame)
-    return frames
-
-
-class Peer:
-    """Comes and goes: either connects to the daemon, or listens for it under `name`. Must get what the watcher gets."""
-
-    def __init__(self, soak, name, listens):
-        self.soak, self.name, self.listens = soak, name, listens
-        self.connection = self.listener = None
-
-    def come(self):
-        site = self.soak.site
-        if self.listens:
-            self.listener = self.listener or bus.Listener(site.directory, self.name)
-            self.connection = self.listener.accept()
-        else:
-            self.connection = bus.connect(site.directory, "probe")
-            self.connection.send(bus.identify(self.name.encode()))
-        self.seen = len(self.soak.frames)
-
-    def go(self):
-        """Closes the connection, and the listener with it."""
-        mine = [frame for frame in drain(self.connection) if frame[4] == 0]
-        if mine != self.soak.frames[self.seen:]:
-            self.soak.account.fault(f"peer {self.name} got {len(mine)} messages that are not those sent meanwhile")
-        self.soak.account.counts["messages to peers that come and go"] += len(mine)
-        self.connection.close()
-        if self.listener:
-            self.listener.close()
-            os.unlink(self.soak.site.path(self.name))
-        self.connection = self.listener = None
-
-
-def kib(path):
-    return os.path.getsize(path) // 1024 if os.path.exists(path) else 0
-
-
-class Health:
-    """Resident memory (KiB) and descriptors of one daemon process over its life."""
-
-    def __init__(self, pid, born, database):
-        self.pid, self.born, self.database, self.samples = pid, born, database, []
-        self.database_at_birth = kib(database)
-
-    def sample(self, now):
-        with open(f"/proc/{self.pid}/status", encoding="ascii") as status:
-            resident = int(re.search(r"VmRSS:\s+(\d+)", status.read()).group(1))
-        cached = min(SQLITE_CACHE, kib(self.database) - self.database_at_birth)
-        self.samples.append((now - self.born, resident, cached, len(os.listdir(f"/proc/{self.pid}/fd"))))
-
-    def check(self, account):
-        age = self.samples[-1][0]
-        text = f"life of {age.days} days {age.seconds // 3600} h"
-        grown_up = [sample for sample in self.samples if sample[0] >= 24 * HOUR]
-        if grown_up:
-            first, last = grown_up[0], grown_up[-1]
-            text += f": {first[1]} KiB resident after a day, {last[1]} at the end"
-            if last[2]:
-                text += f", new pages of SQLite's cache {first[2]} and {last[2]} KiB"
-            growth = max(sample[1] - sample[2] for sample in grown_up) / (first[1] - first[2]) - 1
-            descriptors = {sample[3] for sample in grown_up}
-            text += f", growth besides {100 * growth:.1f} %, descriptors {min(descriptors)} to {max(descriptors)}"
-            if growth > 0.05 or len(descriptors) > 1:
-                account.fault(text)
-        return text
 
 
 class Soak:

@@ -106,11 +106,6 @@ def mutants_of(source):
             yield Mutant(begin, match.end(), "static_cast<void>(0);")
 
 
-def set_limits():
-    resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-
-
 class Bench:
     """A copy of the tree and its build."""
 
@@ -144,7 +139,7 @@ class Bench:
     def passes(self, test, timeout):
         process = subprocess.Popen([self.build / test], cwd=self.build, start_new_session=True,
                                    stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                   preexec_fn=set_limits)
+                                   preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)))
         try:
             return process.wait(timeout) == 0
         except subprocess.TimeoutExpired:

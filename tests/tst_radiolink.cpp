@@ -288,14 +288,14 @@ void tst_RadioLink::portGoneAndBack()
 void tst_RadioLink::nobodyDrains()
 {
     Begin();
-    QByteArray sent = "at+sn\r\n";
     for (int i = 0; i < 200; ++i) {
-        const QByteArray frame(1000, static_cast<char>('A' + i % 26));
-        modem->WriteToPort(frame);
-        sent += frame;
+        modem->WriteToPort(QByteArray(1000, static_cast<char>('A' + i % 26)));
         QCoreApplication::processEvents();
     }
-    QCOMPARE(LogTexts(), Lines{"The modem port PORT takes no more data, 1000 bytes dropped"});
+    // Once, and once more whenever the system took a little of it meanwhile.
+    const Lines told = LogTexts();
+    QVERIFY(!told.isEmpty() && told.size() < 10);
+    QCOMPARE(told.count("The modem port PORT takes no more data, 1000 bytes dropped"), told.size());
 
     QByteArray drained;
     for (qsizetype before = -1; before != drained.size(); QCoreApplication::processEvents()) {
@@ -303,7 +303,9 @@ void tst_RadioLink::nobodyDrains()
         drained += desk->Heard(1, SilenceMs);
     }
     QVERIFY(drained.size() >= 65'007 && drained.size() < 150'000 && drained.size() % 1000 == 7);
-    QCOMPARE(drained, sent.left(drained.size()));
+    QVERIFY(drained.startsWith("at+sn\r\nAAA"));
+    for (qsizetype i = 7; i < drained.size(); i += 1000)
+        QCOMPARE(drained.mid(i, 1000), QByteArray(1000, drained.at(i))); // whole or not at all
 }
 
 QTEST_GUILESS_MAIN(tst_RadioLink)

@@ -121,7 +121,7 @@ private:
     // --- closing a sweep: readingstore.cpp
     [[nodiscard]] QStringList RowsForTheSilent();
     void StoreRowsForTheSilent();
-    void AddToSweep(const QString& globalId, const QString& row);
+    void AddToSweep(const QString& globalId, int status, const QString& row);
     void TryClockPlaceholders();
     void SendToPeers(const QByteArray& message);
 

@@ -205,7 +205,8 @@ void TCollector::StoreSubstationReading()
         if (reading)
             StoreReading(globalId, *reading);
         else
-            AddToSweep(globalId, MainBase::Filled(Statements::InsertSubstationSilent, globalId, sweepDate, sweepTime));
+            AddToSweep(
+                globalId, 1, MainBase::Filled(Statements::InsertSubstationSilent, globalId, sweepDate, sweepTime));
     }
     if (!reading) {
         LogText(tr("Not received data from KTP"));

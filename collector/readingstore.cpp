@@ -90,11 +90,16 @@ void TCollector::StoreRowsForTheSilent()
         MainBase::Run(row);
 }
 
-/// `row` is the meter's in the open sweep.
-void TCollector::AddToSweep(const QString& globalId, const QString& row)
+/// `row` is the meter's, with that status, in the last sweep. A late reading may follow a row that told of silence.
+void TCollector::AddToSweep(const QString& globalId, int status, const QString& row)
 {
-    MainBase::Insert(
-        row, [&] { return ColumnOf(Execute(Statements::ReadingsOfSweep, sweepDate, sweepTime)).contains(globalId); });
+    MainBase::Insert(row, [&] {
+        QSqlQuery stored = Execute(Statements::ReadingsOfSweep, sweepDate, sweepTime);
+        while (stored.next())
+            if (stored.value(0).toString() == globalId && stored.value(6).toInt() == status)
+                return true;
+        return false;
+    });
 }
 
 void TCollector::TryClockPlaceholders()

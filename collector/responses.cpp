@@ -125,7 +125,7 @@ void TCollector::StoreEnergy(const QByteArray& uin, const QString& model, qint32
 void TCollector::StoreReading(const QString& globalId, const Energy& energy)
 {
     const auto text = [](float value) { return QString::number(value); };
-    AddToSweep(globalId,
+    AddToSweep(globalId, 0,
         MainBase::Filled(Statements::InsertReading, globalId, text(energy.total), text(energy.t1), text(energy.t2),
             text(energy.t3), text(energy.t4), sweepDate, sweepTime));
 }

@@ -62,8 +62,7 @@ void DescribeOptions(QCommandLineParser& parser)
     parser.addPositionalArgument(u"directory"_s, u"Where the serial port appears; made if it is not there."_s);
     parser.addOptions({
         {u"register"_s,
-            u"Nodes with the meters of this register instead: an SQLite database or a CSV file, as ravelinctl takes "
-            u"it. "
+            u"Nodes with the meters of this register instead: an SQLite database, or a CSV file as for ravelinctl. "
             "The meters run by the wall clock."_s,
             u"file"_s},
         {u"scenario"_s,

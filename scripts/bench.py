@@ -13,12 +13,11 @@ import sys
 import tempfile
 import time
 
-import e2e  # noqa: F401  before the modules that it finds
-import buspeer as bus
-from postgres import Postgres
-from process import BUILD
-from sqlite import Sqlite
-from substation import SITE, Site, read_message
+from rig import BUILD
+from rig import buspeer as bus
+from rig.postgres import Postgres
+from rig.sqlite import Sqlite
+from rig.substation import SITE, Site, read_message
 
 # Sweeps are asked for, never due, and nobody is asked twice.
 SETTINGS = SITE + """TimeOfQuery=never
@@ -214,8 +213,8 @@ def measure_sweep(database, meters, ucast_ms, sweeps):
 
 def daemon_rows(quick):
     large, sweeps = (1000, 1) if quick else (10000, 3)
-    runs = [(measure_idle, 30 if quick else 60), (measure_sweep, contextlib.nullcontext(Sqlite()), 100, 250, sweeps),
-            (measure_sweep, contextlib.nullcontext(Sqlite()), large, 5, sweeps), (measure_sweep, Postgres(), large, 5, 1)]
+    runs = [(measure_idle, 30 if quick else 60), (measure_sweep, Sqlite(), 100, 250, sweeps),
+            (measure_sweep, Sqlite(), large, 5, sweeps), (measure_sweep, Postgres(), large, 5, 1)]
     with concurrent.futures.ThreadPoolExecutor(len(runs) if quick else 1) as pool:
         results = list(pool.map(lambda run: run[0](*run[1:]), runs))
     first_byte, started = (statistics.median(times) for times in zip(*(startup for startup, _ in results)))

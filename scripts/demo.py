@@ -1,7 +1,6 @@
 """The main job on a table: a virtual substation, the daemon, one sweep over all meters, and what is stored of it."""
 
 import argparse
-import contextlib
 import csv
 import os
 import re
@@ -10,10 +9,10 @@ import sys
 import threading
 import time
 
-import e2e  # noqa: F401  before the modules that it finds
-import buspeer as bus
-from sqlite import Sqlite
-from substation import SITE, Site, read_message
+from rig import ROOT
+from rig import buspeer as bus
+from rig.sqlite import Sqlite
+from rig.substation import SITE, Site, read_message
 
 SILENT, SPOILED, DEAF = "000D6F0000173425", "000D6F000017341C", "000D6F0000190B17"
 SCENARIO = f"""[all]
@@ -124,14 +123,14 @@ def sweep(site, peer, rows, meters):
 
 def database(options):
     if not options.postgres:
-        return contextlib.nullcontext(Sqlite())
-    from postgres import Postgres
+        return Sqlite()
+    from rig.postgres import Postgres
     tell("a private PostgreSQL server starts")
     return Postgres()
 
 
 def play(options):
-    register, meters = read_register(os.path.join(e2e.ROOT, "share", "register.csv.example"))
+    register, meters = read_register(os.path.join(ROOT, "share", "register.csv.example"))
     # A tick that starts a sweep on schedule must outlast its minute, or the next one finds the minute due again.
     settings = SETTINGS.replace("{broadcast_pause}", "30000" if options.keep else "3000")
     with database(options) as base, Site(base.keys, speed=0, scenario=SCENARIO, register=register, settings=settings) as site:

@@ -1,14 +1,12 @@
 """Faults played on the real daemon at a virtual substation; each row of PLAYS is a promise that must hold."""
 
 import argparse
-import os
 import random
 import sys
 import time
 import traceback
 from functools import partial
 
-import e2e  # noqa: F401  before the modules that it finds
 from faultplays import buses, clocks, ends, ports, powercut, radio, servers, storage
 
 NEXT = "the sweep closes with a row for every meter, the next one is complete"

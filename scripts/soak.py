@@ -2,21 +2,20 @@
 administrator and three peers, two of which come and go. Everything stored and sent is held against what the meters gave."""
 
 import argparse
-import contextlib
 import csv
 import datetime
+import math
 import struct
 import sys
 import time
 
-import e2e  # noqa: F401  before the modules that it finds
-import buspeer as bus
-from postgres import Postgres
-from sqlite import Sqlite
+from rig import buspeer as bus
+from rig.postgres import Postgres
+from rig.sqlite import Sqlite
+from rig.substation import SITE, Site, split_message
 from soakparts.account import Account, Meter, single
 from soakparts.health import Health
 from soakparts.peers import Peer, drain
-from substation import SITE, Site, split_message
 
 START = datetime.datetime(2014, 3, 4, 23, 55)
 MODELS = ["CE301", "SET3", "SET1", "SET3", "SET1"] * 3 + ["CE301", "SET3", "SET1", "CE102", "CE102"]
@@ -51,7 +50,8 @@ alarm = {{alarms}}
 unanswered = 2
 """
 # With the default pause, 10 s, and so many that have to be asked again the midnight sweep would not be over at 00:15.
-SETTINGS = SITE.replace("Connections=", "Connections=outer") + "UCAST_to_UCAST_Delay=5000\n"
+SETTINGS = SITE.replace("Connections=", "Connections=outer") + "UCAST_to_UCAST_Delay=5000\nCounterKTPMultiplier=40\n"
+MULTIPLIER = 40
 HOUR = datetime.timedelta(hours=1)
 QUIET = datetime.timedelta(minutes=-2)  # from a half hour: sweeps are over, the next has not begun
 
@@ -94,7 +94,7 @@ class Soak:
         unreadable = set() if options.no_faults else {SILENT, SPOILED}
         meters = {number: Meter(number, uin, model != "CE102" and uin not in unreadable)
                   for number, uin, model in [(1, KTP, "CE301"), *zip(range(11, 31), UINS, MODELS)]}
-        self.account = Account(meters, meters[1])
+        self.account = Account(meters, meters[1], MULTIPLIER)
         self.frames = []  # data frames that the watcher got
         self.stamps, self.lives, self.stall = [], [], 0.0
         self.peers = [Peer(self, "outer", True), Peer(self, "inner", False)]
@@ -182,12 +182,16 @@ class Soak:
         now = self.now()
         self.account.close_time_sweep(name, now + 2 * HOUR, records, self.rows.clocks(now))
 
-    def run(self):
+    def run(self, sweeps):
+        """Until one more sweep has closed, or is overdue: nothing comes any more for those before it."""
         self.start()
-        end = START + datetime.timedelta(days=self.options.days) + HOUR / 4
+        overdue = START + (sweeps + 2) * HOUR / 2
         restart = datetime.datetime(2014, 3, 6, 12) + QUIET
         hour, printed = START.replace(minute=0) + HOUR, 0
-        while (now := self.now()) < end:
+        while len(self.stamps) <= sweeps:
+            now = self.now()
+            if now > overdue:
+                raise RuntimeError("sweeps are missing")
             before = time.monotonic()
             time.sleep(0.01)
             self.note_stall(time.monotonic() - before - 0.01)
@@ -222,6 +226,8 @@ class Soak:
 
     def check_end(self):
         counts = self.account.counts
+        if counts["time sweeps"] != math.ceil(counts["query sweeps"] / 48):
+            self.account.fault("a time sweep is missing")
         if counts["alarms raised"] != counts["alarms on the bus"]:
             self.account.fault("alarms were lost, or came twice")
         complete = counts["query sweeps"] * sum(meter.readable for meter in self.account.meters.values())
@@ -229,25 +235,32 @@ class Soak:
             self.account.fault(f"{complete} readings were there to be had")
 
 
+def play(options, sweeps, base):
+    """Whether it went without a fault."""
+    scenario = "[all]\n" if options.no_faults else FAULTS.format(seed=options.seed, alarms=alarms(options.days))
+    with base, Site(base.keys, "now", options.speed, scenario, REGISTER, SETTINGS) as site:
+        soak = Soak(site, Rows(site, base), options)
+        try:
+            soak.run(sweeps)
+        except (RuntimeError, AssertionError, OSError, KeyboardInterrupt) as end:
+            soak.account.fault(f"stopped at {soak.now()}: {end!r}")
+        report(soak)
+    return not soak.account.faults
+
+
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
+    parser = argparse.ArgumentParser(prog="scripts/soak", description=__doc__)
     parser.add_argument("--days", type=int, default=2)
     parser.add_argument("--speed", type=int, default=240, help="how many times as fast as life")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--postgres", action="store_true", help="instead of SQLite")
     parser.add_argument("--no-faults", action="store_true", help="good days: every meter must be read in every sweep")
+    parser.add_argument("--quick", action="store_true", help="two sweeps and the clocks, on either database, in a minute")
     options = parser.parse_args()
-    scenario = "[all]\n" if options.no_faults else FAULTS.format(seed=options.seed, alarms=alarms(options.days))
-    with contextlib.ExitStack() as stack:
-        base = stack.enter_context(Postgres()) if options.postgres else Sqlite()
-        site = stack.enter_context(Site(base.keys, "now", options.speed, scenario, REGISTER, SETTINGS))
-        soak = Soak(site, Rows(site, base), options)
-        try:
-            soak.run()
-        except (RuntimeError, AssertionError, OSError, KeyboardInterrupt) as end:
-            soak.account.fault(f"stopped at {soak.now()}: {end!r}")
-        report(soak)
-    return 1 if soak.account.faults else 0
+    if options.quick:
+        options.speed = 100
+        return int(not all([play(options, 1, Sqlite()), play(options, 1, Postgres())]))
+    return int(not play(options, 48 * options.days, Postgres() if options.postgres else Sqlite()))
 
 
 def report(soak):

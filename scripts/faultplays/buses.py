@@ -4,9 +4,9 @@ import contextlib
 import os
 import random
 
-import buspeer as bus
 from faultplays.stage import Stage, hold
-from process import SANITIZED, wait_for
+from rig import buspeer as bus
+from rig.process import SANITIZED, wait_for
 
 BURST = 300
 MEGABYTE = 1 << 20

@@ -5,8 +5,8 @@ import re
 import time
 
 from faultplays.stage import Stage, hold
-from process import faketime_environment, wait_for
-from substation import SETTINGS, SITE
+from rig.process import faketime_environment, wait_for
+from rig.substation import SETTINGS, SITE
 
 ZONE = "CET-1CEST,M3.5.0,M10.5.0/3"
 HOUR = 3600

@@ -4,9 +4,9 @@ import random
 import signal
 import time
 
-import buspeer as bus
 from faultplays.stage import ON_DEMAND, Stage, hold
-from substation import NTPQ, SITE
+from rig import buspeer as bus
+from rig.substation import NTPQ, SITE
 
 KILLS = 20
 PATTERNS = "TimeOfQuery={}\nTimeOfSetTime={}\nTimeOfGetTime={}\n"

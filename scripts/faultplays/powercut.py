@@ -10,7 +10,7 @@ import sqlite3
 import time
 
 from faultplays.stage import ROWS, Stage, hold
-from substation import NODE, SITE
+from rig.substation import NODE, SITE
 
 MANY = 150  # meters, half of them silent: their rows are one long transaction
 COPIES = 150

@@ -1,16 +1,15 @@
 """What the air and the register do to a sweep."""
 
 import collections
-import contextlib
 import struct
 
-import buspeer as bus
 from faultplays.cable import Cable
 from faultplays.stage import Stage, hold
-from postgres import Postgres
-from process import wait_for
-from sqlite import Sqlite
-from substation import NODE, SETTINGS, read_message
+from rig import buspeer as bus
+from rig.postgres import Postgres
+from rig.process import wait_for
+from rig.sqlite import Sqlite
+from rig.substation import NODE, SETTINGS, read_message
 
 QUOTED = "O'Brien"
 ALARMED = range(1, 7)
@@ -80,9 +79,7 @@ def strangers():
 def noise(postgres):
     """In the air, and on the way from the modem."""
     scenario = "[all]\nloss = 0.1\nnack = 0.1\ngarbage = 0.3\nfragment = 0.2\n"
-    with contextlib.ExitStack() as stack:
-        base = stack.enter_context(Postgres()) if postgres else Sqlite()
-        site = stack.enter_context(Stage(base, scenario=scenario))
+    with Postgres() if postgres else Sqlite() as base, Stage(base, scenario=scenario) as site:
         site.begin()
         sweeps = [site.complete_sweep(readings=1) for _ in range(5)]
     return f"{len(sweeps)} sweeps, each with all meters, {sum(0 in s for sweep in sweeps for s in sweep.values())} readings"

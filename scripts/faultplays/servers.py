@@ -6,7 +6,7 @@ import socket
 import threading
 
 from faultplays.stage import Stage, hold
-from postgres import Postgres
+from rig.postgres import Postgres
 
 SOCKET = ".s.PGSQL.5432"
 

@@ -7,10 +7,10 @@ import signal
 import struct
 import time
 
-import buspeer as bus
-from process import wait_for
-from sqlite import Sqlite
-from substation import SETTINGS, Site, read_message
+from rig import buspeer as bus
+from rig.process import wait_for
+from rig.sqlite import Sqlite
+from rig.substation import SETTINGS, Site, read_message
 
 START = datetime.datetime(2014, 3, 4, 8, 31)
 ON_DEMAND = SETTINGS + "TimeOfQuery=^none$\nTimeOfSetTime=^none$\nTimeOfGetTime=^none$\n"

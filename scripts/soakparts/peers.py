@@ -3,7 +3,7 @@
 import contextlib
 import os
 
-import buspeer as bus
+from rig import buspeer as bus
 
 
 def drain(connection):

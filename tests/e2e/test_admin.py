@@ -11,8 +11,8 @@ import time
 import tty
 import unittest
 
-import buspeer as bus
-from process import Process, wait_for
+from rig import buspeer as bus
+from rig.process import Process, wait_for
 
 SETTINGS = "[Base]\nAdminServerName=admin\nServerName=probe\nBaseName=%s\n[Main]\nPortKS=%s\nPortCounterKTP=%s\nRepeateQueryKTPNumber=0\n"
 UIN, NODE = b"000D6F0000000001", b"000D6F00001733EB"

@@ -9,8 +9,8 @@ import subprocess
 import time
 import unittest
 
-import buspeer as bus
-from process import SANITIZED, Process, wait_for
+from rig import buspeer as bus
+from rig.process import SANITIZED, Process, wait_for
 
 ALONE = "[Base]\nAdminServerName=admin\nServerName=probe\n"
 PEERS = ALONE + "Connections=first  second\n"

@@ -8,9 +8,9 @@ import sqlite3
 import tempfile
 import unittest
 
-from process import ravelinctl, write_file
+from rig import ROOT
+from rig.process import ravelinctl, write_file
 
-ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
 EXAMPLE = os.path.join(ROOT, "share", "ravelin.ini.example")
 REGISTER = os.path.join(ROOT, "share", "register.csv.example")
 SETTINGS = """[Main]

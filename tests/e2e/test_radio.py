@@ -6,8 +6,8 @@ import signal
 import subprocess
 import unittest
 
-from process import faketime_environment, wait_for
-from substation import NODE, Site
+from rig.process import faketime_environment, wait_for
+from rig.substation import NODE, Site
 
 NODES = [NODE % i for i in range(1, 9)]
 

@@ -9,10 +9,10 @@ import sqlite3
 import tempfile
 import unittest
 
-from postgres import Postgres
-from process import BUILD, ravelinctl, write_file
+from rig import BUILD, ROOT
+from rig.postgres import Postgres
+from rig.process import ravelinctl, write_file
 
-ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
 EXAMPLE = os.path.join(ROOT, "share", "register.csv.example")
 HEADER = "global_id,UIN,Number,Model,Type,KI_Number\n"
 SUBSTATION = "1,КТП,9,CE301,1,\n"

@@ -12,6 +12,12 @@ class Sqlite:
         self.name = name
         self.keys = "BDType=sqlite3\nBaseName={directory}/" + name
 
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        """It goes with the site's directory."""
+
     def connect(self, site):
         return contextlib.closing(sqlite3.connect(site.path(self.name), isolation_level=None))
 

@@ -5,8 +5,9 @@ import os
 import struct
 import subprocess
 
-import buspeer as bus
-from process import BUILD, Process, faketime_environment, ravelinctl, wait_for, write_file
+from rig import BUILD
+from rig import buspeer as bus
+from rig.process import Process, faketime_environment, ravelinctl, wait_for, write_file
 
 NODE = "000D6F00000010%02X"
 SPOILED, LATE, CUT, SILENT = NODE % 5, NODE % 6, NODE % 7, NODE % 8

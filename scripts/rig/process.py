@@ -8,9 +8,8 @@ import subprocess
 import tempfile
 import time
 
-import buspeer
+from rig import BUILD, buspeer
 
-BUILD = os.path.abspath(os.environ["RAVELIN_BUILD"])
 SANITIZED = "asan" in os.path.basename(BUILD)  # the sanitizer keeps freed memory: resident sizes say nothing then
 
 

@@ -8,7 +8,7 @@ import signal
 import subprocess
 import tempfile
 
-from process import wait_for
+from rig.process import wait_for
 
 PROGRAMS = sorted(glob.glob("/usr/lib/postgresql/*/bin"))[-1]
 PASSWORD = "gehe1m # 'wort'"

@@ -44,9 +44,9 @@ PLAYS = [
     ("noise-sqlite", "loss, refusals, garbage, cut lines: every sweep closes with a row for every meter", partial(radio.noise, False)),
     ("noise-postgres", "the same into PostgreSQL", partial(radio.noise, True)),
 ]
-QUICK = ["killed", "admin-lost", "modem-unplugged", "substation-unplugged", "database-missing", "database-locked-long",
-         "disk-full", "postgres-word-lost", "power-cut", "bus-peers", "register-changes", "alarms", "strangers",
-         "noise-sqlite"]
+QUICK = ["killed", "admin-lost", "told-to-quit", "modem-unplugged", "substation-unplugged", "database-missing",
+         "database-locked-long", "disk-full", "postgres-word-lost", "power-cut", "bus-peers", "bus-deaf", "register-changes",
+         "alarms", "strangers", "noise-sqlite"]
 
 
 def played(seed, name, promise, play):
@@ -68,7 +68,7 @@ def main():
     parser = argparse.ArgumentParser(prog="scripts/faults", description=__doc__)
     parser.add_argument("names", nargs="*", metavar="NAME", help="plays; without any, all", choices=[[], *names])
     parser.add_argument("--list", action="store_true", help="the plays and what they promise")
-    parser.add_argument("--quick", action="store_true", help="a part of it in about a minute, with fewer kills")
+    parser.add_argument("--quick", action="store_true", help="a part of it in a minute and a half, with fewer kills")
     parser.add_argument("--seed", type=int, default=random.randrange(1 << 32), help="of everything random")
     options = parser.parse_args()
     if options.list:

@@ -106,6 +106,7 @@ def told_to_quit():
             site.admin.send(bus.command(b"quitsignal") + bus.command(b"QuitSignal "))  # mean nothing
             site.into_sweep(1)
             slowest = max(slowest, site.end(lambda: way(site)))
+            hold(site.log_texts()[-1] == "QuitSignal received. Stopping application.", "the log does not say why")
             (quick(site) if hours == len(ways) else site).restart(hours)
         site.complete_sweep()
     return f"{len(ways)} ways, exit code 0 after at most {slowest:.2f} s within a wait of 3 s; the next sweep is complete"

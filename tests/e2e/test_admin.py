@@ -4,7 +4,6 @@ import contextlib
 import os
 import pty
 import select
-import signal
 import sqlite3
 import struct
 import time
@@ -135,30 +134,6 @@ class Administrator(unittest.TestCase):
         shown = self.home.stderr().splitlines()
         self.assertIn('"\\r\\nFFD:000D6F00001733EB\\r\\n"', shown)
         self.assertEqual(shown[shown.index('"unseen"') + 1], "")
-
-    def test_quit(self):
-        self.admin.send(bus.command(b"QuitSignal"))
-        self.assertEqual(self.home.wait(), 0)
-        self.assertEqual(self.home.log_texts()[-1], "QuitSignal received. Stopping application.")
-
-    def test_quit_inside_a_wait(self):
-        """The command waits on the bus, and the administrator has gone already: its word still counts."""
-        self.admin.send(bus.command(b"Query_counter", bus.byte_array(NODE)))
-        self.modem.expect(b"at+ucastb:03," + NODE + b"\r\xc0\x01\xc1")
-        self.admin.send(bus.command(b"About") + bus.data(1, b"x" * 5000) + bus.command(b"QuitSignal"))
-        begun = time.monotonic()
-        self.admin.close()
-        self.assertEqual(self.home.wait(), 0)
-        self.assertLess(time.monotonic() - begun, 0.5)  # of the 20 s that the command waits, 1 s here
-        self.assertEqual(self.home.log_texts()[-1], "QuitSignal received. Stopping application.")
-
-    def test_end_within_the_start(self):
-        """SIGTERM while the modem is being set up."""
-        with Process(settings=SETTINGS % ("z.db", "/dev/null/none", "/dev/null/none"), speed=0) as home:
-            home.start()
-            wait_for(lambda: len(home.log()) > 1, "log lines of the start")
-            home.signal(signal.SIGTERM)
-            self.assertEqual(home.wait(2.0), 0)
 
 
 if __name__ == "__main__":

@@ -258,7 +258,7 @@ def main():
     parser.add_argument("--quick", action="store_true", help="two sweeps and the clocks, on either database, in a minute")
     options = parser.parse_args()
     if options.quick:
-        options.speed = 100
+        options.speed = 200
         return int(not all([play(options, 1, Sqlite()), play(options, 1, Postgres())]))
     return int(not play(options, 48 * options.days, Postgres() if options.postgres else Sqlite()))
 

@@ -5,8 +5,10 @@ import select
 import socket
 import threading
 
-from faultplays.stage import Stage, hold
+from faultplays.stage import ON_DEMAND, Stage, hold
 from rig.postgres import Postgres
+from rig.process import wait_for
+from rig.substation import read_message
 
 SOCKET = ".s.PGSQL.5432"
 
@@ -66,7 +68,8 @@ def server_away():
 
 
 def word_lost():
-    with Postgres() as server, Stage(server) as site:
+    schedule = ON_DEMAND.replace("TimeOfGetTime=^none$", "TimeOfGetTime=09:00$")
+    with Postgres() as server, Stage(server, "2014-03-04 08:46:00", settings=schedule) as site:
         relay = Relay(server, site.directory)
         site.write_settings(site.settings.replace(f"SqlHostName={server.directory}", f"SqlHostName={site.directory}"))
         site.begin()
@@ -75,5 +78,12 @@ def word_lost():
             site.into_sweep(rows)
             relay.armed = word if rows else relay.armed
             site.closed_sweep()
-        hold(relay.cuts == 3, f"{relay.cuts} cuts")
-    return "the substation's row, a node's, those for the silent: none is doubled, the sweeps are complete"
+        for _ in ("the reference clock", "a node's"):
+            relay.armed = b"INSERT INTO time_table"
+            wait_for(lambda: not relay.armed, "a clock's row", 60)
+        while (message := read_message(site.peer, 60))[0] != b"tempdb_t":
+            pass
+        clocks = server.rows(site, "SELECT uin, count(*) FROM time_table GROUP BY uin")
+        hold(len(clocks) == len(message[2]) > 2 and {count for _, count in clocks} == {1}, f"clocks {clocks}")
+        hold(relay.cuts == 5, f"{relay.cuts} cuts")
+    return "the substation's row, a node's, those for the silent, two clocks: none is doubled, the sweeps are complete"

@@ -3,10 +3,8 @@
 #include "connector.h"
 #include "frame.h"
 #include "localsocket.h"
-#include "log.h"
 
 #include <QDataStream>
-#include <QFile>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTimer>
@@ -96,12 +94,6 @@ QStringList CollectorBench::Rows(const QString& statement)
     return rows;
 }
 
-qsizetype CollectorBench::LogLines(const QByteArray& text) const
-{
-    QFile log(Path(u"log"_s));
-    return log.open(QIODevice::ReadOnly) ? log.readAll().count(text) : 0;
-}
-
 void CollectorBench::Register(int id, const QByteArray& uin, const QString& number, const QString& model, int type)
 {
     Sql(u"INSERT INTO \"Counters\" VALUES (%1, '%2', '%3', '%4', %5, '40')"_s.arg(
@@ -113,9 +105,9 @@ void CollectorBench::RegisterNode(int n, const QString& model, const QString& nu
     Register(n, Node(n), number, model, 0);
 }
 
-void CollectorBench::RegisterSubstation(const QString& model, const QString& number)
+void CollectorBench::RegisterSubstation(const QString& model)
 {
-    Register(9, "KTP"_ba, number, model, 1);
+    Register(9, "KTP"_ba, u"70000"_s, model, 1);
     Sql(u"INSERT INTO time_table VALUES ('KTP', '2014-03-04', '00:15:00', '2014-03-04', '00:15:00')"_s);
 }
 
@@ -174,10 +166,8 @@ void CollectorBench::AnswerDuringWait(int wait, int node, const QByteArray& payl
 
 void CollectorBench::FakeNtpq(const QByteArray& script)
 {
-    QFile file(Path(u"ntpq"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write("#!/bin/sh\n[ \"$*\" = -pn ] || exit 1\n" + script + '\n');
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QString path = Write(Path(u"ntpq"_s), "#!/bin/sh\n[ \"$*\" = -pn ] || exit 1\n" + script + '\n');
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     qputenv("PATH", directory->path().toUtf8() + ':' + oldPath);
 }
 

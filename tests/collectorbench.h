@@ -2,6 +2,8 @@
 
 #include "clock.h"
 #include "collector.h"
+#include "files.h"
+#include "log.h"
 #include "pseudoterminal.h"
 #include "serverplugin.h"
 #include "virtualtime.h"
@@ -27,12 +29,12 @@ protected:
     [[nodiscard]] QStringList Rows(const QString& statement);
     [[nodiscard]] QStringList Readings() { return Rows(QStringLiteral("SELECT * FROM Main_Data")); }
     [[nodiscard]] QStringList ClockRows() { return Rows(QStringLiteral("SELECT * FROM time_table")); }
-    [[nodiscard]] qsizetype LogLines(const QByteArray& text) const;
+    [[nodiscard]] qsizetype LogLines(const QByteArray& text) const { return Contents(pLog->Path()).count(text); }
 
     void Register(int id, const QByteArray& uin, const QString& number, const QString& model, int type);
     void RegisterNode(int n, const QString& model, const QString& number = QStringLiteral("1"));
     /// With today's reference clock.
-    void RegisterSubstation(const QString& model, const QString& number = QStringLiteral("70000"));
+    void RegisterSubstation(const QString& model);
     void OpenSubstation(const QByteArray& answer = {});
     void FakeNtpq(const QByteArray& script);
 

@@ -20,7 +20,6 @@ struct AnswersCase {
 struct SubstationCase {
     const char* name;
     QString model;
-    QString number;
     QByteArray answer;
     QList<float> registers; // empty: not read
 };
@@ -141,14 +140,14 @@ private slots:
         };
         QTest::addColumn<SubstationCase>("c");
         for (const SubstationCase& c : {
-                 SubstationCase{"CE301", u"CE301"_s, u"x"_s,
-                     "noise ET0PE(1234.5)ET0PE(1)ET0PE(2)\r\nET0PE(3)ET0PE(4)"_ba, {49380, 40, 80, 120, 160}},
-                 {"CE301, four items", u"CE301"_s, u"1"_s, "ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)"_ba, {}},
-                 {"SET3, sum wraps, CRC missing", u"SET3"_s, u"70000"_s, set3("70110112"),
+                 SubstationCase{"CE301", u"CE301"_s, "noise ET0PE(1234.5)ET0PE(1)ET0PE(2)\r\nET0PE(3)ET0PE(4)"_ba,
+                     {49380, 40, 80, 120, 160}},
+                 {"CE301, four items", u"CE301"_s, "ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)"_ba, {}},
+                 {"SET3, sum wraps, CRC missing", u"SET3"_s, set3("70110112"),
                      {4000, 4000, 0.39999998F, 1717986880.0F, 0}},
-                 {"SET3, cut", u"SET3"_s, u"70000"_s, set3("70110112").chopped(1), {}},
-                 {"SET3, another meter", u"SET3"_s, u"70000"_s, set3("70110212"), {}},
-                 {"SET3, another code", u"SET3"_s, u"70000"_s, set3("70110110"), {}},
+                 {"SET3, cut", u"SET3"_s, set3("70110112").chopped(1), {}},
+                 {"SET3, another meter", u"SET3"_s, set3("70110212"), {}},
+                 {"SET3, another code", u"SET3"_s, set3("70110110"), {}},
              })
             QTest::newRow(c.name) << c;
     }
@@ -156,7 +155,7 @@ private slots:
     void substationMeter()
     {
         QFETCH(SubstationCase, c);
-        RegisterSubstation(c.model, c.number);
+        RegisterSubstation(c.model);
         OpenSubstation(c.answer);
         QCOMPARE(substation->Write("ET0PE(9)"), 8); // too late an answer to an earlier request: not read
         vars.CounterKTPMultiplier = 40;
@@ -216,14 +215,9 @@ private slots:
             collector->SendCounterNumber(Node(n));
         collector->SendCINumber(Node(1));
         collector->SendCINumber("' OR '1'='1"_ba);
-        for (int i = 0; i < 3; ++i)
-            collector->zNACK(0); // each of the messages waits for its report
         collector->SendCountersNumbers();
         QCOMPARE(journal,
-            Lines("node 1 <- c00702010000c1|node 2 <- c00700000000c1||node 1 <- c0063430c1||"
-                  "Error. Received 'NACK' from modem with number node 1|"
-                  "Error. Received 'NACK' from modem with number node 2|"
-                  "Error. Received 'NACK' from modem with number node 1||wait 5000||wait 5000"));
+            Lines("node 1 <- c00702010000c1|node 2 <- c00700000000c1||node 1 <- c0063430c1|||wait 5000||wait 5000"));
     }
 };
 

@@ -44,9 +44,8 @@ private slots:
 
         AnswerDuringWait(3, 1, MeterAnswers::EnergySET1({10000, 20000, 30000, 40000}));
         Tick(QTime(8, 30, 5),
-            u"Begin questioning...|all <- c001c1|wait 1000|port: |Not received data from KTP|wait 15000|node 1 <- "
-            u"c002c1|"
-            "wait 10000|node 1 send data: 1000 kW*h|node 2 <- c002c1|wait 10000|all <- c0c1"_s);
+            u"Begin questioning...|all <- c001c1|wait 1000|port: |Not received data from KTP|wait 15000|"
+            "node 1 <- c002c1|wait 10000|node 1 send data: 1000 kW*h|node 2 <- c002c1|wait 10000|all <- c0c1"_s);
         QVERIFY(Polling());
 
         for (const int minute : {31, 32})
@@ -105,8 +104,8 @@ private slots:
             "Repeat query...|node 1 not send data...|node 1 <- 04701101101726|wait 10000|wait 15000|node 1 <- c002c1|"
             "wait 10000|node 1 send time: 2014-03-04 09:14:58 kW*h|all <- c0c1"_s);
         QCOMPARE(ClockRows(),
-            Lines("000D6F0000000001 2014-03-04 09:14:58 2014-03-04 09:15:26|KTP 2014-03-04 00:15:00 2014-03-04 "
-                  "00:15:00"));
+            Lines("000D6F0000000001 2014-03-04 09:14:58 2014-03-04 09:15:26|"
+                  "KTP 2014-03-04 00:15:00 2014-03-04 00:15:00"));
         Tick(QTime(9, 17), u"Observed reading!|all <- c0c1|bus: tempdb_t time_2014-03-04-'now'.db 1/0 9/0"_s);
         Tick(QTime(9, 18), u"all <- c0c1"_s);
         Create();

@@ -53,38 +53,25 @@ private slots:
         QCOMPARE(corrected("a\tb\t1\tu\t3\t6\t7\t0\t5000\t0"), u"12:00:00.000"_s); // tabs are no separators
     }
 
-    void energy_data()
-    {
-        QTest::addColumn<QString>("model");
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<bool>("decoded");
-        QTest::addColumn<QList<float>>("registers"); // 9 stands for one that keeps its value
-
-        const QList<float> kept{9, 9, 9, 9, 9};
-        QTest::addRow("CE102: the total alone")
-            << u"CE102"_s << "c0000100020054013087d6120008c0"_ba << true << QList<float>{12345.67F, 9, 9, 9, 9};
-        QTest::addRow("CE102: top bit makes it negative, then huge")
-            << u"CE102"_s << "c000010002005401300000008034c0"_ba << true << QList<float>{1.84467436e17F, 9, 9, 9, 9};
-        QTest::addRow("CE102: the fifth byte falls on the first")
-            << u"CE102"_s << "c000010002005501300100000002fdc0"_ba << true << QList<float>{0.03F, 9, 9, 9, 9};
-        QTest::addRow("CE102: another command") << u"CE102"_s << "c00001000200540131010000003cc0"_ba << false << kept;
-        QTest::addRow("SET3: the sum wraps at 32 bits")
-            << u"SET3"_s << "8270110115ffffffff020000000000000000000000960a"_ba << true
-            << QList<float>{0.01F, 42949672.95F, 0.02F, 0, 0};
-        QTest::addRow("SET3: a clock is no energy") << u"SET3"_s << "827011011005040302010215f9ac"_ba << false << kept;
-        QTest::addRow("SET1: another code") << u"SET1"_s << "8212102700204e00307500409c00da"_ba << false << kept;
-        QTest::addRow("CE301: four items")
-            << u"CE301"_s << "\x02"_ba.toHex() + "ET0PE(4)ET0PE(1)ET0PE(2)ET0PE(1)\x03"_ba.toHex() << false
-            << QList<float>{4, 1, 2, 1, 9};
-    }
-
     void energy()
     {
-        QFETCH(QString, model);
-        QFETCH(QByteArray, answer);
-        Energy energy{9, 9, 9, 9, 9};
-        QTEST(DecodeEnergy(model, QByteArray::fromHex(answer), energy), "decoded");
-        QTEST((QList<float>{energy.total, energy.t1, energy.t2, energy.t3, energy.t4}), "registers");
+        const auto check = [](const QString& model, const QByteArray& answer, const QList<float>& expected) {
+            Energy e{9, 9, 9, 9, 9};
+            const bool decoded = DecodeEnergy(model, QByteArray::fromHex(answer), e);
+            QCOMPARE(decoded ? QList<float>({e.total, e.t1, e.t2, e.t3, e.t4}) : QList<float>(), expected);
+        };
+        // The total alone; the others keep their values.
+        check(u"CE102"_s, "c0000100020054013087d6120008c0", {12345.67F, 9, 9, 9, 9});
+        // The top bit makes it negative, and then huge.
+        check(u"CE102"_s, "c000010002005401300000008034c0", {1.84467436e17F, 9, 9, 9, 9});
+        // The fifth byte falls on the first.
+        check(u"CE102"_s, "c000010002005501300100000002fdc0", {0.03F, 9, 9, 9, 9});
+        check(u"CE102"_s, "c00001000200540131010000003cc0", {}); // another command
+        // The sum wraps at 32 bits.
+        check(u"SET3"_s, "8270110115ffffffff020000000000000000000000960a", {0.01F, 42949672.95F, 0.02F, 0, 0});
+        check(u"SET3"_s, "827011011005040302010215f9ac", {}); // a clock is no energy
+        check(u"SET1"_s, "8212102700204e00307500409c00da", {}); // another code
+        check(u"CE301"_s, "\2ET0PE(4)ET0PE(1)ET0PE(2)ET0PE(1)\3"_ba.toHex(), {}); // four items
     }
 
     void records()

@@ -233,17 +233,6 @@ private slots:
         }
         QTEST(unprotected, "unprotectedBytes");
     }
-
-    void simulatedBytes()
-    {
-        QCOMPARE(EnergyCE102(0x1234, 10000), AnswerCE102);
-        QCOMPARE(EnergyCE102(0x1234, 0xC0DB), "c0 48 3412 0100 54 0130 dbdddbdc0000 ee c0"_hex);
-        QCOMPARE(EnergyCE301({0, 7, 123, 870}), "\2ET0PE(10.00)ET0PE(0.00)ET0PE(0.07)ET0PE(1.23)ET0PE(8.70)\3q"_ba);
-        QCOMPARE(EnergySET1({10000, 20000, 30000, 40000}), AnswerSET1);
-        QCOMPARE(EnergySET3(0x123456, {10000, 10000, 10000, 10000}), AnswerSET3);
-        QCOMPARE(ClockCE301(QTime(12, 34, 56)), "\2TIME_(12:34:56)\3\x0b"_ba);
-        QCOMPARE(Alarm(), "c0 82 35 35 c1"_hex);
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_Meters)

@@ -70,11 +70,9 @@ private slots:
         QString path;
         {
             Ravelin controller;
-            QSettings* const settings = controller.prepareTemplateSettings();
-            QCOMPARE(controller.prepareTemplateSettings(), settings);
-            settings->setValue("a"_L1, 1);
-            settings->sync();
-            path = settings->fileName();
+            controller.prepareTemplateSettings()->setValue("a"_L1, 1);
+            controller.prepareTemplateSettings()->sync();
+            path = controller.prepareTemplateSettings()->fileName();
             QVERIFY(QFile::exists(path));
         }
         QVERIFY(!QFile::exists(path));

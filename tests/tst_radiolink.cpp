@@ -23,53 +23,10 @@ using Answers = QMap<QByteArray, QByteArray>;
 namespace {
 
 const QDateTime Start(QDate(2014, 3, 4), QTime(8, 29, 30));
-constexpr int PatienceMs = 5000;
 constexpr int SilenceMs = 50;
 
 const auto Identity = "\r\nR302X\r\n000D6F00001733EB\r\nOK\r\n"_ba;
 const auto Announcement = "at+bcastb:13,00\r\xC0\x05" + "000D6F00001733EB\xC1"_ba;
-
-/// The modem's end of the line in virtual time: it answers whenever the driver has waited. What the driver wrote is
-/// kept with its time in ms.
-class Desk final {
-public:
-    Desk(const QString& path, Answers whatItAnswers) : answers(std::move(whatItAnswers))
-    {
-        QString error;
-        if (!terminal.Open(path, error))
-            qFatal("%s", qPrintable(error));
-        VirtualTime::WhileWaiting([this] { Act(); });
-    }
-
-    ~Desk() { VirtualTime::WhileWaiting(nullptr); }
-
-    void Act()
-    {
-        const QByteArray bytes = Heard(1, SilenceMs);
-        if (!bytes.isEmpty())
-            written += QByteArray::number(lastAct) + ' ' + bytes;
-        lastAct = Start.msecsTo(CurrentDateTime());
-        Say(answers.value(bytes));
-    }
-
-    void Say(const QByteArray& bytes) { SayTo(terminal, bytes); }
-
-    QByteArray Heard(qsizetype size, int patienceMs = PatienceMs)
-    {
-        QByteArray bytes;
-        pollfd line{terminal.Descriptor(), POLLIN, 0};
-        while (bytes.size() < size && ::poll(&line, 1, patienceMs) == 1)
-            bytes += terminal.Read();
-        return bytes;
-    }
-
-    PseudoTerminal terminal;
-    Lines written;
-
-private:
-    const Answers answers;
-    qint64 lastAct = 0;
-};
 
 } // namespace
 
@@ -78,15 +35,45 @@ class tst_RadioLink : public QObject {
 
     std::unique_ptr<QTemporaryDir> directory;
     std::unique_ptr<TLog> log;
-    std::optional<Desk> desk;
+    std::unique_ptr<PseudoTerminal> line; // the modem's end
     std::optional<ZigBee> modem;
+    Answers answers;
+    Lines written; // by the driver, each with its time in ms
+    qint64 lastAct = 0;
 
     [[nodiscard]] QString Port() const { return directory->filePath(u"modem"_s); }
 
-    void Begin(const Answers& answers = {})
+    void Plug()
     {
-        desk.emplace(Port(), answers);
+        line = std::make_unique<PseudoTerminal>();
+        QString error;
+        QVERIFY2(line->Open(Port(), error), qPrintable(error));
+    }
+
+    /// A driver at work on a modem that answers whenever the driver has waited.
+    void Begin(const Answers& whatItAnswers = {})
+    {
+        answers = whatItAnswers;
+        Plug();
         modem.emplace(nullptr, Port(), true);
+    }
+
+    void Act()
+    {
+        const QByteArray bytes = Heard(1, SilenceMs);
+        if (!bytes.isEmpty())
+            written += QByteArray::number(lastAct) + ' ' + bytes;
+        lastAct = Start.msecsTo(CurrentDateTime());
+        SayTo(*line, answers.value(bytes));
+    }
+
+    [[nodiscard]] QByteArray Heard(qsizetype size, int patienceMs = 5000)
+    {
+        QByteArray bytes;
+        pollfd end{line->Descriptor(), POLLIN, 0};
+        while (bytes.size() < size && ::poll(&end, 1, patienceMs) == 1)
+            bytes += line->Read();
+        return bytes;
     }
 
     [[nodiscard]] Lines Table() const
@@ -109,6 +96,7 @@ private slots:
     void init()
     {
         VirtualTime::Reset(Start);
+        VirtualTime::WhileWaiting([this] { Act(); });
         directory = std::make_unique<QTemporaryDir>();
         log = std::make_unique<TLog>(directory->filePath(u"log"_s));
         pLog = log.get();
@@ -117,8 +105,9 @@ private slots:
     void cleanup()
     {
         modem.reset();
-        desk.reset();
         pLog = nullptr;
+        written.clear();
+        lastAct = 0;
     }
 
     void startUpAndReset()
@@ -126,12 +115,12 @@ private slots:
         const Lines fresh{"000D6F00001733EB Main Device"};
         Begin({{"ati\r\n", Identity}, {"at+sn\r\n", "\r\nOK\r\n\r\nCOO:000D6F0000001000\r\n"}});
         QCOMPARE(Table(), fresh);
-        desk->Act();
+        Act();
         modem->UpdateZNetwork();
         QCOMPARE(Table(), fresh + Lines{"000D6F0000001000 COO:"});
         modem->Reset();
         QCOMPARE(Table(), fresh);
-        QCOMPARE(desk->written,
+        QCOMPARE(written,
             (Lines{"0 atz\r\n", "5000 ati\r\n", "6000 atz\r\n", "11200 at+jn\r\n", "12200 at+en\r\n", "13200 at+sn\r\n",
                 "13200 atz\r\n", "18200 ati\r\n", "19200 atz\r\n", "24400 at+jn\r\n", "25400 at+en\r\n"}));
     }
@@ -161,7 +150,7 @@ private slots:
                                     "at+ucastb:04,000D6F0000001000\r\0\r\n\xC0"
                                     "at+ucastb:ff,000D6F0000001000\r"_ba
             + QByteArray(255, 'x') + "at+ucastb:00,000D6F0000001000\r" + QByteArray(256, 'y');
-        QCOMPARE(desk->Heard(expected.size()), expected);
+        QCOMPARE(Heard(expected.size()), expected);
     }
 
     void pollSignals()
@@ -183,11 +172,12 @@ private slots:
         connect(&*modem, &ZigBee::AcceptUCAST, this, number("accept "));
         connect(&*modem, &ZigBee::Error, this, number("error "));
 
-        desk->Say("\r\nERROR:1A\r\n+UCASTB:01\r\nACK:02\r\nNACK:03\r\nBCAST:000D6F0000001001=b\r\n"
-                  "UCAST:000D6F0000001000,02:\0u\r\n"_ba);
+        SayTo(*line,
+            "\r\nERROR:1A\r\n+UCASTB:01\r\nACK:02\r\nNACK:03\r\nBCAST:000D6F0000001001=b\r\n"
+            "UCAST:000D6F0000001000,02:\0u\r\n"_ba);
         modem->timer_event();
         // The table refuses the address of zeros, so it is new at every scan. The modem's own is a node like any other.
-        desk->Say("FFD:0000000000000000\r\nFFD:000D6F00001733EB\r\n");
+        SayTo(*line, "FFD:0000000000000000\r\nFFD:000D6F00001733EB\r\n");
         modem->timer_event();
         modem->timer_event();
         QCOMPARE(heard,
@@ -203,11 +193,11 @@ private slots:
         int told = 0;
         connect(&*modem, &ZigBee::NewNode, this, [&] {
             if (++told == 1) {
-                desk->Say("SED:000D6F0000001001\r\n");
+                SayTo(*line, "SED:000D6F0000001001\r\n");
                 modem->timer_event();
             }
         });
-        desk->Say("FFD:000D6F0000001000\r\nFFD:000D6F0000001001\r\n");
+        SayTo(*line, "FFD:000D6F0000001000\r\nFFD:000D6F0000001001\r\n");
         modem->timer_event();
         QCOMPARE(Table(), (Lines{" Main Device", "000D6F0000001000 FFD:", "000D6F0000001001 SED:"}));
         QCOMPARE(told, 2);
@@ -217,8 +207,8 @@ private slots:
     void everythingAfterALongWait()
     {
         Begin();
-        desk->Say(QByteArray(4000, 'x'));
-        const qsizetype sent = 4000 + desk->terminal.Write(QByteArray(4000, 'y'));
+        SayTo(*line, QByteArray(4000, 'x'));
+        const qsizetype sent = 4000 + line->Write(QByteArray(4000, 'y'));
         ::poll(nullptr, 0, SilenceMs);
         QCOMPARE(modem->GetMessageFromModem().size(), sent);
     }
@@ -228,7 +218,7 @@ private slots:
         const QString missing = u"Cannot open the modem port PORT: No such file or directory"_s;
         Begin({{"ati\r\n", Identity}});
         modem->SendBroadcastMessageToZDevice(QByteArray(60'000, 'x'));
-        desk.reset();
+        line.reset();
         int rounds = 0; // endless on a line that hung up and is still watched
         while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents) && rounds < 100)
             ++rounds;
@@ -240,11 +230,11 @@ private slots:
         const QStringList texts{u"The modem port PORT broke: the line was hung up"_s, missing};
         QCOMPARE(LogTexts(), texts);
 
-        desk.emplace(Port(), Answers());
+        Plug();
         modem->timer_event();
         modem->SendMainUIN();
-        QCOMPARE(desk->Heard(35), Announcement);
-        desk->Say("\r\n");
+        QCOMPARE(Heard(35), Announcement);
+        SayTo(*line, "\r\n");
         modem->timer_event();
         QCOMPARE(LogTexts(), texts + QStringList{u"The modem port PORT works again"_s});
     }
@@ -265,7 +255,7 @@ private slots:
         QByteArray drained;
         for (qsizetype before = -1; before != drained.size(); QCoreApplication::processEvents()) {
             before = drained.size();
-            drained += desk->Heard(1, SilenceMs);
+            drained += Heard(1, SilenceMs);
         }
         QVERIFY(drained.size() >= 65'007 && drained.size() < 150'000 && drained.size() % 1000 == 7);
         QVERIFY(drained.startsWith("at+sn\r\nAAA"));

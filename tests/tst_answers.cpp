@@ -52,12 +52,10 @@ private slots:
                  {"SET1, wrong checksum", u"SET1"_s, {frame(MeterAnswers::EnergySET1({1, 2, 3, 4}, Wrong))}, "",
                      undecodable, {}},
                  {"CE301, infinite: logged, no row of the database's", u"CE301"_s,
-                     {"\xC0\x02"
-                      "ET0PE(inf)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)\x03\xC1"_ba},
-                     "node 1 send data: inf kW*h", heard, {}},
+                     {"\xC0\2ET0PE(inf)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)\x03\xC1"_ba}, "node 1 send data: inf kW*h",
+                     heard, {}},
                  {"CE301, energy and a clock with a quote in one", u"CE301"_s,
-                     {"\xC0\x02"
-                      "ET0PE(4)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)TIME_('%1');)\x03\xC1"_ba},
+                     {"\xC0\2ET0PE(4)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)TIME_('%1');)\x03\xC1"_ba},
                      "node 1 send data: 4 kW*h|node 1 send time: '%1' kW*h", u"1 4 1 1 1 1 2014-03-04 08:30:00 0"_s,
                      u"000D6F0000000001 2014-03-04 '%1'  "_s},
                  {"CE301, a clock without end", u"CE301"_s, {"\xC0TIME_(12:34\xC1"_ba}, "", undecodable, {}},

@@ -193,45 +193,35 @@ private slots:
         QCOMPARE(Decoded("CE301"_ba, "\2ET0PE(1,5)ET0PE(1)ET0PE(2)ET0PE(3)ET0PE(4)\3"_ba), "ok 0 1 2 3 4"_ba);
     }
 
-    void damaged_data()
-    {
-        QTest::addColumn<QByteArray>("decoder");
-        QTest::addColumn<QByteArray>("pack");
-        QTest::addColumn<QList<int>>("acceptedLengths");
-        QTest::addColumn<QList<int>>("unprotectedBytes");
-        using Bytes = QList<int>;
-
-        QTest::addRow("CE102") << "CE102"_ba << StuffedCE102 << Bytes{22} << Bytes{};
-        QTest::addRow("SET3") << "SET3"_ba << AnswerSET3 << Bytes{23} << Bytes{};
-        QTest::addRow("SET1: code, what follows") << "SET1"_ba << AnswerSET1 + 'U' << Bytes{15, 16} << Bytes{1, 15};
-        QTest::addRow("SET1, short: data") << "SET1"_ba << ShortSET1 << Bytes{8, 9} << Bytes{2, 3, 4, 5, 6, 7, 8};
-        QTest::addRow("CE301 clock: text") << "CE301 time"_ba
-                                           << "TIME_(12)"_ba << Bytes{9} << Bytes{6, 7};
-        QTest::addRow("CE301: where it stays a number")
-            << "CE301"_ba
-            << "\2ET0PE(1)ET0PE(2)ET0PE(3)ET0PE(4)ET0PE(5)\3m"_ba << Bytes{42, 43} << Bytes{7, 15, 23, 31, 39, 42};
-    }
-
+    // Which lengths of an answer are accepted, and in which bytes a flipped bit stays unseen.
     void damaged()
     {
-        QFETCH(QByteArray, decoder);
-        QFETCH(QByteArray, pack);
-        const auto accepted = [&decoder](const QByteArray& bytes) { return Decoded(decoder, bytes).startsWith("ok"); };
+        using Bytes = QList<int>;
+        const auto check = [](const QByteArray& decoder, const QByteArray& pack, const Bytes& acceptedLengths,
+                               const Bytes& unprotectedBytes) {
+            const auto accepted = [&](const QByteArray& bytes) { return Decoded(decoder, bytes).startsWith("ok"); };
+            Bytes lengths;
+            for (int length = 0; length <= pack.size(); ++length)
+                if (accepted(pack.first(length)))
+                    lengths += length;
+            QCOMPARE(lengths, acceptedLengths);
 
-        QList<int> lengths;
-        for (int length = 0; length <= pack.size(); ++length)
-            if (accepted(pack.first(length)))
-                lengths += length;
-        QTEST(lengths, "acceptedLengths");
-
-        QList<int> unprotected;
-        for (int bit = 0; bit < 8 * pack.size(); ++bit) {
-            QByteArray flipped = pack;
-            flipped[bit / 8] = static_cast<char>(flipped.at(bit / 8) ^ 1 << bit % 8);
-            if (accepted(flipped) && !unprotected.endsWith(bit / 8))
-                unprotected += bit / 8;
-        }
-        QTEST(unprotected, "unprotectedBytes");
+            Bytes unprotected;
+            for (int bit = 0; bit < 8 * pack.size(); ++bit) {
+                QByteArray flipped = pack;
+                flipped[bit / 8] = static_cast<char>(flipped.at(bit / 8) ^ 1 << bit % 8);
+                if (accepted(flipped) && !unprotected.endsWith(bit / 8))
+                    unprotected += bit / 8;
+            }
+            QCOMPARE(unprotected, unprotectedBytes);
+        };
+        check("CE102"_ba, StuffedCE102, {22}, {});
+        check("SET3"_ba, AnswerSET3, {23}, {});
+        check("SET1"_ba, AnswerSET1 + 'U', {15, 16}, {1, 15}); // code, what follows
+        check("SET1"_ba, ShortSET1, {8, 9}, {2, 3, 4, 5, 6, 7, 8}); // data
+        check("CE301 time"_ba, "TIME_(12)", {9}, {6, 7}); // text
+        check("CE301"_ba, "\2ET0PE(1)ET0PE(2)ET0PE(3)ET0PE(4)ET0PE(5)\3m", {42, 43},
+            {7, 15, 23, 31, 39, 42}); // where it stays a number
     }
 };
 

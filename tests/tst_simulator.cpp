@@ -1,6 +1,10 @@
 #include "echonode.h"
 #include "virtualsubstation.h"
 
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -142,21 +146,19 @@ private slots:
             QCOMPARE(written, expected);
             QCOMPARE(reported.mid(1), report);
         };
-        const QByteArray first = ",energy,866.94 253.99 218.34 140.98 253.63,";
+        const QByteArray first = ",energy,866.94 253.99 218.34 140.98 253.63,,yes";
         const QByteArray second = ",energy,866.95 253.99 218.34 140.99 253.63,";
+        const QByteArray good = second + ",yes";
         const QByteArray answer = "c082153763004a550013370013630007c1";
 
-        check("", {"5370 11=c082153763004a550012370013630008c1", "15370 11=" + answer},
-            {first + ",yes", second + ",yes"});
-        check("late = 7000\nevery=2", {"22370 11=" + answer}, {second + ",yes"});
-        check("undecodable = checksum\nevery=2", {"15370 11=c082153763004a550013370013630006c1"},
-            {second + "checksum,yes"});
-        check("undecodable = half\nevery=2", {"15370 09=c082153763004a55c1"}, {second + "half,yes"});
-        check("undecodable = garbage\nevery=2", {"15370 11=c0b40af014254a045e97b7dee2ed89cfc1"},
-            {second + "garbage,yes"});
-        check("pieces = 3\nevery=2", {"15370 06=c08215376300", "16070 06=4a5500133700", "16770 05=13630007c1"},
-            {second + ",yes"});
-        check("glued = yes\nevery=2", {"15370 22=" + answer + answer}, {second + ",yes", second + ",yes"});
+        check("", {"5370 11=c082153763004a550012370013630008c1", "15370 11=" + answer}, {first, good});
+        check("late = 7000\nevery=2", {"22370 11=" + answer}, {good});
+        for (const auto& [flaw, sent] : {std::pair("checksum", "15370 11=c082153763004a550013370013630006c1"),
+                 std::pair("half", "15370 09=c082153763004a55c1"),
+                 std::pair("garbage", "15370 11=c0b40af014254a045e97b7dee2ed89cfc1")})
+            check("undecodable = "_ba + flaw + "\nevery=2", {sent}, {second + flaw + ",yes"});
+        check("pieces = 3\nevery=2", {"15370 06=c08215376300", "16070 06=4a5500133700", "16770 05=13630007c1"}, {good});
+        check("glued = yes\nevery=2", {"15370 22=" + answer + answer}, {good, good});
         check("nack = 1", {"170 NACK:00", "5170 NACK:01", "10170 NACK:02", "15170 NACK:03"}, {});
         check("every=2\n[all]\nloss = 1", {}, {second + ",no"});
         check("silent=yes\nalarm = 2014-03-04 08:30:05", {"5000 05=c0823535c1"}, {",alarm,,,yes"});
@@ -201,6 +203,26 @@ private slots:
             QCOMPARE(error.toUtf8(),
                 "line " + QByteArray::number(lines.size() + 2) + " of the scenario is not understood: " + lines.last());
         }
+    }
+
+    void registerInDatabase()
+    {
+        const QTemporaryDir directory;
+        auto base = QSqlDatabase::addDatabase(u"QSQLITE"_s);
+        base.setDatabaseName(directory.filePath(u"a.db"_s));
+        QVERIFY(base.open());
+        QCOMPARE(
+            QSqlQuery(u"CREATE TABLE \"Counters\" AS SELECT 1 AS global_id, 'КТП' AS \"UIN\", 70000 AS \"Number\", "
+                      "'SET3' AS \"Model\", 1 AS \"Type\", '' AS \"KI_Number\""_s)
+                .lastError()
+                .text(),
+            QString());
+        QString error;
+        const auto meters = ReadRegister(base.databaseName(), error);
+        QVERIFY2(meters && meters->size() == 1, qPrintable(error));
+        const RegisteredMeter& meter = meters->first();
+        QCOMPARE(meter.uin + ' ' + meter.number + ' ' + meter.dialect->model.toByteArray(), "КТП 70000 SET3");
+        QVERIFY(meter.onLocalLine);
     }
 };
 

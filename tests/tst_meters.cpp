@@ -126,6 +126,7 @@ private slots:
         decoder = "CE102"_ba;
         row("noise around", "55"_hex + AnswerCE102 + "c0ff"_hex, "ok 1 1234 1 130 10270000");
         row("stuffed, its checksum too", StuffedCE102, "ok 1 dbc0 c0db 130 c0dbdc7a");
+        row("simulated, stuffed", EnergyCE102(0xDBC0, 0xC0DB), "ok 1 dbc0 1 130 dbc00000");
         row("request bit", "c0 48 3412 0100 d2 0230 1027 95 c0"_hex, "ok 0 1234 1 230 1027");
         row("length not that of the data", "c0 48 3412 0100 53 0130 1027 53 c0"_hex, "no 1 1234 1 cccc old");
         row("class 4", "c0 48 3412 0100 42 0130 1027 d4 c0"_hex, "no 1 1234 1 cccc old");

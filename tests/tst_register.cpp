@@ -75,9 +75,8 @@ private slots:
             << Header + "1,\xCA\xD2\xCF,1,CE301,1,\n" + QByteArray("2,\0,1,CE301,1,\n", 15)
                 + "3,\"a,1,CE301,1,\n4,5,,,,,\n" + Meter("5") + Meter("5", Uin, "x", "SET3")
                 + Meter("6", "A", "", "CE301", "1") + Meter("7", "B", "", "CE301", "1")
-            << u"f, line 2: this is not UTF-8 text\nf, line 3: this is not UTF-8 text\nf, line 4: a quote is not "
-               u"closed\n"
-               "f, line 5: there are 7 values under 6 columns\n"
+            << u"f, line 2: this is not UTF-8 text\nf, line 3: this is not UTF-8 text\n"
+               "f, line 4: a quote is not closed\nf, line 5: there are 7 values under 6 columns\n"
                "f, line 7: the Number of a SET3 must be a whole number from 0 to 2147483647, not \"x\"\n"
                "f, line 7: global_id is \"5\", as in f, line 6\n"
                "f, line 7: the UIN is \"000D6F00001733EB\", as in f, line 6\n"

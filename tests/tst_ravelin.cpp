@@ -70,9 +70,11 @@ private slots:
         QString path;
         {
             Ravelin controller;
-            controller.prepareTemplateSettings()->setValue("a"_L1, 1);
-            controller.prepareTemplateSettings()->sync();
-            path = controller.prepareTemplateSettings()->fileName();
+            QSettings* const settings = controller.prepareTemplateSettings();
+            QCOMPARE(controller.prepareTemplateSettings(), settings);
+            settings->setValue("a"_L1, 1);
+            settings->sync();
+            path = settings->fileName();
             QVERIFY(QFile::exists(path));
         }
         QVERIFY(!QFile::exists(path));

@@ -163,6 +163,7 @@ private slots:
         const auto number = [&](const char* what) {
             return [&heard, what](int i) { heard += what + QByteArray::number(i); };
         };
+        connect(&*modem, &ZigBee::Received, this, [&](const QByteArray& data) { number("raw ")(int(data.size())); });
         connect(&*modem, &ZigBee::NewNode, this,
             [&](const QByteArray& uin) { message("new ")(uin, modem->SearchZDeviceFromUIN(uin).toUtf8()); });
         connect(&*modem, &ZigBee::ReceivedUCAST, this, message("unicast "));
@@ -181,9 +182,9 @@ private slots:
         modem->timer_event();
         modem->timer_event();
         QCOMPARE(heard,
-            (Lines{"new 000D6F0000001000 NEWNODE", "unicast 000D6F0000001000 \0u"_ba, "new 000D6F0000001001 NEWNODE",
-                "broadcast 000D6F0000001001 \0ub"_ba, "ack 2", "nack 3", "accept 1", "error 26",
-                "new 0000000000000000 none", "new 000D6F00001733EB FFD:"}));
+            (Lines{"raw 97", "new 000D6F0000001000 NEWNODE", "unicast 000D6F0000001000 \0u"_ba,
+                "new 000D6F0000001001 NEWNODE", "broadcast 000D6F0000001001 \0ub"_ba, "ack 2", "nack 3", "accept 1",
+                "error 26", "raw 44", "new 0000000000000000 none", "new 000D6F00001733EB FFD:"}));
     }
 
     // A receiver may let the event loop run, and the poll timer with it.

@@ -15,10 +15,11 @@ import time
 
 TESTS = {
     "app": ["tst_ravelin"],
-    "collector": ["tst_collectorvalues", "tst_collector"],
+    "collector": ["tst_collectorvalues", "tst_collector", "tst_answers"],
     "meters": ["tst_meters"],
+    "register": ["tst_register"],
     "support": ["tst_support"],
-    "tools": ["tst_register", "tst_airtimeplan"],
+    "tools": ["tst_airtimeplan"],
     "zigbee": ["tst_modemparser", "tst_radiolists", "tst_radiolink"],
 }
 DEFAULT_FILES = ["zigbee/modemparser.cpp", "collector/pollingcycle.cpp"]

@@ -55,65 +55,61 @@ class tst_ModemParser : public QObject {
     Q_OBJECT
 
 private slots:
-    void events_data();
-    void events();
-    void nestedBroadcastsStayBounded();
+    void events_data()
+    {
+        QTest::addColumn<QByteArray>("chunk");
+        QTest::addColumn<QByteArray>("events");
+        const auto row = [](const char* name, const QByteArray& chunk, const QByteArray& events) {
+            QTest::addRow("%s", name) << Whole(chunk) << Whole(events);
+        };
+
+        row("in tag order, nodes known to later tags", EveryTag, EveryEvent);
+        row("address: 15 characters", "FFD:000D6F0000AAAAA", "");
+        row("address: any 16 bytes", "FFD:000D6F0000AA\0A\r\n"_ba, "new 000D6F0000AA\0A\r\n FFD:"_ba);
+        row("joined: blank is part of the tag", "\r\nNEWNODE:{B}\r\n", "");
+        row("lone colon, tag twice in a row", ":FFD:FFD:{B}", "new FFD:000D6F0000AA FFD:; new {B} FFD:");
+
+        row("unicast: only at the start of a line", "UCAST:{A},01:x\n\nUCAST:{A},01:x\r\n", "");
+        row("unicast: raw bytes", "\r\nUCAST:{A},05:\xC0\0\r\n\xC1\r\n"_ba, "unicast {A}|\xC0\0\r\n\xC1"_ba);
+        row("unicast: \"=\" behind the length", "\r\nUCAST:{A},05=abcde\r\n", "unicast {A}|abcde");
+        row("unicast: address cut", "\r\nUCAST:000D6F", "unicast 000D6F|");
+        row("unicast: neither form", "\r\nUCAST:{A};05:abcde\r\nUCAST:{A}", "unicast {A}|; unicast {A}|");
+        row("unicast: length in lower case", "\r\nUCAST:{A},0a:0123456789\r\n", "unicast {A}|0123456789");
+        row("unicast: length 127", "\r\nUCAST:{A},7F:" + QByteArray(128, 'x'), "unicast {A}|" + QByteArray(127, 'x'));
+        row("unicast: length 128 is negative", "\r\nUCAST:{A},80:" + QByteArray(128, 'x'), "unicast {A}|");
+        row("unicast: length is no number", "\r\nUCAST:{A},zz:abc\r\n", "unicast {A}|");
+        row("unicast: more announced than there, the chunk's last bytes", "\r\nUCAST:{A},05:abc", "unicast {A}|5:abc");
+        row("unicast: chunk ends behind the length", "\r\nUCAST:{A},03", "unicast {A}|,03");
+        row("unicast: more announced than the chunk has", "\r\nUCAST:{A},7F:ab", "unicast {A}|\r\nUCAST:{A},7F:ab");
+        row("unicast: text up to a lone LF", "\r\nUCAST:{A}=te\nxt\r\n", "unicast {A}|te");
+        row("unicast: text cut, zero byte in it", "\r\nUCAST:{A}=t\0x"_ba, "unicast {A}|t\0x"_ba);
+        row("broadcast: at the start of a chunk", "BCAST:{A},02:hi\r\n", "broadcast {A}|hi");
+        row("broadcast: inside a line", "xBCAST:{B}=hi\r\n", "new {B} NEWNODE; broadcast {B}|hi");
+        row("tags inside a payload", "\r\nUCAST:{A},0A:FFD:NACK:5", "unicast {A}|FFD:NACK:5; nack 5");
+        row("carry-over: text is added, also to binary; binary replaces; neither form repeats; no number empties",
+            "\r\nUCAST:{A}=one\r\nUCAST:{A}=two\r\nUCAST:{A},03:abc\r\nUCAST:{A}\r\nUCAST:{A}=d\r\nUCAST:{A},??:x\r\n",
+            "unicast {A}|one; unicast {A}|onetwo; unicast {A}|abc; unicast {A}|abc; unicast {A}|abcd; unicast {A}|");
+
+        row("ACK behind LF and NACK only", "ACK:03\rACK:03nACK:03\nACK:04NACK:05", "ack 4; nack 5");
+        row("ACK: numbers", "\nACK:99\nACK:\nACK:0x\nACK:1", "ack 99; ack 1");
+        row("accepted", "+UCASTB:07UCASTB:08+UCASTB:1A", "accepted 7");
+        row("refused", "ERROR:1A\r\nERROR:ff\r\nERROR:\r\n", "refused 26; refused 255");
+    }
+
+    void events()
+    {
+        QFETCH(QByteArray, chunk);
+        QTEST(Events(chunk).join("; "), "events");
+    }
+
+    void nestedBroadcastsStayBounded()
+    {
+        qsizetype longest = 0;
+        for (const QByteArray& event : Events(Whole("BCAST:{A}=").repeated(10'000)))
+            longest = std::max(longest, event.size());
+        QCOMPARE(longest, Whole("broadcast {A}|").size() + 65536);
+    }
 };
-
-void tst_ModemParser::events_data()
-{
-    QTest::addColumn<QByteArray>("chunk");
-    QTest::addColumn<QByteArray>("events");
-    const auto row = [](const char* name, const QByteArray& chunk, const QByteArray& events) {
-        QTest::addRow("%s", name) << Whole(chunk) << Whole(events);
-    };
-
-    row("in tag order, nodes known to later tags", EveryTag, EveryEvent);
-    row("address: 15 characters", "FFD:000D6F0000AAAAA", "");
-    row("address: any 16 bytes", "FFD:000D6F0000AA\0A\r\n"_ba, "new 000D6F0000AA\0A\r\n FFD:"_ba);
-    row("joined: blank is part of the tag", "\r\nNEWNODE:{B}\r\n", "");
-    row("lone colon, tag twice in a row", ":FFD:FFD:{B}", "new FFD:000D6F0000AA FFD:; new {B} FFD:");
-
-    row("unicast: only at the start of a line", "UCAST:{A},01:x\n\nUCAST:{A},01:x\r\n", "");
-    row("unicast: raw bytes", "\r\nUCAST:{A},05:\xC0\0\r\n\xC1\r\n"_ba, "unicast {A}|\xC0\0\r\n\xC1"_ba);
-    row("unicast: \"=\" behind the length", "\r\nUCAST:{A},05=abcde\r\n", "unicast {A}|abcde");
-    row("unicast: address cut", "\r\nUCAST:000D6F", "unicast 000D6F|");
-    row("unicast: neither form", "\r\nUCAST:{A};05:abcde\r\nUCAST:{A}", "unicast {A}|; unicast {A}|");
-    row("unicast: length in lower case", "\r\nUCAST:{A},0a:0123456789\r\n", "unicast {A}|0123456789");
-    row("unicast: length 127", "\r\nUCAST:{A},7F:" + QByteArray(128, 'x'), "unicast {A}|" + QByteArray(127, 'x'));
-    row("unicast: length 128 is negative", "\r\nUCAST:{A},80:" + QByteArray(128, 'x'), "unicast {A}|");
-    row("unicast: length is no number", "\r\nUCAST:{A},zz:abc\r\n", "unicast {A}|");
-    row("unicast: more announced than there, the chunk's last bytes", "\r\nUCAST:{A},05:abc", "unicast {A}|5:abc");
-    row("unicast: chunk ends behind the length", "\r\nUCAST:{A},03", "unicast {A}|,03");
-    row("unicast: more announced than the chunk has", "\r\nUCAST:{A},7F:ab", "unicast {A}|\r\nUCAST:{A},7F:ab");
-    row("unicast: text up to a lone LF", "\r\nUCAST:{A}=te\nxt\r\n", "unicast {A}|te");
-    row("unicast: text cut, zero byte in it", "\r\nUCAST:{A}=t\0x"_ba, "unicast {A}|t\0x"_ba);
-    row("broadcast: at the start of a chunk", "BCAST:{A},02:hi\r\n", "broadcast {A}|hi");
-    row("broadcast: inside a line", "xBCAST:{B}=hi\r\n", "new {B} NEWNODE; broadcast {B}|hi");
-    row("tags inside a payload", "\r\nUCAST:{A},0A:FFD:NACK:5", "unicast {A}|FFD:NACK:5; nack 5");
-    row("carry-over: text is added, also to binary; binary replaces; neither form repeats; no number empties",
-        "\r\nUCAST:{A}=one\r\nUCAST:{A}=two\r\nUCAST:{A},03:abc\r\nUCAST:{A}\r\nUCAST:{A}=d\r\nUCAST:{A},??:x\r\n",
-        "unicast {A}|one; unicast {A}|onetwo; unicast {A}|abc; unicast {A}|abc; unicast {A}|abcd; unicast {A}|");
-
-    row("ACK behind LF and NACK only", "ACK:03\rACK:03nACK:03\nACK:04NACK:05", "ack 4; nack 5");
-    row("ACK: numbers", "\nACK:99\nACK:\nACK:0x\nACK:1", "ack 99; ack 1");
-    row("accepted", "+UCASTB:07UCASTB:08+UCASTB:1A", "accepted 7");
-    row("refused", "ERROR:1A\r\nERROR:ff\r\nERROR:\r\n", "refused 26; refused 255");
-}
-
-void tst_ModemParser::events()
-{
-    QFETCH(QByteArray, chunk);
-    QTEST(Events(chunk).join("; "), "events");
-}
-
-void tst_ModemParser::nestedBroadcastsStayBounded()
-{
-    qsizetype longest = 0;
-    for (const QByteArray& event : Events(Whole("BCAST:{A}=").repeated(10'000)))
-        longest = std::max(longest, event.size());
-    QCOMPARE(longest, Whole("broadcast {A}|").size() + 65536);
-}
 
 QTEST_GUILESS_MAIN(tst_ModemParser)
 #include "tst_modemparser.moc"

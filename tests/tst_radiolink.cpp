@@ -1,11 +1,12 @@
 #include "clock.h"
+#include "files.h"
 #include "log.h"
-#include "pseudoterminal.h"
+#include "terminal.h"
 #include "virtualtime.h"
 #include "zigbee.h"
 
 #include <QAbstractEventDispatcher>
-#include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -13,7 +14,6 @@
 #include <optional>
 
 #include <poll.h>
-#include <sys/ioctl.h>
 
 using namespace Qt::StringLiterals;
 
@@ -23,25 +23,40 @@ using Answers = QMap<QByteArray, QByteArray>;
 namespace {
 
 const QDateTime Start(QDate(2014, 3, 4), QTime(8, 29, 30));
-constexpr int PatienceMs = 5000;
 constexpr int SilenceMs = 50;
 
 const auto Identity = "\r\nR302X\r\n000D6F00001733EB\r\nOK\r\n"_ba;
 const auto Announcement = "at+bcastb:13,00\r\xC0\x05" + "000D6F00001733EB\xC1"_ba;
 
-/// The modem's end of the line in virtual time: it answers whenever the driver has waited. What the driver wrote is
-/// kept with its time in ms.
-class Desk final {
-public:
-    Desk(const QString& path, Answers whatItAnswers) : answers(std::move(whatItAnswers))
+} // namespace
+
+class tst_RadioLink : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> directory;
+    std::unique_ptr<TLog> log;
+    std::unique_ptr<PseudoTerminal> line; // the modem's end
+    std::optional<ZigBee> modem;
+    Answers answers;
+    Lines written; // by the driver, each with its time in ms
+    qint64 lastAct = 0;
+
+    [[nodiscard]] QString Port() const { return directory->filePath(u"modem"_s); }
+
+    void Plug()
     {
+        line = std::make_unique<PseudoTerminal>();
         QString error;
-        if (!terminal.Open(path, error))
-            qFatal("%s", qPrintable(error));
-        VirtualTime::WhileWaiting([this] { Act(); });
+        QVERIFY2(line->Open(Port(), error), qPrintable(error));
     }
 
-    ~Desk() { VirtualTime::WhileWaiting(nullptr); }
+    /// A driver at work on a modem that answers whenever the driver has waited.
+    void Begin(const Answers& whatItAnswers = {})
+    {
+        answers = whatItAnswers;
+        Plug();
+        modem.emplace(nullptr, Port(), true);
+    }
 
     void Act()
     {
@@ -49,264 +64,206 @@ public:
         if (!bytes.isEmpty())
             written += QByteArray::number(lastAct) + ' ' + bytes;
         lastAct = Start.msecsTo(CurrentDateTime());
-        Say(answers.value(bytes));
+        SayTo(*line, answers.value(bytes));
     }
 
-    /// Returns when the driver's side can read all of `bytes`.
-    void Say(const QByteArray& bytes)
-    {
-        int unread = 0;
-        ::ioctl(terminal.DaemonSide(), FIONREAD, &unread);
-        const qsizetype all = unread + terminal.Write(bytes);
-        for (int ms = 0; unread < all && ms < PatienceMs; ++ms) {
-            ::poll(nullptr, 0, 1);
-            ::ioctl(terminal.DaemonSide(), FIONREAD, &unread);
-        }
-        QCOMPARE(unread, all);
-    }
-
-    QByteArray Heard(qsizetype size, int patienceMs = PatienceMs)
+    [[nodiscard]] QByteArray Heard(qsizetype size, int patienceMs = 5000)
     {
         QByteArray bytes;
-        pollfd line{terminal.Descriptor(), POLLIN, 0};
-        while (bytes.size() < size && ::poll(&line, 1, patienceMs) == 1)
-            bytes += terminal.Read();
+        pollfd end{line->Descriptor(), POLLIN, 0};
+        while (bytes.size() < size && ::poll(&end, 1, patienceMs) == 1)
+            bytes += line->Read();
         return bytes;
     }
 
-    PseudoTerminal terminal;
-    Lines written;
+    [[nodiscard]] Lines Table() const
+    {
+        Lines lines;
+        for (const ZDevice* node = modem->Nodes(); node; node = node->Next)
+            lines += node->UIN + ' ' + node->Type.toUtf8();
+        return lines;
+    }
 
-private:
-    const Answers answers;
-    qint64 lastAct = 0;
-};
-
-} // namespace
-
-class tst_RadioLink : public QObject {
-    Q_OBJECT
+    /// The log without its times, the port's path shortened.
+    [[nodiscard]] QStringList LogTexts() const
+    {
+        static const QRegularExpression times(u"^.{24}"_s, QRegularExpression::MultilineOption);
+        const QString lines = QString::fromUtf8(Contents(log->Path())).remove(times);
+        return QString(lines).replace(Port(), u"PORT"_s).split(u'\n', Qt::SkipEmptyParts);
+    }
 
 private slots:
-    void init();
-    void cleanup();
-    void startUpAndReset();
-    void identity();
-    void unicastLengths();
-    void pollSignals();
-    void pollInsidePoll();
-    void everythingAfterALongWait();
-    void portGoneAndBack();
-    void nobodyDrains();
+    void init()
+    {
+        VirtualTime::Reset(Start);
+        VirtualTime::WhileWaiting([this] { Act(); });
+        directory = std::make_unique<QTemporaryDir>();
+        log = std::make_unique<TLog>(directory->filePath(u"log"_s));
+        pLog = log.get();
+    }
 
-private: // NOLINT(readability-redundant-access-specifiers)
-    void Begin(const Answers& answers = {});
-    [[nodiscard]] QString Port() const { return directory->filePath(u"modem"_s); }
-    [[nodiscard]] Lines Table() const;
-    [[nodiscard]] Lines LogTexts() const;
+    void cleanup()
+    {
+        modem.reset();
+        pLog = nullptr;
+        written.clear();
+        lastAct = 0;
+    }
 
-    std::unique_ptr<QTemporaryDir> directory;
-    std::unique_ptr<TLog> log;
-    std::optional<Desk> desk;
-    std::optional<ZigBee> modem;
-};
+    void startUpAndReset()
+    {
+        const Lines fresh{"000D6F00001733EB Main Device"};
+        Begin({{"ati\r\n", Identity}, {"at+sn\r\n", "\r\nOK\r\n\r\nCOO:000D6F0000001000\r\n"}});
+        QCOMPARE(Table(), fresh);
+        Act();
+        modem->UpdateZNetwork();
+        QCOMPARE(Table(), fresh + Lines{"000D6F0000001000 COO:"});
+        modem->Reset();
+        QCOMPARE(Table(), fresh);
+        QCOMPARE(written,
+            (Lines{"0 atz\r\n", "5000 ati\r\n", "6000 atz\r\n", "11200 at+jn\r\n", "12200 at+en\r\n", "13200 at+sn\r\n",
+                "13200 atz\r\n", "18200 ati\r\n", "19200 atz\r\n", "24400 at+jn\r\n", "25400 at+en\r\n"}));
+    }
 
-void tst_RadioLink::init()
-{
-    VirtualTime::Reset(Start);
-    directory = std::make_unique<QTemporaryDir>();
-    log = std::make_unique<TLog>(directory->filePath(u"log"_s));
-    pLog = log.get();
-}
+    void identity()
+    {
+        const auto check = [this](const QByteArray& answer, const QByteArray& expected) {
+            Begin({{"atz\r\n", QByteArray(80, '?')}, {"ati\r\n", answer}});
+            QCOMPARE(QByteArray::number(modem->ModemVersion) + '|' + modem->MainUIN, expected);
+            QCOMPARE(modem->Nodes()->UIN, modem->MainUIN);
+        };
+        check("ati\r\r\nR123X\r\n000D6F00001733EB\r\nOK\r\n", "123|000D6F00001733EB"); // noise before it
+        check("\r\nR\r\n1X\r\n000D6F00001733EB\r\n", "1|000D6F00001733EB"); // a line end inside the version
+        check("\r\n456abc\r000D6F00001733EB\r\nOK\r\n", "456|\r000D6F00001733E"); // no version line: fixed places
+        check("\r\nr123X\r\n000D6F00001733EB", "0|\n000D6F00001733E"); // lower case is no version line either
+        check("\r\nR123X\r\n000D\0F00001733EB"_ba, "123|000D"); // a zero byte ends the text, as does its 80th byte
+        check(QByteArray(62, 'x') + "\r\nR123X\r\n000D6F00001733EB\r\n", "123|000D6F000");
+        check("", "0|");
+    }
 
-void tst_RadioLink::cleanup()
-{
-    modem.reset();
-    desk.reset();
-    pLog = nullptr;
-}
+    void unicastLengths()
+    {
+        Begin();
+        for (const QByteArray& message : {""_ba, "\0\r\n\xC0"_ba, QByteArray(255, 'x'), QByteArray(256, 'y')})
+            modem->SendMessageToZDevice("000D6F0000001000", message);
+        const QByteArray expected = "at+sn\r\nat+ucastb:00,000D6F0000001000\r"
+                                    "at+ucastb:04,000D6F0000001000\r\0\r\n\xC0"
+                                    "at+ucastb:ff,000D6F0000001000\r"_ba
+            + QByteArray(255, 'x') + "at+ucastb:00,000D6F0000001000\r" + QByteArray(256, 'y');
+        QCOMPARE(Heard(expected.size()), expected);
+    }
 
-void tst_RadioLink::Begin(const Answers& answers)
-{
-    desk.emplace(Port(), answers);
-    modem.emplace(nullptr, Port(), true);
-}
+    void pollSignals()
+    {
+        Begin({{"ati\r\n", Identity}});
+        Lines heard;
+        const auto message = [&](const char* what) {
+            return [&heard, what](const QByteArray& uin, const QByteArray& text) { heard += what + uin + ' ' + text; };
+        };
+        const auto number = [&](const char* what) {
+            return [&heard, what](int i) { heard += what + QByteArray::number(i); };
+        };
+        connect(&*modem, &ZigBee::Received, this, [&](const QByteArray& data) { number("raw ")(int(data.size())); });
+        connect(&*modem, &ZigBee::NewNode, this,
+            [&](const QByteArray& uin) { message("new ")(uin, modem->SearchZDeviceFromUIN(uin).toUtf8()); });
+        connect(&*modem, &ZigBee::ReceivedUCAST, this, message("unicast "));
+        connect(&*modem, &ZigBee::ReceivedBCAST, this, message("broadcast "));
+        connect(&*modem, &ZigBee::ReceivedACK, this, number("ack "));
+        connect(&*modem, &ZigBee::ReceivedNACK, this, number("nack "));
+        connect(&*modem, &ZigBee::AcceptUCAST, this, number("accept "));
+        connect(&*modem, &ZigBee::Error, this, number("error "));
 
-Lines tst_RadioLink::Table() const
-{
-    Lines lines;
-    for (const ZDevice* node = modem->Nodes(); node; node = node->Next)
-        lines += node->UIN + ' ' + node->Type.toUtf8();
-    return lines;
-}
+        SayTo(*line,
+            "\r\nERROR:1A\r\n+UCASTB:01\r\nACK:02\r\nNACK:03\r\nBCAST:000D6F0000001001=b\r\n"
+            "UCAST:000D6F0000001000,02:\0u\r\n"_ba);
+        modem->timer_event();
+        // The table refuses the address of zeros, so it is new at every scan. The modem's own is a node like any other.
+        SayTo(*line, "FFD:0000000000000000\r\nFFD:000D6F00001733EB\r\n");
+        modem->timer_event();
+        modem->timer_event();
+        QCOMPARE(heard,
+            (Lines{"raw 97", "new 000D6F0000001000 NEWNODE", "unicast 000D6F0000001000 \0u"_ba,
+                "new 000D6F0000001001 NEWNODE", "broadcast 000D6F0000001001 \0ub"_ba, "ack 2", "nack 3", "accept 1",
+                "error 26", "raw 44", "new 0000000000000000 none", "new 000D6F00001733EB FFD:"}));
+    }
 
-/// The log without its times, the port's path shortened.
-Lines tst_RadioLink::LogTexts() const
-{
-    Lines lines;
-    QFile file(log->Path());
-    if (file.open(QIODevice::ReadOnly))
-        while (!file.atEnd())
-            lines += file.readLine().mid(24).trimmed().replace(Port().toUtf8(), "PORT");
-    return lines;
-}
+    // A receiver may let the event loop run, and the poll timer with it.
+    void pollInsidePoll()
+    {
+        Begin();
+        int told = 0;
+        connect(&*modem, &ZigBee::NewNode, this, [&] {
+            if (++told == 1) {
+                SayTo(*line, "SED:000D6F0000001001\r\n");
+                modem->timer_event();
+            }
+        });
+        SayTo(*line, "FFD:000D6F0000001000\r\nFFD:000D6F0000001001\r\n");
+        modem->timer_event();
+        QCOMPARE(Table(), (Lines{" Main Device", "000D6F0000001000 FFD:", "000D6F0000001001 SED:"}));
+        QCOMPARE(told, 2);
+    }
 
-void tst_RadioLink::startUpAndReset()
-{
-    const Lines fresh{"000D6F00001733EB Main Device"};
-    Begin({{"ati\r\n", Identity}, {"at+sn\r\n", "\r\nOK\r\n\r\nCOO:000D6F0000001000\r\n"}});
-    QCOMPARE(Table(), fresh);
-    desk->Act();
-    modem->UpdateZNetwork();
-    QCOMPARE(Table(), fresh + Lines{"000D6F0000001000 COO:"});
-    modem->Reset();
-    QCOMPARE(Table(), fresh);
-    QCOMPARE(desk->written,
-        (Lines{"0 atz\r\n", "5000 ati\r\n", "6000 atz\r\n", "11200 at+jn\r\n", "12200 at+en\r\n", "13200 at+sn\r\n",
-            "13200 atz\r\n", "18200 ati\r\n", "19200 atz\r\n", "24400 at+jn\r\n", "25400 at+en\r\n"}));
-}
+    // The system hands out 4 KiB a read at most; a poll that stopped there would cut a line.
+    void everythingAfterALongWait()
+    {
+        Begin();
+        SayTo(*line, QByteArray(4000, 'x'));
+        const qsizetype sent = 4000 + line->Write(QByteArray(4000, 'y'));
+        ::poll(nullptr, 0, SilenceMs);
+        QCOMPARE(modem->GetMessageFromModem().size(), sent);
+    }
 
-void tst_RadioLink::identity()
-{
-    const auto check = [this](const QByteArray& answer, const QByteArray& expected) {
-        Begin({{"atz\r\n", QByteArray(80, '?')}, {"ati\r\n", answer}});
-        QCOMPARE(QByteArray::number(modem->ModemVersion) + '|' + modem->MainUIN, expected);
-        QCOMPARE(modem->Nodes()->UIN, modem->MainUIN);
-    };
-    check("ati\r\r\nR123X\r\n000D6F00001733EB\r\nOK\r\n", "123|000D6F00001733EB"); // noise before it
-    check("\r\nR\r\n1X\r\n000D6F00001733EB\r\n", "1|000D6F00001733EB"); // a line end inside the version
-    check("\r\n456abc\r000D6F00001733EB\r\nOK\r\n", "456|\r000D6F00001733E"); // no version line: fixed places
-    check("\r\nr123X\r\n000D6F00001733EB", "0|\n000D6F00001733E"); // lower case is no version line either
-    check("\r\nR123X\r\n000D\0F00001733EB"_ba, "123|000D"); // a zero byte ends the text, as does its 80th byte
-    check(QByteArray(62, 'x') + "\r\nR123X\r\n000D6F00001733EB\r\n", "123|000D6F000");
-    check("", "0|");
-}
-
-void tst_RadioLink::unicastLengths()
-{
-    Begin();
-    for (const QByteArray& message : {""_ba, "\0\r\n\xC0"_ba, QByteArray(255, 'x'), QByteArray(256, 'y')})
-        modem->SendMessageToZDevice("000D6F0000001000", message);
-    const QByteArray expected = "at+sn\r\nat+ucastb:00,000D6F0000001000\r"
-                                "at+ucastb:04,000D6F0000001000\r\0\r\n\xC0"
-                                "at+ucastb:ff,000D6F0000001000\r"_ba
-        + QByteArray(255, 'x') + "at+ucastb:00,000D6F0000001000\r" + QByteArray(256, 'y');
-    QCOMPARE(desk->Heard(expected.size()), expected);
-}
-
-void tst_RadioLink::pollSignals()
-{
-    Begin({{"ati\r\n", Identity}});
-    Lines heard;
-    const auto message = [&](const char* what) {
-        return [&heard, what](const QByteArray& uin, const QByteArray& text) { heard += what + uin + ' ' + text; };
-    };
-    const auto number = [&](const char* what) {
-        return [&heard, what](int i) { heard += what + QByteArray::number(i); };
-    };
-    connect(&*modem, &ZigBee::Received, this, [&](const QByteArray& data) { number("raw ")(int(data.size())); });
-    connect(&*modem, &ZigBee::NewNode, this,
-        [&](const QByteArray& uin) { message("new ")(uin, modem->SearchZDeviceFromUIN(uin).toUtf8()); });
-    connect(&*modem, &ZigBee::ReceivedUCAST, this, message("unicast "));
-    connect(&*modem, &ZigBee::ReceivedBCAST, this, message("broadcast "));
-    connect(&*modem, &ZigBee::ReceivedACK, this, number("ack "));
-    connect(&*modem, &ZigBee::ReceivedNACK, this, number("nack "));
-    connect(&*modem, &ZigBee::AcceptUCAST, this, number("accept "));
-    connect(&*modem, &ZigBee::Error, this, number("error "));
-
-    desk->Say("\r\nERROR:1A\r\n+UCASTB:01\r\nACK:02\r\nNACK:03\r\nBCAST:000D6F0000001001=b\r\n"
-              "UCAST:000D6F0000001000,02:\0u\r\n"_ba);
-    modem->timer_event();
-    // The table refuses the address of zeros, so it is new at every scan. The modem's own is a node like any other.
-    desk->Say("FFD:0000000000000000\r\nFFD:000D6F00001733EB\r\n");
-    modem->timer_event();
-    modem->timer_event();
-    QCOMPARE(heard,
-        (Lines{"raw 97", "new 000D6F0000001000 NEWNODE", "unicast 000D6F0000001000 \0u"_ba,
-            "new 000D6F0000001001 NEWNODE", "broadcast 000D6F0000001001 \0ub"_ba, "ack 2", "nack 3", "accept 1",
-            "error 26", "raw 44", "new 0000000000000000 none", "new 000D6F00001733EB FFD:"}));
-}
-
-// A receiver may let the event loop run, and the poll timer with it.
-void tst_RadioLink::pollInsidePoll()
-{
-    Begin();
-    int told = 0;
-    connect(&*modem, &ZigBee::NewNode, this, [&] {
-        if (++told == 1) {
-            desk->Say("SED:000D6F0000001001\r\n");
+    void portGoneAndBack()
+    {
+        const QString missing = u"Cannot open the modem port PORT: No such file or directory"_s;
+        Begin({{"ati\r\n", Identity}});
+        modem->SendBroadcastMessageToZDevice(QByteArray(60'000, 'x'));
+        line.reset();
+        int rounds = 0; // endless on a line that hung up and is still watched
+        while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents) && rounds < 100)
+            ++rounds;
+        QVERIFY(rounds < 100);
+        for (int i = 0; i < 2; ++i) {
+            modem->SendMainUIN();
             modem->timer_event();
         }
-    });
-    desk->Say("FFD:000D6F0000001000\r\nFFD:000D6F0000001001\r\n");
-    modem->timer_event();
-    QCOMPARE(Table(), (Lines{" Main Device", "000D6F0000001000 FFD:", "000D6F0000001001 SED:"}));
-    QCOMPARE(told, 2);
-}
+        const QStringList texts{u"The modem port PORT broke: the line was hung up"_s, missing};
+        QCOMPARE(LogTexts(), texts);
 
-// The system hands out 4 KiB a read at most; a poll that stopped there would cut a line.
-void tst_RadioLink::everythingAfterALongWait()
-{
-    Begin();
-    desk->Say(QByteArray(4000, 'x'));
-    const qsizetype sent = 4000 + desk->terminal.Write(QByteArray(4000, 'y'));
-    ::poll(nullptr, 0, SilenceMs);
-    QCOMPARE(modem->GetMessageFromModem().size(), sent);
-}
-
-void tst_RadioLink::portGoneAndBack()
-{
-    const QByteArray missing = "Cannot open the modem port PORT: No such file or directory";
-    modem.emplace(nullptr, Port(), true);
-    modem->timer_event();
-    QCOMPARE(LogTexts(), Lines{missing});
-
-    Begin({{"ati\r\n", Identity}});
-    modem->SendBroadcastMessageToZDevice(QByteArray(60'000, 'x'));
-    desk.reset();
-    int rounds = 0; // endless on a line that hung up and is still watched
-    while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents) && rounds < 100)
-        ++rounds;
-    QVERIFY(rounds < 100);
-    for (int i = 0; i < 2; ++i) {
-        modem->SendMainUIN();
+        Plug();
         modem->timer_event();
+        modem->SendMainUIN();
+        QCOMPARE(Heard(35), Announcement);
+        SayTo(*line, "\r\n");
+        modem->timer_event();
+        QCOMPARE(LogTexts(), texts + QStringList{u"The modem port PORT works again"_s});
     }
-    const Lines texts{missing, "The modem port PORT broke: the line was hung up", missing};
-    QCOMPARE(LogTexts(), texts);
 
-    desk.emplace(Port(), Answers());
-    modem->timer_event();
-    modem->SendMainUIN();
-    QCOMPARE(desk->Heard(35), Announcement);
-    desk->Say("\r\n");
-    modem->timer_event();
-    QCOMPARE(LogTexts(), texts + Lines{"The modem port PORT works again"});
-}
+    // What is kept for it are whole frames, the first ones.
+    void nobodyDrains()
+    {
+        Begin();
+        for (int i = 0; i < 200; ++i) {
+            modem->WriteToPort(QByteArray(1000, static_cast<char>('A' + i % 26)));
+            QCoreApplication::processEvents();
+        }
+        // Once, and once more whenever the system took a little of it meanwhile.
+        const QStringList told = LogTexts();
+        QVERIFY(!told.isEmpty() && told.size() < 10);
+        QCOMPARE(told.count(u"The modem port PORT takes no more data, 1000 bytes dropped"_s), told.size());
 
-// What is kept for it are whole frames, the first ones.
-void tst_RadioLink::nobodyDrains()
-{
-    Begin();
-    for (int i = 0; i < 200; ++i) {
-        modem->WriteToPort(QByteArray(1000, static_cast<char>('A' + i % 26)));
-        QCoreApplication::processEvents();
+        QByteArray drained;
+        for (qsizetype before = -1; before != drained.size(); QCoreApplication::processEvents()) {
+            before = drained.size();
+            drained += Heard(1, SilenceMs);
+        }
+        QVERIFY(drained.size() >= 65'007 && drained.size() < 150'000 && drained.size() % 1000 == 7);
+        QVERIFY(drained.startsWith("at+sn\r\nAAA"));
+        for (qsizetype i = 7; i < drained.size(); i += 1000)
+            QCOMPARE(drained.mid(i, 1000), QByteArray(1000, drained.at(i))); // whole or not at all
     }
-    // Once, and once more whenever the system took a little of it meanwhile.
-    const Lines told = LogTexts();
-    QVERIFY(!told.isEmpty() && told.size() < 10);
-    QCOMPARE(told.count("The modem port PORT takes no more data, 1000 bytes dropped"), told.size());
-
-    QByteArray drained;
-    for (qsizetype before = -1; before != drained.size(); QCoreApplication::processEvents()) {
-        before = drained.size();
-        drained += desk->Heard(1, SilenceMs);
-    }
-    QVERIFY(drained.size() >= 65'007 && drained.size() < 150'000 && drained.size() % 1000 == 7);
-    QVERIFY(drained.startsWith("at+sn\r\nAAA"));
-    for (qsizetype i = 7; i < drained.size(); i += 1000)
-        QCOMPARE(drained.mid(i, 1000), QByteArray(1000, drained.at(i))); // whole or not at all
-}
+};
 
 QTEST_GUILESS_MAIN(tst_RadioLink)
 #include "tst_radiolink.moc"

@@ -1,9 +1,8 @@
+#include "files.h"
 #include "log.h"
 #include "ravelin.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -14,86 +13,73 @@ using namespace Qt::StringLiterals;
 class tst_Ravelin : public QObject {
     Q_OBJECT
 
+    QTemporaryDir directory;
+
 private slots:
     void init() { qputenv("XDG_STATE_HOME", directory.path().toUtf8()); }
     void cleanup() { delete std::exchange(pLog, nullptr); }
-    void files_data();
-    void files();
-    void emptyNameReadsTwoFiles();
-    void templateSettings();
 
-private:
-    [[nodiscard]] QString Write(const QString& name, const QByteArray& contents) const;
+    void files_data()
+    {
+        QTest::addColumn<QByteArrayList>("files"); // one after the other
+        QTest::addColumn<QString>("values");
 
-    QTemporaryDir directory;
-};
+        QTest::addRow("numbers beyond their fields")
+            << QByteArrayList{"[Main]\nBCAST_to_UCAST_Delay=65537\nUCAST_to_UCAST_Delay=-1\n"
+                              "RepeateQueryKTPNumber=256\nRepeatQueryNumber=-1\n"}
+            << u"1 65535 0 255 /dev/ttyUSB0 :[30]0$ sqlite3 db/z.db -1 postgres "_s;
+        QTest::addRow("the later file stands alone")
+            << QByteArrayList{"[Main]\nPortKS=/dev/a\nTimeOfQuery=a\n[Base]\nBaseName=a\n", "[Main]\nPortKS=/dev/b\n"}
+            << u"15000 10000 15 5 /dev/b :[30]0$ sqlite3 db/z.db -1 postgres "_s;
+        const QByteArray base =
+            Write(directory.filePath(u"base.ini"_s), "[Base]\nBaseName=there\nSqlPort=5433\nBDType=postgres\n")
+                .toUtf8();
+        QTest::addRow("database keys of another file")
+            << QByteArrayList{"[Base]\nBaseName=here\nSqlLogin=here\nSqlPassword=here\nBaseIni=" + base + '\n'}
+            << u"15000 10000 15 5 /dev/ttyUSB0 :[30]0$ postgres there 5433 postgres "_s;
+    }
 
-QString tst_Ravelin::Write(const QString& name, const QByteArray& contents) const
-{
-    const QString path = QDir(directory.path()).absoluteFilePath(name);
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
-        qFatal("cannot write %s", qPrintable(path));
-    return path;
-}
+    void files()
+    {
+        QFETCH(QByteArrayList, files);
+        Ravelin controller;
+        for (const QByteArray& file : files)
+            QVERIFY(controller.LoadSettings(Write(directory.filePath(u"a.ini"_s), file)));
+        const SysVar& v = controller.LoadedSettings();
+        QString values;
+        QTextStream(&values) << v.BCAST_to_UCAST_Delay << ' ' << v.UCAST_to_UCAST_Delay << ' '
+                             << v.RepeateQueryKTPNumber << ' ' << v.RepeatQueryNumber << ' ' << v.PortKS << ' '
+                             << v.TimeOfQuery << ' ' << v.BDType << ' ' << v.BaseName << ' ' << v.SqlPort << ' '
+                             << v.SqlLogin << ' ' << v.SqlPassword;
+        QTEST(values, "values");
+    }
 
-void tst_Ravelin::files_data()
-{
-    QTest::addColumn<QByteArrayList>("files"); // one after the other
-    QTest::addColumn<QString>("values");
-
-    QTest::addRow("numbers beyond their fields")
-        << QByteArrayList{"[Main]\nBCAST_to_UCAST_Delay=65537\nUCAST_to_UCAST_Delay=-1\n"
-                          "RepeateQueryKTPNumber=256\nRepeatQueryNumber=-1\n"}
-        << u"1 65535 0 255 /dev/ttyUSB0 :[30]0$ sqlite3 db/z.db -1 postgres "_s;
-    QTest::addRow("the later file stands alone")
-        << QByteArrayList{"[Main]\nPortKS=/dev/a\nTimeOfQuery=a\n[Base]\nBaseName=a\n", "[Main]\nPortKS=/dev/b\n"}
-        << u"15000 10000 15 5 /dev/b :[30]0$ sqlite3 db/z.db -1 postgres "_s;
-    const QByteArray base = Write(u"base.ini"_s, "[Base]\nBaseName=there\nSqlPort=5433\nBDType=postgres\n").toUtf8();
-    QTest::addRow("database keys of another file")
-        << QByteArrayList{"[Base]\nBaseName=here\nSqlLogin=here\nSqlPassword=here\nBaseIni=" + base + '\n'}
-        << u"15000 10000 15 5 /dev/ttyUSB0 :[30]0$ postgres there 5433 postgres "_s;
-}
-
-void tst_Ravelin::files()
-{
-    QFETCH(QByteArrayList, files);
-    Ravelin controller;
-    for (const QByteArray& file : files)
-        QVERIFY(controller.LoadSettings(Write(u"a.ini"_s, file)));
-    const SysVar& v = controller.LoadedSettings();
-    QString values;
-    QTextStream(&values) << v.BCAST_to_UCAST_Delay << ' ' << v.UCAST_to_UCAST_Delay << ' ' << v.RepeateQueryKTPNumber
-                         << ' ' << v.RepeatQueryNumber << ' ' << v.PortKS << ' ' << v.TimeOfQuery << ' ' << v.BDType
-                         << ' ' << v.BaseName << ' ' << v.SqlPort << ' ' << v.SqlLogin << ' ' << v.SqlPassword;
-    QTEST(values, "values");
-}
-
-void tst_Ravelin::emptyNameReadsTwoFiles()
-{
-    Ravelin controller;
-    const QString besideProgram = Write(QCoreApplication::applicationFilePath() + ".ini"_L1,
-        "[Main]\nPortKS=/dev/beside\n[Base]\nLog=1\nLogName=" + directory.filePath(u"the.log"_s).toUtf8() + '\n');
-    controller.LoadSettings({});
-    QFile::remove(besideProgram);
-    QCOMPARE(controller.LoadedSettings().PortKS, u"/dev/beside"_s);
-    QVERIFY(pLog->Path() != directory.filePath(u"the.log"_s)); // the bus settings were not in that file
-}
-
-void tst_Ravelin::templateSettings()
-{
-    QString path;
+    void emptyNameReadsTwoFiles()
     {
         Ravelin controller;
-        QSettings* const settings = controller.prepareTemplateSettings();
-        QCOMPARE(controller.prepareTemplateSettings(), settings);
-        settings->setValue("a"_L1, 1);
-        settings->sync();
-        path = settings->fileName();
-        QVERIFY(QFile::exists(path));
+        const QString besideProgram = Write(QCoreApplication::applicationFilePath() + ".ini"_L1,
+            "[Main]\nPortKS=/dev/beside\n[Base]\nLog=1\nLogName=" + directory.filePath(u"the.log"_s).toUtf8() + '\n');
+        controller.LoadSettings({});
+        QFile::remove(besideProgram);
+        QCOMPARE(controller.LoadedSettings().PortKS, u"/dev/beside"_s);
+        QVERIFY(pLog->Path() != directory.filePath(u"the.log"_s)); // the bus settings were not in that file
     }
-    QVERIFY(!QFile::exists(path));
-}
+
+    void templateSettings()
+    {
+        QString path;
+        {
+            Ravelin controller;
+            QSettings* const settings = controller.prepareTemplateSettings();
+            QCOMPARE(controller.prepareTemplateSettings(), settings);
+            settings->setValue("a"_L1, 1);
+            settings->sync();
+            path = settings->fileName();
+            QVERIFY(QFile::exists(path));
+        }
+        QVERIFY(!QFile::exists(path));
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_Ravelin)
 #include "tst_ravelin.moc"

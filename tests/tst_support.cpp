@@ -1,9 +1,11 @@
 #include "appendfile.h"
 #include "database.h"
+#include "files.h"
 #include "log.h"
 #include "settingsfile.h"
 #include "virtualtime.h"
 
+#include <QDir>
 #include <QSqlDatabase>
 #include <QTemporaryDir>
 #include <QTest>
@@ -12,151 +14,120 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QByteArray Contents(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void Write(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-} // namespace
-
 class tst_Support : public QObject {
     Q_OBJECT
 
-private slots:
-    void init();
-    void log();
-    void logSurvivesAnUnwritablePath();
-    void settings_data();
-    void settings();
-    void databaseBySettings();
-
-private:
     [[nodiscard]] QString Path(const QString& name) const { return directory->filePath(name); }
 
     std::unique_ptr<QTemporaryDir> directory;
-};
 
-void tst_Support::init()
-{
-    directory = std::make_unique<QTemporaryDir>();
-    VirtualTime::Reset(QDateTime(QDate(2014, 3, 4), QTime(8, 29, 30, 7)));
-}
-
-void tst_Support::log()
-{
-    TLog log(Path(u"new/directory/a.log"_s));
-    log.Message(u"Связь:\r\nb \n"_s);
-    log.Enabled(false);
-    log.Message(u"off"_s);
-    log.Alert({});
-    QVERIFY(QFile::rename(log.Path(), Path(u"a.log.1"_s)));
-    VirtualTime::Advance(1000);
-    log.Alert(u"two"_s);
-    QCOMPARE(Contents(Path(u"a.log.1"_s)), "2014-03-04T08:29:30.007 Связь:  b\n2014-03-04T08:29:30.007 \n"_ba);
-    QCOMPARE(Contents(log.Path()), "2014-03-04T08:29:31.007 two\n"_ba);
-
-    qputenv("XDG_STATE_HOME", directory->path().toUtf8());
-    const bool systemWide = QFileInfo(u"/var/log/ravelin"_s).isWritable();
-    QCOMPARE(TLog::getDirPathDefault(u"x"_s), systemWide ? u"/var/log/ravelin/x.log"_s : Path(u"ravelin/x.log"_s));
-}
-
-void tst_Support::logSurvivesAnUnwritablePath()
-{
-    QVERIFY(QDir().mkpath(Path(u"a.log"_s)));
-    TLog log(Path(u"a.log"_s));
-    log.Message(u"lost"_s);
-    QVERIFY(QDir().rmdir(Path(u"a.log"_s)));
-    log.Message(u"kept"_s);
-    QCOMPARE(Contents(log.Path()), "2014-03-04T08:29:30.007 kept\n"_ba);
-
-    AppendFile full(u"/dev/full"_s);
-    QVERIFY(!full.WriteLine("x"_ba));
-    QCOMPARE(full.ErrorString(), u"No space left on device"_s);
-}
-
-void tst_Support::settings_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("contents");
-    QTest::addColumn<QString>("values");
-    QTest::addColumn<QByteArray>("problems");
-    const auto row = [](const char* what, const QByteArray& contents, const QString& values,
-                         const QByteArray& problems = {}, const QString& name = u"a.ini"_s) {
-        QTest::addRow("%s", what) << name << contents << values << problems;
-    };
-    const QString defaults = u"default 7 0.5"_s;
-
-    row("byte-order mark, CRLF", "\xEF\xBB\xBF[Main]\r\nPattern=:[30]0$\r\nNumber=70000\r\nReal=40.5\r\n",
-        u":[30]0$ 70000 40.5"_s);
-    row("comma, negative", "[Main]\nPattern=0{1,2}:00$\nNumber=-1\nReal=-1e3\n", u"0{1,2}:00$ -1 -1000"_s);
-    row("empty file", "", defaults);
-    row("empty text", "[Main]\nPattern=\n", u" 7 0.5"_s);
-
-    const QByteArray notRead = "Settings file %1 is not read, defaults apply: "_ba;
-    row("endless device", "", defaults, notRead + "it is not a regular file\n", u"/dev/zero"_s);
-    row("binary",
-        "\x7f"
-        "ELF\0[Main]\nNumber=8\n"_ba,
-        defaults, notRead + "it is binary\n");
-    row("huge", "[Main]\nNumber=8\n" + QByteArray(1024 * 1024, ';'), defaults,
-        notRead + "it is larger than a settings file can be\n");
-    const QByteArray number = "Settings file %1: Main/Number is not a number: \"%2\". The default 7 applies\n"
-                              "Settings file %1: Main/Real is not a number: \"%3\". The default 0.5 applies\n"_ba;
-    for (const auto& [integer, real] : {std::pair("2147483648", "1,5"), std::pair("", "nan")})
-        row(real, "[Main]\nNumber="_ba + integer + "\nReal=" + real + '\n', defaults,
-            QByteArray(number).replace("%2", integer).replace("%3", real));
-}
-
-void tst_Support::settings()
-{
-    QFETCH(QString, name);
-    QFETCH(QByteArray, contents);
-    QFETCH(QByteArray, problems);
-    const QString path = name.startsWith(u'/') ? name : Path(name);
-    if (name == "a.ini"_L1)
-        Write(path, contents);
-
-    SettingsFile settings(path);
-    const QString text = settings.Text(u"Main/Pattern"_s, u"default"_s);
-    const int number = settings.Integer(u"Main/Number"_s, 7);
-    const double real = settings.Real(u"Main/Real"_s, 0.5);
-    QTEST(u"%1 %2 %3"_s.arg(text, QString::number(number), QString::number(real)), "values");
-
-    TLog log(Path(u"a.log"_s));
-    log.Enabled(false);
-    pLog = &log;
-    settings.ReportFileProblem();
-    settings.ReportValueProblems();
-    pLog = nullptr;
-    QCOMPARE(Contents(log.Path()).replace("2014-03-04T08:29:30.007 ", ""), problems.replace("%1", path.toUtf8()));
-}
-
-void tst_Support::databaseBySettings()
-{
-    const std::pair<QByteArray, QString> rows[] = {{"%1/a.db", {}},
-        {"%1/none/a.db", u"unable to open database file Error opening database"_s},
-        {"\nBDType=Postgres", u"unknown BDType \"Postgres\""_s}};
-    const QString fromProgram = QDir(QCoreApplication::applicationDirPath()).relativeFilePath(directory->path());
-    for (const auto& [keys, text] : rows) {
-        Write(Path(u"a.ini"_s), "[Base]\nBaseName=" + QByteArray(keys).replace("%1", fromProgram.toUtf8()));
-        QSettings settings(Path(u"a.ini"_s), QSettings::IniFormat);
-        QString name;
-        QCOMPARE(openDataBaseBySettings(name, settings, u"Base"_s, {}).text(), text);
-        QVERIFY(!name.isEmpty());
-        QCOMPARE(QSqlDatabase::contains(name), text.isEmpty());
-        QSqlDatabase::removeDatabase(name);
+private slots:
+    void init()
+    {
+        directory = std::make_unique<QTemporaryDir>();
+        VirtualTime::Reset(QDateTime(QDate(2014, 3, 4), QTime(8, 29, 30, 7)));
     }
-}
+
+    void log()
+    {
+        TLog log(Path(u"new/directory/a.log"_s));
+        log.Message(u"Связь:\r\nb \n"_s);
+        log.Enabled(false);
+        log.Message(u"off"_s);
+        log.Alert({});
+        QVERIFY(QFile::rename(log.Path(), Path(u"a.log.1"_s)));
+        VirtualTime::Advance(1000);
+        log.Alert(u"two"_s);
+        QCOMPARE(Contents(Path(u"a.log.1"_s)), "2014-03-04T08:29:30.007 Связь:  b\n2014-03-04T08:29:30.007 \n"_ba);
+        QCOMPARE(Contents(log.Path()), "2014-03-04T08:29:31.007 two\n"_ba);
+
+        qputenv("XDG_STATE_HOME", directory->path().toUtf8());
+        const bool systemWide = QFileInfo(u"/var/log/ravelin"_s).isWritable();
+        QCOMPARE(TLog::getDirPathDefault(u"x"_s), systemWide ? u"/var/log/ravelin/x.log"_s : Path(u"ravelin/x.log"_s));
+    }
+
+    void logSurvivesAnUnwritablePath()
+    {
+        QVERIFY(QDir().mkpath(Path(u"a.log"_s)));
+        TLog log(Path(u"a.log"_s));
+        log.Message(u"lost"_s);
+        QVERIFY(QDir().rmdir(Path(u"a.log"_s)));
+        log.Message(u"kept"_s);
+        QCOMPARE(Contents(log.Path()), "2014-03-04T08:29:30.007 kept\n"_ba);
+
+        AppendFile full(u"/dev/full"_s);
+        QVERIFY(!full.WriteLine("x"_ba));
+        QCOMPARE(full.ErrorString(), u"No space left on device"_s);
+    }
+
+    void settings_data()
+    {
+        QTest::addColumn<QByteArray>("contents"); // null: of an endless device
+        QTest::addColumn<QString>("values");
+        QTest::addColumn<QByteArray>("problems");
+        const auto row = [](const char* what, const QByteArray& contents, const QString& values,
+                             const QByteArray& problems = {}) {
+            QTest::addRow("%s", what) << contents << values << problems;
+        };
+        const QString defaults = u"default 7 0.5"_s;
+
+        row("byte-order mark, CRLF", "\xEF\xBB\xBF[Main]\r\nPattern=:[30]0$\r\nNumber=70000\r\nReal=40.5\r\n",
+            u":[30]0$ 70000 40.5"_s);
+        row("comma, negative", "[Main]\nPattern=0{1,2}:00$\nNumber=-1\nReal=-1e3\n", u"0{1,2}:00$ -1 -1000"_s);
+        row("empty file", "", defaults);
+        row("empty text", "[Main]\nPattern=\n", u" 7 0.5"_s);
+
+        const QByteArray notRead = "Settings file %1 is not read, defaults apply: "_ba;
+        row("endless device", {}, defaults, notRead + "it is not a regular file\n");
+        row("binary",
+            "\x7f"
+            "ELF\0[Main]\nNumber=8\n"_ba,
+            defaults, notRead + "it is binary\n");
+        row("huge", "[Main]\nNumber=8\n" + QByteArray(1024 * 1024, ';'), defaults,
+            notRead + "it is larger than a settings file can be\n");
+        const QByteArray number = "Settings file %1: Main/Number is not a number: \"%2\". The default 7 applies\n"
+                                  "Settings file %1: Main/Real is not a number: \"%3\". The default 0.5 applies\n"_ba;
+        for (const auto& [integer, real] : {std::pair("2147483648", "1,5"), std::pair("", "nan")})
+            row(real, "[Main]\nNumber="_ba + integer + "\nReal=" + real + '\n', defaults,
+                QByteArray(number).replace("%2", integer).replace("%3", real));
+    }
+
+    void settings()
+    {
+        QFETCH(QByteArray, contents);
+        QFETCH(QByteArray, problems);
+        const QString path = contents.isNull() ? u"/dev/zero"_s : Write(Path(u"a.ini"_s), contents);
+        SettingsFile settings(path);
+        const QString text = settings.Text(u"Main/Pattern"_s, u"default"_s);
+        const int number = settings.Integer(u"Main/Number"_s, 7);
+        const double real = settings.Real(u"Main/Real"_s, 0.5);
+        QTEST(u"%1 %2 %3"_s.arg(text, QString::number(number), QString::number(real)), "values");
+
+        TLog log(Path(u"a.log"_s));
+        log.Enabled(false);
+        pLog = &log;
+        settings.ReportFileProblem();
+        settings.ReportValueProblems();
+        pLog = nullptr;
+        QCOMPARE(Contents(log.Path()).replace("2014-03-04T08:29:30.007 ", ""), problems.replace("%1", path.toUtf8()));
+    }
+
+    void databaseBySettings()
+    {
+        const QString fromProgram = QDir(QCoreApplication::applicationDirPath()).relativeFilePath(directory->path());
+        const auto check = [&](const QString& keys, const QString& problem) {
+            QSettings settings(
+                Write(Path(u"a.ini"_s), "[Base]\nBaseName=" + keys.arg(fromProgram).toUtf8()), QSettings::IniFormat);
+            QString name;
+            QCOMPARE(openDataBaseBySettings(name, settings, u"Base"_s, {}).text(), problem);
+            QCOMPARE(QSqlDatabase::contains(name), problem.isEmpty() && !name.isEmpty());
+            QSqlDatabase::removeDatabase(name);
+        };
+        check(u"%1/a.db"_s, {});
+        check(u"%1/none/a.db"_s, u"unable to open database file Error opening database"_s);
+        check(u"%1/a.db\nBDType=Postgres"_s, u"unknown BDType \"Postgres\""_s);
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_Support)
 #include "tst_support.moc"

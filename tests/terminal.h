@@ -1,0 +1,21 @@
+#pragma once
+
+#include "pseudoterminal.h"
+
+#include <QTest>
+
+#include <poll.h>
+#include <sys/ioctl.h>
+
+/// Returns when the daemon's side of `line` can read all of `bytes`.
+inline void SayTo(PseudoTerminal& line, const QByteArray& bytes)
+{
+    int unread = 0;
+    ::ioctl(line.DaemonSide(), FIONREAD, &unread);
+    const qsizetype all = unread + line.Write(bytes);
+    for (int ms = 0; unread < all && ms < 5000; ++ms) {
+        ::poll(nullptr, 0, 1);
+        ::ioctl(line.DaemonSide(), FIONREAD, &unread);
+    }
+    QCOMPARE(unread, all);
+}

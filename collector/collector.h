@@ -119,7 +119,12 @@ private:
     void ReportInvalidPatterns() const;
 
     // --- closing a sweep: readingstore.cpp
-    [[nodiscard]] QStringList RowsForTheSilent();
+    struct SilentMeter {
+        QString globalId;
+        int status;
+    };
+    [[nodiscard]] QList<SilentMeter> SilentMeters(); ///< without a row in the last sweep
+    [[nodiscard]] QString RowOf(const SilentMeter& meter) const;
     void StoreRowsForTheSilent();
     void AddToSweep(const QString& globalId, int status, const QString& row);
     void TryClockPlaceholders();

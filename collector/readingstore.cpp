@@ -68,26 +68,34 @@ bool TCollector::CreateTemporaryDB_time()
     return true;
 }
 
-QStringList TCollector::RowsForTheSilent()
+QList<TCollector::SilentMeter> TCollector::SilentMeters()
 {
     const QSet<QString> all = SetOf(ColumnOf(Execute(Statements::NodeMeters)));
     const QSet<QString> missing = all - SetOf(ColumnOf(Execute(Statements::AnsweredInSweep, sweepDate, sweepTime)));
-    QStringList rows;
+    QList<SilentMeter> meters;
     for (const QString& uin : missing) {
         const int globalId = FirstValueOf(Execute(Statements::SilentGlobalIdOf, InLiteral(uin))).toInt();
-        rows.append(MainBase::Filled(Statements::InsertSilent, QString::number(globalId), sweepDate, sweepTime,
-            QString::number(meterState[uin.toUtf8()])));
+        meters.append({QString::number(globalId), meterState[uin.toUtf8()]});
     }
-    return rows;
+    return meters;
+}
+
+QString TCollector::RowOf(const SilentMeter& meter) const
+{
+    return MainBase::Filled(
+        Statements::InsertSilent, meter.globalId, sweepDate, sweepTime, QString::number(meter.status));
 }
 
 void TCollector::StoreRowsForTheSilent()
 {
-    if (MainBase::RunTogether(RowsForTheSilent()))
+    QStringList rows;
+    for (const SilentMeter& meter : SilentMeters())
+        rows.append(RowOf(meter));
+    if (MainBase::RunTogether(rows))
         return;
     // Asked anew: if the connection broke at the very end, the rows may be there.
-    for (const QString& row : RowsForTheSilent())
-        MainBase::Run(row);
+    for (const SilentMeter& meter : SilentMeters())
+        AddToSweep(meter.globalId, meter.status, RowOf(meter));
 }
 
 /// `row` is the meter's, with that status, in the last sweep. A late reading may follow a row that told of silence.

@@ -50,8 +50,9 @@ alarm = {{alarms}}
 unanswered = 2
 """
 # With the default pause, 10 s, and so many that have to be asked again the midnight sweep would not be over at 00:15.
-SETTINGS = SITE.replace("Connections=", "Connections=outer") + "UCAST_to_UCAST_Delay=5000\nCounterKTPMultiplier=40\n"
-MULTIPLIER = 40
+PAUSE, MULTIPLIER = 5000, 40
+SETTINGS = SITE.replace("Connections=", "Connections=outer") + (
+    f"UCAST_to_UCAST_Delay={PAUSE}\nCounterKTPMultiplier={MULTIPLIER}\n")
 HOUR = datetime.timedelta(hours=1)
 QUIET = datetime.timedelta(minutes=-2)  # from a half hour: sweeps are over, the next has not begun
 

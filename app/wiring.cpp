@@ -9,11 +9,14 @@
 Ravelin::Ravelin() : TServerPlugin(nullptr)
 {
     connect(Connector, &TConnector::NewCommand, this, &Ravelin::AdminCommand);
-    // While a sweep waits nobody reads the bus, yet the administrator's last word must not wait with it.
-    Ending::WatchWhileWaiting(this, [this] {
+    // While a sweep waits nobody reads the bus, yet the administrator's last word must not wait with it, nor be lost
+    // with an administrator who leaves behind it.
+    const auto endIfTold = [this] {
         if (Connector->CommandWaits("QuitSignal"))
             EndOnQuitSignal();
-    });
+    };
+    Ending::WatchWhileWaiting(this, endIfTold);
+    connect(Connector, &TConnector::ConnectionLost, this, endIfTold);
 }
 
 void Ravelin::Start()

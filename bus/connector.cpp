@@ -174,18 +174,21 @@ void TConnector::StartServer()
 }
 
 // The event loop stands still during a wait, and with it DisconnectAdminConnection().
-void TConnector::LookForLostAdmin() const
+void TConnector::LookForLostAdmin()
 {
     if (AdminConnection->state() != QLocalSocket::ConnectedState)
         return;
     pollfd admin = {static_cast<int>(AdminConnection->socketDescriptor()), POLLRDHUP, 0};
-    if (::poll(&admin, 1, 0) > 0)
-        Ending::Request(AdminLostExitCode, tr("Admin connection is closed. Stopping application."));
+    if (::poll(&admin, 1, 0) <= 0)
+        return;
+    emit ConnectionLost();
+    Ending::Request(AdminLostExitCode, tr("Admin connection is closed. Stopping application."));
 }
 
 void TConnector::connectionInError(QLocalSocket::LocalSocketError)
 {
     TMyLocalSocket* const socket = SenderSocket();
+    emit ConnectionLost();
     InConnections.removeOne(socket);
     socket->abort();
     socket->setParent(nullptr);
@@ -195,6 +198,7 @@ void TConnector::connectionInError(QLocalSocket::LocalSocketError)
 
 void TConnector::connectionAdminError(QLocalSocket::LocalSocketError)
 {
+    emit ConnectionLost();
     AdminConnection->abort();
 }
 
@@ -225,6 +229,7 @@ void TConnector::connectionOutError(QLocalSocket::LocalSocketError)
 {
     TMyLocalSocket* const socket = SenderSocket();
     Log(tr("Connnection Out Error: %1 %2\n").arg(QString::fromUtf8(socket->Name), socket->errorString()));
+    emit ConnectionLost();
     socket->abort();
 }
 

@@ -45,6 +45,9 @@ signals:
     void NewAction(
         QByteArray& action_name, QByteArray& message, QByteArray& data, int IDConnection, TMyLocalSocket* socket);
     void NewBusMessage(QByteArray iface, QByteArray data, int idConnect);
+    /// The other end of a connection has gone. What it sent last and nobody has read yet is dropped behind this signal:
+    /// CommandWaits() still sees it.
+    void ConnectionLost();
 
 public slots:
     void connectionInError(QLocalSocket::LocalSocketError error);
@@ -65,7 +68,7 @@ private:
     [[nodiscard]] bool OutConnectionsStood(const QByteArray& identify);
     [[nodiscard]] bool ReconnectAdmin(const QByteArray& identify);
     void StartServer();
-    void LookForLostAdmin() const;
+    void LookForLostAdmin();
 
     // --- frames that came in
     void Receive(const BusFrame::Identify& frame, TMyLocalSocket* socket);

@@ -5,6 +5,7 @@
 #include "version.h"
 
 #include <QDataStream>
+#include <QThread>
 
 using namespace Qt::StringLiterals;
 
@@ -120,16 +121,15 @@ void Ravelin::ResetNode(const Request& request)
 }
 
 /// A pulse on register 18 of the node, with register 16 prepared for it and put back. The answers come with later
-/// polls.
+/// polls. Not waited for with Delay(), which leaves when an end is asked for: nobody would put the registers back.
 void Ravelin::ResetKS(const QByteArray& uin)
 {
+    constexpr unsigned long BetweenWritesMs = 1000;
     const QByteArray node = "ATREMS:" + uin;
-    Modem->WriteToPort(node + ",16=01f8\r\n");
-    Delay(1000);
-    Modem->WriteToPort(node + ",18=00f0\r\n");
-    Delay(1000);
-    Modem->WriteToPort(node + ",18=01f0\r\n");
-    Delay(1000);
+    for (const char* const write : {",16=01f8\r\n", ",18=00f0\r\n", ",18=01f0\r\n"}) {
+        Modem->WriteToPort(node + write);
+        QThread::msleep(BetweenWritesMs);
+    }
     Modem->WriteToPort(node + ",16=00f8\r\n");
 }
 

@@ -113,6 +113,7 @@ void TCollector::AddClockReading(const QString& uinLiteral, const QString& dateS
 {
     MainBase::Insert(
         MainBase::Filled(Statements::InsertClockReading, uinLiteral, dateShown, timeShown, date, time), [&] {
-            return MainBase::FirstValueOf(Execute(Statements::ClockReadingCountSince, uinLiteral, date)).toInt() > 0;
+            const QVariant rows = MainBase::FirstValueOf(Execute(Statements::ClockReadingCountSince, uinLiteral, date));
+            return !rows.isValid() || rows.toInt() > 0;
         });
 }

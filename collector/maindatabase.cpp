@@ -3,7 +3,9 @@
 #include "sysvar.h"
 
 #include <QCoreApplication>
+#include <QSqlRecord>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -20,8 +22,10 @@ QSqlDatabase Postgres(const QString& connection, const SysVar& vars)
     database.setPort(vars.SqlPort);
     database.setUserName(vars.SqlLogin);
     database.setPassword(vars.SqlPassword);
-    // A host that vanished must not hold the one thread for the minutes that the system would wait.
-    database.setConnectOptions(u"connect_timeout=10;tcp_user_timeout=10000;keepalives_idle=10"_s);
+    // A host that vanished must not hold the one thread for the minutes that the system would wait, nor a table that
+    // somebody has locked; SQLite waits as long for a lock.
+    database.setConnectOptions(
+        u"connect_timeout=10;tcp_user_timeout=10000;keepalives_idle=10;options='-c lock_timeout=5s'"_s);
     return database;
 }
 
@@ -31,6 +35,13 @@ QSqlDatabase Sqlite(const QString& connection, const SysVar& vars)
     QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
     database.setDatabaseName(absolute ? vars.BaseName : QCoreApplication::applicationDirPath() + u'/' + vars.BaseName);
     return database;
+}
+
+/// Opened as it is, the driver would leak a connection that broke.
+void CloseBroken(QSqlDatabase& database)
+{
+    if (!database.isOpen())
+        database.close();
 }
 
 struct Attempt {
@@ -44,8 +55,7 @@ Attempt Try(const QString& statement)
     const bool wasOpen = database.isOpen();
     QSqlQuery query(database);
     const bool broke = !query.exec(statement) && wasOpen && !database.isOpen();
-    if (broke)
-        database.close(); // opened as it is, the driver would leak the broken connection
+    CloseBroken(database);
     return {std::move(query), broke};
 }
 
@@ -85,27 +95,22 @@ QSqlQuery MainBase::Run(const QString& statement)
     return std::move(attempt.query);
 }
 
-void MainBase::Insert(const QString& statement, const std::function<bool()>& isThere)
+void MainBase::Insert(const QString& statement, const std::function<bool()>& mayBeThere)
 {
-    if (Try(statement).connectionBroke && !isThere())
+    if (Try(statement).connectionBroke && !mayBeThere())
         Try(statement);
 }
 
 bool MainBase::RunTogether(const QStringList& statements)
 {
     QSqlDatabase database = Connection();
-    if (!database.transaction())
-        return false;
     QSqlQuery query(database);
-    for (const QString& statement : statements) {
-        if (!query.exec(statement)) {
-            database.rollback();
-            return false;
-        }
-    }
-    const bool committed = database.commit();
+    const auto run = [&query](const QString& statement) { return query.exec(statement); };
+    const bool committed =
+        database.transaction() && std::all_of(statements.begin(), statements.end(), run) && database.commit();
     if (!committed)
         database.rollback();
+    CloseBroken(database);
     return committed;
 }
 
@@ -120,6 +125,15 @@ QStringList MainBase::ColumnOf(QSqlQuery query)
 QVariant MainBase::FirstValueOf(QSqlQuery query)
 {
     return query.next() ? query.value(0) : QVariant();
+}
+
+QVariantList MainBase::FirstRowOf(QSqlQuery query)
+{
+    QVariantList row;
+    if (query.next())
+        for (int column = 0; column < query.record().count(); ++column)
+            row.append(query.value(column));
+    return row;
 }
 
 QString MainBase::InLiteral(QString text)

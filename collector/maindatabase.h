@@ -31,9 +31,9 @@ void Close();
 /// once more.
 QSqlQuery Run(const QString& statement);
 
-/// Runs one statement that adds a row. If the connection breaks with it, the row may be there all the same: `isThere`
-/// is asked on a new connection before it is tried once more.
-void Insert(const QString& statement, const std::function<bool()>& isThere);
+/// Runs one statement that adds a row. If the connection breaks with it, the row may be there all the same: it is tried
+/// once more if `mayBeThere`, asked on a new connection, says no.
+void Insert(const QString& statement, const std::function<bool()>& mayBeThere);
 
 /// Runs all statements or none: false when one failed or the connection broke.
 [[nodiscard]] bool RunTogether(const QStringList& statements);
@@ -60,6 +60,10 @@ QSqlQuery Execute(QStringView statement, const Values&... values)
 
 /// The first column of the first row; invalid when there is no row.
 [[nodiscard]] QVariant FirstValueOf(QSqlQuery query);
+
+/// The whole first row; empty when there is none. The query ends with it: while one is being read, SQLite does not wait
+/// for a lock of another program, and a row that is added meanwhile fails at once.
+[[nodiscard]] QVariantList FirstRowOf(QSqlQuery query);
 
 /// Text from outside the program as it is pasted between single quotes: its own quotes doubled, so that it stays one
 /// literal.

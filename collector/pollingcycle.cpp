@@ -122,9 +122,9 @@ void TCollector::CheckOpenSweep()
 
 QStringList TCollector::SilentNodes() const
 {
-    const QStringList answered =
-        timeSweepActive ? timeAnswered : ColumnOf(Execute(Statements::AnsweredInSweep, sweepDate, sweepTime));
-    return Without(ColumnOf(Execute(Statements::NodeMeters)), answered);
+    const QStringList all = ColumnOf(Execute(Statements::NodeMeters));
+    return Without(
+        all, timeSweepActive ? timeAnswered : ColumnOf(Execute(Statements::AnsweredInSweep, sweepDate, sweepTime)));
 }
 
 void TCollector::CloseSweep()

@@ -4,6 +4,7 @@
 #include "clock.h"
 #include "collector.h"
 #include "connector.h"
+#include "ending.h"
 #include "maindatabase.h"
 #include "serverplugin.h"
 #include "statements.h"
@@ -25,7 +26,7 @@ QSet<QString> SetOf(const QStringList& list)
 
 QByteArray ReadingRecords(const QString& date, const QString& time)
 {
-    QByteArray records;
+    QByteArray records = ""_ba;
     QSqlQuery row = Execute(Statements::ReadingsOfSweep, date, time);
     while (row.next()) {
         const auto energy = [&row](int column) { return static_cast<float>(row.value(column).toDouble()); };
@@ -38,7 +39,7 @@ QByteArray ReadingRecords(const QString& date, const QString& time)
 
 QByteArray ClockRecords(const QString& date)
 {
-    QByteArray records;
+    QByteArray records = ""_ba;
     QSqlQuery row = Execute(Statements::ClockReadingsOfDate, date);
     while (row.next()) {
         const auto text = [&row](int column) { return row.value(column).toString(); };
@@ -94,8 +95,10 @@ void TCollector::StoreRowsForTheSilent()
     if (MainBase::RunTogether(rows))
         return;
     // Asked anew: if the connection broke at the very end, the rows may be there.
-    for (const SilentMeter& meter : SilentMeters())
+    for (const SilentMeter& meter : SilentMeters()) {
+        Ending::LeaveIfRequested(); // a locked database takes its time for each
         AddToSweep(meter.globalId, meter.status, RowOf(meter));
+    }
 }
 
 /// `row` is the meter's, with that status, in the last sweep. A late reading may follow a row that told of silence.
@@ -106,7 +109,7 @@ void TCollector::AddToSweep(const QString& globalId, int status, const QString& 
         while (stored.next())
             if (stored.value(0).toString() == globalId && stored.value(6).toInt() == status)
                 return true;
-        return false;
+        return !stored.isActive();
     });
 }
 

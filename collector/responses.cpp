@@ -66,9 +66,9 @@ void TCollector::ReceivedUCAST(QByteArray uin, QByteArray message)
         ucastBuffer->AppendUCAST(uin, message);
         if (type.toInt() != 0)
             continue;
-        QSqlQuery meter = Execute(Statements::ModelAndGlobalIdOf, address);
-        if (meter.next())
-            ucastBuffer->SetUCAST(uin, StoreAnswer(uin, meter.value(0).toString(), meter.value(1).toInt()));
+        const QVariantList meter = MainBase::FirstRowOf(Execute(Statements::ModelAndGlobalIdOf, address));
+        if (!meter.isEmpty())
+            ucastBuffer->SetUCAST(uin, StoreAnswer(uin, meter[0].toString(), meter[1].toInt()));
     }
 }
 

@@ -23,13 +23,14 @@ PLAYS = [
     ("substation-noise", "1 MB of garbage from the substation meter: " + NEXT, ports.substation_noise),
     ("database-missing", "told in the log, " + NO_ROWS, storage.missing),
     ("database-read-only", "file and directory cannot be written: " + NO_ROWS, storage.read_only),
-    ("database-locked", "locked by another process for 3 s: nothing is missing", partial(storage.locked, 3)),
-    ("database-locked-long", "not to be written for 20 s, four times the patience of SQLite: " + NEXT, partial(storage.locked, 20)),
+    ("database-locked", "locked by another process for a second again and again: no meter is asked twice", storage.locked_briefly),
+    ("database-locked-long", "not to be written for 20 s, four times the patience of SQLite: " + NEXT, storage.locked_long),
     ("table-gone", "a table is taken away in a sweep: stored rows stay, the next sweep is complete", storage.table_gone),
     ("disk-full", "the disk fills up in a sweep: stored rows stay, the next sweep is complete once there is room", storage.full),
     ("postgres-fast", "PostgreSQL stopped and started in a sweep: " + NEXT, partial(servers.server_restarts, "fast")),
     ("postgres-immediate", "PostgreSQL crashes and starts in a sweep: " + NEXT, partial(servers.server_restarts, "immediate")),
     ("postgres-away", "PostgreSQL away for a sweep: " + NO_ROWS, servers.server_away),
+    ("postgres-locked", "a table locked by another session: SIGTERM ends within 7 s, the next sweep is complete", servers.table_locked),
     ("postgres-word-lost", "the connection breaks when a row is stored and not confirmed: it is not doubled", servers.word_lost),
     ("power-cut", "a copy of the database at any moment opens, is sound and has all stored rows", powercut.power_cut),
     ("bus-peers", "half frames, and hundreds of peers that come and go in a sweep: " + NEXT, buses.peers),
@@ -45,7 +46,7 @@ PLAYS = [
     ("noise-postgres", "the same into PostgreSQL", partial(radio.noise, True)),
 ]
 QUICK = ["killed", "admin-lost", "told-to-quit", "modem-unplugged", "substation-unplugged", "database-missing",
-         "database-locked-long", "disk-full", "postgres-word-lost", "power-cut", "bus-peers", "bus-deaf", "register-changes",
+         "database-locked", "disk-full", "postgres-word-lost", "power-cut", "bus-peers", "bus-deaf", "register-changes",
          "alarms", "strangers", "noise-sqlite"]
 
 

@@ -5,7 +5,7 @@ import threading
 import time
 
 from faultplays.cable import Cable
-from faultplays.stage import READABLE, SUBSTATION, Stage, hold
+from faultplays.stage import READABLE, Stage, SUBSTATION, hold, readings
 
 MEGABYTE = 1 << 20
 
@@ -47,10 +47,6 @@ def never_there():
         site.start_substation()
         again = site.complete_sweep()
     return f"a row for each of {len(without)} meters; {readings(again)} readings once the ports are there"
-
-
-def readings(statuses):
-    return sum(0 in of_meter for of_meter in statuses.values())
 
 
 def modem_noise():

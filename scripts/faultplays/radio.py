@@ -27,7 +27,7 @@ def register_changes():
             other.execute('UPDATE "Counters" SET "Model" = \'SET1\' WHERE global_id = 17')
         after = site.registered()
         first = site.closed_sweep()
-        second = site.complete_sweep(readings=5)
+        second = site.complete_sweep(5)
         hold(0 not in second[17], "a CE301's answer was read as a SET1's")
         hold(second[90] != [0], "a reading of a meter that does not exist")
         site.admin.send(bus.command(b"Send_KI_number", bus.byte_array(QUOTED.encode())))
@@ -81,5 +81,5 @@ def noise(postgres):
     scenario = "[all]\nloss = 0.1\nnack = 0.1\ngarbage = 0.3\nfragment = 0.2\n"
     with Postgres() if postgres else Sqlite() as base, Stage(base, scenario=scenario) as site:
         site.begin()
-        sweeps = [site.complete_sweep(readings=1) for _ in range(5)]
+        sweeps = [site.complete_sweep(1) for _ in range(5)]
     return f"{len(sweeps)} sweeps, each with all meters, {sum(0 in s for sweep in sweeps for s in sweep.values())} readings"

@@ -3,11 +3,13 @@
 import collections
 import os
 import select
+import signal
 import socket
 import threading
 
 from faultplays.stage import Stage, hold
 from rig.postgres import Postgres
+from rig.process import wait_for
 from rig.substation import read_message
 
 SOCKET = ".s.PGSQL.5432"
@@ -69,6 +71,19 @@ def server_away():
         server.start()
         site.complete_sweep()
     return "a sweep without rows while it is away, the next is complete"
+
+
+def table_locked():
+    with Postgres() as server, Stage(server) as site:
+        site.begin().into_sweep()
+        other = threading.Thread(target=server.psql, args=("BEGIN; LOCK TABLE main_data; SELECT pg_sleep(10)",))
+        other.start()
+        wait_for(lambda: server.rows(site, "SELECT 1 FROM pg_locks WHERE NOT granted"), "the daemon waits for the lock")
+        seconds = site.end(lambda: site.signal(signal.SIGTERM), within=7)
+        other.join()
+        site.restart(1)
+        site.complete_sweep()
+    return f"exit code 0 after {seconds:.2f} s; the next sweep is complete"
 
 
 def word_lost():

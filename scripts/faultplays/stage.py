@@ -3,6 +3,7 @@
 import collections
 import datetime
 import os
+import select
 import signal
 import struct
 import time
@@ -26,6 +27,11 @@ class Broken(Exception):
 def hold(kept, otherwise):
     if not kept:
         raise Broken(otherwise)
+
+
+def readings(statuses):
+    """How many of a sweep's meters have a reading."""
+    return sum(0 in of_meter for of_meter in statuses.values())
 
 
 class Stage(Site):
@@ -74,6 +80,10 @@ class Stage(Site):
     def registered(self):
         return sorted(row[0] for row in self.base.rows(self, 'SELECT global_id FROM "Counters"'))
 
+    def peer_speaks(self, seconds):
+        """Whether something comes on the bus within so many seconds of the daemon's."""
+        return bool(select.select([self.peer.socket], [], [], seconds / self.speed)[0])
+
     def closed_sweep(self, meters=None):
         """Waits for a sweep's message, which must name `meters`, or all that are registered: meter -> its statuses."""
         word = None
@@ -87,12 +97,12 @@ class Stage(Site):
         self.last_sweep = name
         return statuses
 
-    def complete_sweep(self, readings=READABLE):
+    def complete_sweep(self, expected=READABLE):
         """Asks for a sweep: it must have a row for every meter and so many readings."""
         self.ask()
         statuses = self.closed_sweep()
-        read = sum(0 in of_meter for of_meter in statuses.values())
-        hold(read >= readings, f"sweep {self.last_sweep} has {read} readings, not {readings}: {dict(statuses)}")
+        read = readings(statuses)
+        hold(read >= expected, f"sweep {self.last_sweep} has {read} readings, not {expected}: {dict(statuses)}")
         return statuses
 
     def shown(self, text, times=1):

@@ -6,7 +6,7 @@ import resource
 import shutil
 import subprocess
 
-from faultplays.stage import Stage, hold
+from faultplays.stage import ON_DEMAND, READABLE, Stage, hold, readings
 
 
 class Disk:
@@ -117,19 +117,30 @@ def full():
     return f"{disk.kind}: {before} rows stored before, {rows - before} after it was full; the next sweep is complete"
 
 
-def locked(seconds):
+def locked_long():
     with Stage() as site:
         site.begin().into_sweep()
         with site.base.connect(site) as other:
             other.execute("BEGIN IMMEDIATE")
-            try:
-                site.peer.read_frame(seconds / site.speed)
-                raise AssertionError("the sweep was closed meanwhile")
-            except TimeoutError:
-                other.execute("ROLLBACK")
+            hold(not site.peer_speaks(20), "the sweep was closed meanwhile")
+            other.execute("ROLLBACK")
         statuses = site.closed_sweep()
         site.complete_sweep()
-    return f"{sum(0 in of_meter for of_meter in statuses.values())} readings in the sweep, the next is complete"
+    return f"{readings(statuses)} readings in the sweep, the next is complete"
+
+
+def locked_briefly():
+    with Stage(speed=10, settings=ON_DEMAND.replace("RepeatQueryNumber=2", "RepeatQueryNumber=0")) as site:
+        site.begin().ask()
+        locks = 0
+        with site.base.connect(site) as other:
+            while not site.peer_speaks(0.5):
+                other.execute("BEGIN IMMEDIATE")
+                locks += not site.peer_speaks(1)
+                other.execute("ROLLBACK")
+        statuses = site.closed_sweep()
+        hold(readings(statuses) == READABLE, f"{readings(statuses)} readings, not {READABLE}")
+    return f"{locks} locks while a sweep was read, all {READABLE} readings at the first asking"
 
 
 def table_gone():

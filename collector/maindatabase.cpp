@@ -1,5 +1,6 @@
 #include "maindatabase.h"
 
+#include "ending.h"
 #include "sysvar.h"
 
 #include <QCoreApplication>
@@ -12,6 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const auto LockNotAvailable = u"55P03"_s; // PostgreSQL's name for a lock_timeout that ran out
 const QString ConnectionName = u"Connection To Main Base"_s;
 
 QSqlDatabase Postgres(const QString& connection, const SysVar& vars)
@@ -22,10 +24,10 @@ QSqlDatabase Postgres(const QString& connection, const SysVar& vars)
     database.setPort(vars.SqlPort);
     database.setUserName(vars.SqlLogin);
     database.setPassword(vars.SqlPassword);
-    // A host that vanished must not hold the one thread for the minutes that the system would wait, nor a table that
-    // somebody has locked; SQLite waits as long for a lock.
-    database.setConnectOptions(
-        u"connect_timeout=10;tcp_user_timeout=10000;keepalives_idle=10;options='-c lock_timeout=5s'"_s);
+    // A host that vanished must not hold the one thread for the minutes that the system would wait. A lock is waited
+    // for in slices, so that an end is noticed. InLiteral() knows of no backslashes.
+    database.setConnectOptions(u"connect_timeout=10;tcp_user_timeout=10000;keepalives_idle=10;"
+                               "options='-c lock_timeout=1s -c standard_conforming_strings=on'"_s);
     return database;
 }
 
@@ -54,7 +56,12 @@ Attempt Try(const QString& statement)
     QSqlDatabase database = MainBase::Connection();
     const bool wasOpen = database.isOpen();
     QSqlQuery query(database);
-    const bool broke = !query.exec(statement) && wasOpen && !database.isOpen();
+    bool done = query.exec(statement);
+    while (!done && query.lastError().nativeErrorCode() == LockNotAvailable) {
+        Ending::LeaveIfRequested();
+        done = query.exec(statement);
+    }
+    const bool broke = !done && wasOpen && !database.isOpen();
     CloseBroken(database);
     return {std::move(query), broke};
 }
@@ -84,7 +91,12 @@ void MainBase::Close()
 
 QSqlDatabase MainBase::Connection()
 {
-    return QSqlDatabase::database(ConnectionName, true);
+    QSqlDatabase database = QSqlDatabase::database(ConnectionName, false);
+    if (!database.isOpen()) {
+        Ending::LeaveIfRequested(); // a host that does not answer takes its time
+        database.open();
+    }
+    return database;
 }
 
 QSqlQuery MainBase::Run(const QString& statement)

@@ -30,7 +30,7 @@ PLAYS = [
     ("postgres-fast", "PostgreSQL stopped and started in a sweep: " + NEXT, partial(servers.server_restarts, "fast")),
     ("postgres-immediate", "PostgreSQL crashes and starts in a sweep: " + NEXT, partial(servers.server_restarts, "immediate")),
     ("postgres-away", "PostgreSQL away for a sweep: " + NO_ROWS, servers.server_away),
-    ("postgres-locked", "a table locked by another session: SIGTERM ends within 7 s, the next sweep is complete", servers.table_locked),
+    ("postgres-locked", "a table locked by another session: nothing is lost or doubled, exit code 0 within 2 s; the next sweep is complete", servers.table_locked),
     ("postgres-word-lost", "the connection breaks when a row is stored and not confirmed: it is not doubled", servers.word_lost),
     ("power-cut", "a copy of the database at any moment opens, is sound and has all stored rows", powercut.power_cut),
     ("bus-peers", "half frames, and hundreds of peers that come and go in a sweep: " + NEXT, buses.peers),

@@ -7,7 +7,7 @@ import signal
 import socket
 import threading
 
-from faultplays.stage import Stage, hold
+from faultplays.stage import Stage, hold, readings
 from rig.postgres import Postgres
 from rig.process import wait_for
 from rig.substation import read_message
@@ -75,15 +75,23 @@ def server_away():
 
 def table_locked():
     with Postgres() as server, Stage(server) as site:
+        def lock(seconds):
+            other = threading.Thread(target=server.psql, args=(f"BEGIN; LOCK TABLE main_data; SELECT pg_sleep({seconds})",))
+            other.start()
+            wait_for(lambda: server.rows(site, "SELECT 1 FROM pg_locks WHERE NOT granted"), "the daemon waits for the lock")
+            return other
+
         site.begin().into_sweep()
-        other = threading.Thread(target=server.psql, args=("BEGIN; LOCK TABLE main_data; SELECT pg_sleep(10)",))
-        other.start()
-        wait_for(lambda: server.rows(site, "SELECT 1 FROM pg_locks WHERE NOT granted"), "the daemon waits for the lock")
-        seconds = site.end(lambda: site.signal(signal.SIGTERM), within=7)
+        lock(3).join()
+        statuses = site.closed_sweep()
+        hold(all(len(of_meter) == 1 for of_meter in statuses.values()), f"not one row a meter: {dict(statuses)}")
+        site.into_sweep()
+        other = lock(10)
+        seconds = site.terminate()
         other.join()
         site.restart(1)
         site.complete_sweep()
-    return f"exit code 0 after {seconds:.2f} s; the next sweep is complete"
+    return f"{readings(statuses)} readings in the sweep, exit code 0 after {seconds:.2f} s; the next sweep is complete"
 
 
 def word_lost():

@@ -58,6 +58,7 @@ private slots:
                      {"\xC0\2ET0PE(4)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)TIME_('%1');)\x03\xC1"_ba},
                      "node 1 send data: 4 kW*h|node 1 send time: '%1' kW*h", u"1 4 1 1 1 1 2014-03-04 08:30:00 0"_s,
                      u"000D6F0000000001 2014-03-04 '%1'  "_s},
+                 {"CE102: nothing is kept of it", u"CE102"_s, {frame("\x01\x02"_ba)}, "", heard, {}},
                  {"CE301, a clock without end", u"CE301"_s, {"\xC0TIME_(12:34\xC1"_ba}, "", undecodable, {}},
                  {"SET1, no date: an empty reading", u"SET1"_s, {"\xC0\x82P\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xC1"_ba},
                      "node 1 send time:  kW*h", heard, u"000D6F0000000001    "_s},

@@ -33,6 +33,12 @@ constexpr std::array<Table, 4> Tables{{
     {QLatin1StringView("time_table"), QLatin1StringView("uin date_c time_c date_r time_r")},
 }};
 
+// To try them would fail, and with it the transaction that the question may be asked in.
+const auto MissingRights =
+    u"SELECT current_user, needed, place FROM (VALUES ('SELECT', '\"Counters\"'), ('SELECT', 'Main_Data'), "
+    "('INSERT', 'Main_Data'), ('SELECT', '\"Main_Data\"'), ('SELECT', 'time_table'), ('INSERT', 'time_table')) "
+    "AS rights(needed, place) WHERE NOT has_table_privilege(to_regclass(place), needed)"_s;
+
 const auto TablesOfReadings = u"SELECT count(*) FROM pg_class WHERE relkind IN ('r', 'p') AND oid IN "
                               "(to_regclass('Main_Data'), to_regclass('\"Main_Data\"'))"_s;
 
@@ -98,11 +104,9 @@ bool RegisterDatabase::Connect()
 
 QStringList RegisterDatabase::Problems()
 {
-    QStringList problems;
-    if (IsFile())
-        for (const QString& path : {vars.BaseName, QFileInfo(vars.BaseName).path()}) // which takes the journal
-            if (!QFileInfo(path).isWritable())
-                problems.append(u"%1: %2 cannot be written"_s.arg(Name(), path));
+    QStringList problems = IsFile() ? FilesNotWritable() : RightsMissing();
+    if (!IsFile() && !problems.isEmpty())
+        return problems; // the tables cannot be looked at
     for (const auto& [table, columns] : Tables) {
         QSqlQuery query(database);
         if (!Run(query, u"SELECT * FROM %1 WHERE 1 = 0"_s.arg(table))) {
@@ -120,6 +124,28 @@ QStringList RegisterDatabase::Problems()
     if (!IsFile() && Run(tables, TablesOfReadings) && tables.next() && tables.value(0).toInt() == 2)
         problems.append(
             u"%1: Main_Data and \"Main_Data\" are two tables; one must be a view of the other"_s.arg(Name()));
+    return problems;
+}
+
+QStringList RegisterDatabase::FilesNotWritable() const
+{
+    const QString directory = QFileInfo(vars.BaseName).path(); // takes the journal
+    QStringList problems;
+    for (const QString& path : {vars.BaseName, directory, vars.BaseName + "-wal"_L1, vars.BaseName + "-shm"_L1})
+        if (QFileInfo::exists(path) && !QFileInfo(path).isWritable())
+            problems.append(u"%1: %2 cannot be written"_s.arg(Name(), path));
+    return problems;
+}
+
+QStringList RegisterDatabase::RightsMissing()
+{
+    QSqlQuery query(database);
+    if (!Run(query, MissingRights))
+        return {Error()};
+    QStringList problems;
+    while (query.next())
+        problems.append(u"%1: the role %2 may not %3 in table %4"_s.arg(
+            Name(), query.value(0).toString(), query.value(1).toString(), query.value(2).toString()));
     return problems;
 }
 

@@ -49,6 +49,8 @@ private:
     [[nodiscard]] bool Connect();
     [[nodiscard]] bool Fail(const QString& why);
     [[nodiscard]] bool Run(QSqlQuery& query, const QString& statement);
+    [[nodiscard]] QStringList FilesNotWritable() const;
+    [[nodiscard]] QStringList RightsMissing();
     [[nodiscard]] bool CreateObject(const QString& statement, QStringList& report);
     [[nodiscard]] bool SwitchWriteAheadLogOn(QStringList& report);
     [[nodiscard]] bool WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement);

@@ -30,6 +30,9 @@ FILL = [
     "SELECT \"UIN\", {day}, '00:15:01', {day}, '00:15:00' FROM days, \"Counters\"",
 ]
 
+# Root, too, is held to the modes of files.
+HELD = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"] if os.geteuid() == 0 else ["env"]
+
 
 def statements():
     """What the daemon says to its database, by name, about a meter, a day and a sweep that are there."""
@@ -159,6 +162,22 @@ class OnSqlite(Both, unittest.TestCase):
         self.assertEqual(self.tool("init"), (1, [], [
             f"{self.name}: the directory {os.path.dirname(self.path)} cannot be made"]))
 
+    def held(self, *words):
+        program, *options = HELD
+        return ravelinctl(*options, os.path.join(BUILD, "ravelinctl"), *words, "-settings", self.settings_path, program=program)
+
+    def test_files_that_may_only_be_read(self):
+        self.tool("init")
+        self.load(METERS)
+        with contextlib.closing(sqlite3.connect(self.path)) as other:
+            other.execute("INSERT INTO time_table VALUES ('', '', '', '', '')")
+            paths = [self.path, os.path.dirname(self.path), self.path + "-wal", self.path + "-shm"]
+            for path in paths:
+                os.chmod(path, 0o555)
+            complaints = self.held("check")[2]
+            self.assertEqual([line for line in complaints if "cannot be written" in line],
+                             [f"{self.name}: {path} cannot be written" for path in paths])
+
     def test_where_the_daemon_looks(self):
         """Beside the program: ravelin.ini, and a database without a leading slash."""
         program = shutil.copy(os.path.join(BUILD, "ravelinctl"), self.directory)
@@ -206,6 +225,15 @@ class OnPostgres(Both, unittest.TestCase):
         self.assertEqual((code, len(complaints)), (1, 1))
         self.assertIn("password authentication failed", complaints[0])
         self.assertNotIn("falsch", complaints[0])
+
+    def test_check_tells_what_the_role_may_not(self):
+        self.tool("init")
+        self.sql("CREATE ROLE reader LOGIN PASSWORD 'leser'; GRANT USAGE ON SCHEMA public TO reader; "
+                 'GRANT SELECT ON main_data, time_table, "Counters" TO reader')
+        write_file(self.directory, "the.ini", self.settings + "SqlLogin=reader\nSqlPassword=leser\n")
+        complaints = ravelinctl("check", "-settings", self.settings_path)[2]
+        for right in ("INSERT in table Main_Data", 'SELECT in table "Main_Data"', "INSERT in table time_table"):
+            self.assertIn(f"{self.name}: the role reader may not {right}", complaints)
 
     def test_check_knows_both_spellings(self):
         self.tool("init")

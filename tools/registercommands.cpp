@@ -27,19 +27,20 @@ int Init(const QStringList& words)
 {
     CommandLine line(
         u"Makes the tables, indexes and views that the daemon needs in its database. What is there already\n"
-        "is left as it is. An SQLite file and its directory are made, and its write-ahead log is switched\n"
-        "on; a PostgreSQL database must exist. As the daemon does, takes a BaseName of SQLite without a\n"
-        "leading slash from the program's own directory."_s,
+        "is left as it is; if the daemon cannot work with it, that is told and nothing is made. An SQLite\n"
+        "file and its directory are made, and its write-ahead log is switched on; a PostgreSQL database\n"
+        "must exist. As the daemon does, takes a BaseName of SQLite without a leading slash from the\n"
+        "program's own directory."_s,
         CommandLine::File::None);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     const auto database = Opened(line, RegisterDatabase::Missing::IsMade);
     if (!database)
         return Problems;
-    const std::optional<QStringList> report = database->CreateSchema();
-    if (!report)
-        return ComplainOfAll({database->Error()});
-    for (const QString& sentence : *report)
+    const RegisterDatabase::Creation creation = database->CreateSchema();
+    if (!creation)
+        return ComplainOfAll(creation.problems);
+    for (const QString& sentence : creation.report)
         Tell(sentence);
     Tell(u"The %1 is ready."_s.arg(database->Name()));
     return Done;

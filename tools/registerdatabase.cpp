@@ -149,19 +149,22 @@ QStringList RegisterDatabase::RightsMissing()
     return problems;
 }
 
-std::optional<QStringList> RegisterDatabase::CreateSchema()
+RegisterDatabase::Creation RegisterDatabase::CreateSchema()
 {
-    QStringList report;
+    Creation creation;
     const QStringList statements = SchemaStatements(IsFile() ? u":/schema/sqlite.sql"_s : u":/schema/postgres.sql"_s);
-    if (IsFile() && !SwitchWriteAheadLogOn(report))
-        return std::nullopt;
+    if (IsFile() && !SwitchWriteAheadLogOn(creation.report))
+        return {{}, {Error()}};
     const bool created = InTransaction([&] {
-        return std::all_of(statements.begin(), statements.end(),
-            [&](const QString& statement) { return CreateObject(statement, report); });
+        if (!std::all_of(statements.begin(), statements.end(),
+                [&](const QString& statement) { return CreateObject(statement, creation.report); }))
+            return false;
+        creation.problems = Problems(); // of what was there already
+        return creation.problems.isEmpty();
     });
-    if (!created)
-        return std::nullopt;
-    return report;
+    if (!created && creation.problems.isEmpty())
+        creation.problems = {Error()};
+    return creation;
 }
 
 std::optional<QList<RegisterRow>> RegisterDatabase::Rows()
@@ -237,20 +240,37 @@ bool RegisterDatabase::Run(QSqlQuery& query, const QString& statement)
 // Both kinds of database know an object by the name that the statement gives it.
 bool RegisterDatabase::CreateObject(const QString& statement, QStringList& report)
 {
-    static const QRegularExpression head(u"^CREATE (TABLE|INDEX|VIEW) (\"?\\w+\"?)"_s);
+    static const QRegularExpression head(u"^CREATE (TABLE|INDEX|VIEW) (\"?\\w+\"?)(?: ON (\"?\\w+\"?))?"_s);
     const QRegularExpressionMatch match = head.match(statement);
     const QString name = match.captured(2);
-    const QString kind = match.captured(1).toLower();
+    const QString indexed = match.captured(3);
 
-    QSqlQuery query(database);
     const QString find = IsFile() ? u"SELECT count(*) FROM sqlite_master WHERE lower(name) = lower('%1')"_s
                                   : u"SELECT count(to_regclass('%1'))"_s;
-    if (!Run(query, find.arg(IsFile() ? QString(name).remove(u'"') : name)) || !query.next())
+    const std::optional<bool> isThere = Finds(find.arg(IsFile() ? QString(name).remove(u'"') : name));
+    std::optional<bool> isOnView = false;
+    if (!IsFile() && !indexed.isEmpty())
+        isOnView =
+            Finds(u"SELECT count(*) FROM pg_class WHERE oid = to_regclass('%1') AND relkind = 'v'"_s.arg(indexed));
+    if (!isThere || !isOnView)
         return false;
-    const bool isThere = query.value(0).toBool();
-    query.finish();
-    report.append((isThere ? u"The %1 %2 is there already."_s : u"Made the %1 %2."_s).arg(kind, name));
-    return isThere || Run(query, statement);
+    if (*isThere)
+        report.append(u"%1 is there already."_s.arg(name));
+    else if (*isOnView)
+        report.append(u"Left the index %1 out: %2 is a view."_s.arg(name, indexed));
+    else
+        report.append(u"Made the %1 %2."_s.arg(match.captured(1).toLower(), name));
+    QSqlQuery query(database);
+    return *isThere || *isOnView || Run(query, statement);
+}
+
+// Of a statement that counts.
+std::optional<bool> RegisterDatabase::Finds(const QString& statement)
+{
+    QSqlQuery query(database);
+    if (!Run(query, statement) || !query.next())
+        return std::nullopt;
+    return query.value(0).toBool();
 }
 
 // Lasts in the file. Without it the file is synchronised twice for every row.

@@ -27,9 +27,15 @@ public:
     /// What keeps the daemon from working with it, a sentence each; the meters in the register are not judged.
     [[nodiscard]] QStringList Problems();
 
-    /// Makes what is not there of tables, indexes and views, and leaves the rest alone. Returns what it did, a sentence
-    /// each.
-    [[nodiscard]] std::optional<QStringList> CreateSchema();
+    /// A sentence each.
+    struct Creation {
+        QStringList report;
+        QStringList problems; ///< when there are any, nothing was made
+        explicit operator bool() const { return problems.isEmpty(); }
+    };
+    /// Makes what is not there of tables, indexes and views, and leaves the rest alone, if the daemon can work with the
+    /// whole.
+    [[nodiscard]] Creation CreateSchema();
 
     [[nodiscard]] std::optional<QList<RegisterRow>> Rows();
 
@@ -52,6 +58,7 @@ private:
     [[nodiscard]] QStringList FilesNotWritable() const;
     [[nodiscard]] QStringList RightsMissing();
     [[nodiscard]] bool CreateObject(const QString& statement, QStringList& report);
+    [[nodiscard]] std::optional<bool> Finds(const QString& statement);
     [[nodiscard]] bool SwitchWriteAheadLogOn(QStringList& report);
     [[nodiscard]] bool WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement);
 

@@ -255,8 +255,16 @@ class OnPostgres(Both, unittest.TestCase):
     def test_init_is_all_or_nothing(self):
         self.sql("CREATE VIEW main_data AS SELECT 1 AS global_id")
         code, _, complaints = self.tool("init")
-        self.assertEqual((code, "main_data" in complaints[0]), (1, True))
+        self.assertEqual((code, complaints[0]), (1, f"{self.name}: table Main_Data has no column pwr"))
         self.assertEqual(self.schema(), ["v|main_data"])
+        # The other way round than init makes it.
+        self.sql("DROP VIEW main_data")
+        self.tool("init")
+        self.sql('DROP VIEW "Main_Data"; DROP INDEX main_data_sweep; ALTER TABLE main_data RENAME TO "Main_Data"')
+        self.assertEqual(self.tool("init"), (1, [], [
+            f'{self.name}: Main_Data and "Main_Data" are two tables; one must be a view of the other']))
+        self.sql('CREATE VIEW main_data AS SELECT * FROM "Main_Data"')
+        self.assertIn("Left the index main_data_sweep out: main_data is a view.", self.tool("init")[1])
 
 
 class Usage(unittest.TestCase):

@@ -263,8 +263,12 @@ QStringList SettingsCheck::ValueProblems() const
         if (!why.isEmpty())
             problems.append(u"%1, \"%2\": %3"_s.arg(pattern.key, vars.*pattern.text, why));
     }
-    for (const auto& name : {"Base/AdminServerName"_L1, "Base/ServerName"_L1, "Base/Connections"_L1})
-        if (bus.settings.Text(name, u"NoName"_s) == "NoName"_L1)
-            problems.append(u"%1 is not set"_s.arg(name) + " (NoName)"_L1);
+    for (const auto& name : {"Base/AdminServerName"_L1, "Base/ServerName"_L1, "Base/Connections"_L1}) {
+        const QString value = bus.settings.Text(name, u"NoName"_s);
+        if (value == "NoName"_L1)
+            problems.append(u"%1 is not set (NoName)"_s.arg(name));
+        else if (value.isEmpty() && name != "Base/Connections"_L1) // there may be no peers
+            problems.append(u"%1 is empty"_s.arg(name));
+    }
     return problems;
 }

@@ -117,6 +117,8 @@ class Installation(unittest.TestCase):
             (self.main("TimeOfGetTime=24:00"), 'Main/TimeOfGetTime, "24:00": no time "dd hh:mm"'),
             (self.main("TimeOfSetTime="), 'Main/TimeOfSetTime, "": every minute matches'),
             (self.settings.replace("ServerName=ravelin\n", ""), "Base/ServerName is not set (NoName)"),
+            (self.put("\nServerName", ""), "Base/ServerName is empty"),
+            (self.put("AdminServerName", ""), "Base/AdminServerName is empty"),
             (self.put("PortKS", "/dev/none"), "Main/PortKS, /dev/none: No such file or directory"),
             (self.put("PortCounterKTP", self.database), f"{self.database}: it is no device"),
             (self.put("PortKS", "/dev/null"), "Main/PortKS, /dev/null: it is no serial line"),

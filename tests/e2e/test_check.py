@@ -91,9 +91,10 @@ class Installation(unittest.TestCase):
         base = write_file(self.directory, "base.ini", f"[Base]\nBaseName={self.database}\nSqlPassword=geheim\n")
         # What the format leaves alone, and what keeps its backslashes.
         fine = self.main('TimeOfQuery=":\\\\d0$"', "TimeOfGetTime=(00|12):1{1,1}5").replace(self.database, "/unused")
+        fine = fine.replace("PortKS=/dev/", "PortKS=")
         code, report, complaints = self.look("check", settings="; \\d\n" + fine + f"BaseIni={base}\n")
         self.assertEqual((code, complaints), (0, []))
-        for line in (f"Main/PortKS = {self.modem} ({self.path})", f"Main/TimeOfQuery = :\\d0$ ({self.path})",
+        for line in (f"Main/PortCounterKTP = {self.substation} ({self.path})", f"Main/TimeOfQuery = :\\d0$ ({self.path})",
                      "Main/TimeOfSetTime = 00:00$ (default)", f"Base/BaseName = {self.database} ({base})",
                      f"Base/SqlPassword = *** ({base})"):
             self.assertIn(line, report)

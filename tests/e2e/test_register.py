@@ -274,6 +274,7 @@ class Usage(unittest.TestCase):
             (["register", "import"], 2, "A file is missing. See ravelinctl register import --help"),
             (["schedule", "--count", "0"], 2, '--from takes "yyyy-MM-dd hh:mm", --count a number from 1 to 1000.'),
             (["register", "check", "/dev/zero"], 1, "/dev/zero: this is not a regular file"),
+            (["register", "check", "/proc/self/mem"], 1, "/proc/self/mem: this cannot be read to its end"),
             (["register", "init", "-settings", "/none"], 1,
              "Settings file /none is not read, defaults apply: it does not exist"),
         ]

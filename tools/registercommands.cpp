@@ -98,13 +98,16 @@ int Check(const QStringList& words)
         const RegisterText text = ReadRegisterCsv(line.FileName());
         return ReportCheck(line.FileName(), text.rows, text.problems + RegisterProblems(text.rows));
     }
-    const auto database = Opened(line, RegisterDatabase::Missing::Fails);
-    if (!database)
+    const std::optional<SysVar> vars = line.Settings();
+    if (!vars)
         return Problems;
-    const auto rows = database->Rows();
+    RegisterDatabase database(*vars);
+    if (!database.OpenToRead())
+        return ComplainOfAll({database.Error()});
+    const auto rows = database.Rows();
     if (!rows)
-        return ComplainOfAll({database->Error()});
-    return ReportCheck(database->Name(), *rows, RegisterProblems(*rows));
+        return ComplainOfAll({database.Error()});
+    return ReportCheck(database.Name(), *rows, RegisterProblems(*rows));
 }
 
 } // namespace

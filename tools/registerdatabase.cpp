@@ -81,16 +81,16 @@ bool RegisterDatabase::Open(Missing file)
 }
 
 // Even a reader makes the files of the write-ahead log, and leaves them behind. It makes none of a file that it takes
-// for unchangeable, which is true when there is no log, that is, no writer.
+// for unchangeable, which is true when there is no log, that is, no writer and nothing that one left.
 bool RegisterDatabase::OpenToRead()
 {
     if (!IsFile())
         return Connect();
     if (!FindFile(Missing::Fails))
         return false;
-    const bool inUse = QFileInfo::exists(vars.BaseName + "-shm"_L1);
+    const bool hasLog = QFileInfo::exists(vars.BaseName + "-shm"_L1) || QFileInfo(vars.BaseName + "-wal"_L1).size() > 0;
     const QString path = QString::fromLatin1(QUrl::toPercentEncoding(vars.BaseName, "/"));
-    database.setDatabaseName(u"file:%1?%2"_s.arg(path, inUse ? u"mode=ro"_s : u"immutable=1"_s));
+    database.setDatabaseName(u"file:%1?%2"_s.arg(path, hasLog ? u"mode=ro"_s : u"immutable=1"_s));
     database.setConnectOptions(u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s);
     return Connect();
 }

@@ -21,7 +21,8 @@ public:
     /// With `IsMade` an SQLite file that is not there is made, and the directories to it.
     [[nodiscard]] bool Open(Missing file);
 
-    /// As Open() of a database that is there, but nothing is written, no file made and none left behind.
+    /// As Open() of a database that is there, but nothing is written, no file made and none left behind; only a log
+    /// that came without its index gets one.
     [[nodiscard]] bool OpenToRead();
 
     /// What keeps the daemon from working with it, a sentence each; the meters in the register are not judged.

@@ -31,7 +31,7 @@ int Init(const QStringList& words)
         "file and its directory are made, and its write-ahead log is switched on; a PostgreSQL database\n"
         "must exist. As the daemon does, takes a BaseName of SQLite without a leading slash from the\n"
         "program's own directory."_s,
-        CommandLine::File::None);
+        CommandLine::Takes::Nothing);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     const auto database = Opened(line, RegisterDatabase::Missing::IsMade);
@@ -53,7 +53,7 @@ int Import(const QStringList& words)
         "registered already get the values of the file, new ones are added, and those that the file does\n"
         "not name stay. When anything in the file, or in the register as it would be then, is wrong, all of\n"
         "that is told and nothing is written."_s,
-        CommandLine::File::Required);
+        CommandLine::Takes::File);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     const RegisterText text = ReadRegisterCsv(line.FileName());
@@ -78,6 +78,36 @@ int Import(const QStringList& words)
     return Done;
 }
 
+int Remove(const QStringList& words)
+{
+    CommandLine line(
+        u"Takes meters out of the register; their readings stay. When one of them is not registered, that is\n"
+        "told and none is removed."_s,
+        CommandLine::Takes::GlobalIds);
+    if (const std::optional<int> code = line.Parse(words))
+        return *code;
+    const auto database = Opened(line, RegisterDatabase::Missing::Fails);
+    if (!database)
+        return Problems;
+    const auto stored = database->Rows();
+    if (!stored)
+        return ComplainOfAll({database->Error()});
+    QList<RegisterRow> removed;
+    QStringList unknown = line.GlobalIds();
+    for (const RegisterRow& row : *stored)
+        if (unknown.removeAll(row.globalId) > 0)
+            removed.append(row);
+    for (QString& globalId : unknown)
+        globalId = u"%1: no meter with global_id \"%2\" is registered"_s.arg(database->Name(), globalId);
+    if (!unknown.isEmpty())
+        return ComplainOfAll(unknown);
+    if (!database->Remove(removed))
+        return ComplainOfAll({database->Error()});
+    for (const RegisterRow& row : removed)
+        Tell(u"Removed %1: %2, UIN %3."_s.arg(row.place, row.model, row.uin));
+    return Done;
+}
+
 int ReportCheck(const QString& name, const QList<RegisterRow>& rows, const QStringList& problems)
 {
     if (!problems.isEmpty())
@@ -91,7 +121,7 @@ int Check(const QStringList& words)
     CommandLine line(
         u"Tells everything that is wrong with a register of meters: with a file before it is imported, or,\n"
         "without a file, with the register in the daemon's database. Changes nothing."_s,
-        CommandLine::File::Optional);
+        CommandLine::Takes::OptionalFile);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     if (!line.FileName().isEmpty()) {
@@ -117,6 +147,7 @@ int RunRegister(const QStringList& words)
     const QList<Command> commands{
         {u"init"_s, u"Makes the tables in the daemon's database."_s, Init},
         {u"import"_s, u"Fills the register from a file."_s, Import},
+        {u"remove"_s, u"Takes meters out of the register."_s, Remove},
         {u"check"_s, u"Tells what is wrong with a file or with the register in the database."_s, Check},
     };
     return RunOneOf(commands, u"The database's schema and the register of meters in it."_s, words);

@@ -190,6 +190,20 @@ bool RegisterDatabase::Write(const RegisterChange& change)
     });
 }
 
+bool RegisterDatabase::Remove(const QList<RegisterRow>& rows)
+{
+    QSqlQuery query(database); // as in Write()
+    const auto remove = [&](const RegisterRow& row) {
+        query.bindValue(0, row.globalId);
+        return query.exec();
+    };
+    return InTransaction([&] {
+        return (query.prepare(u"DELETE FROM \"Counters\" WHERE global_id = ?"_s)
+                   && std::all_of(rows.begin(), rows.end(), remove))
+            || Fail(Reason(query.lastError()));
+    });
+}
+
 QString RegisterDatabase::Name() const
 {
     return IsFile() ? u"database %1"_s.arg(vars.BaseName) : u"database %1 on %2"_s.arg(vars.BaseName, vars.SqlHostName);

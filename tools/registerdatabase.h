@@ -42,6 +42,8 @@ public:
 
     /// All or nothing.
     [[nodiscard]] bool Write(const RegisterChange& change);
+    /// All or nothing.
+    [[nodiscard]] bool Remove(const QList<RegisterRow>& rows);
 
     /// For a person: "database /var/lib/ravelin/z.db", "database meters on 192.168.0.7".
     [[nodiscard]] QString Name() const;

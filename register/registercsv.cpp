@@ -153,5 +153,8 @@ RegisterText ReadRegisterCsv(const QString& fileName)
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return refuse(file.errorString());
-    return ParseRegisterCsv(fileName, file.readAll());
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError || bytes.size() < file.size()) // a failure half-way leaves no error
+        return refuse(u"this cannot be read to its end"_s);
+    return ParseRegisterCsv(fileName, bytes);
 }

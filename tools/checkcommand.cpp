@@ -11,7 +11,7 @@ int RunCheck(const QStringList& words)
     CommandLine line(
         u"Tells which settings the daemon would run with, where each comes from, and everything that would\n"
         "not work: settings, serial lines, database, register, log, ntpq. Changes nothing."_s,
-        CommandLine::File::None);
+        CommandLine::Takes::Nothing);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     const SettingsCheck settings(line.NamedSettings());

@@ -54,15 +54,17 @@ int RunOneOf(const QList<Command>& commands, const QString& about, const QString
     return command->run(QStringList{way + u' ' + name} + words.mid(2));
 }
 
-CommandLine::CommandLine(const QString& about, File file_) : file(file_)
+CommandLine::CommandLine(const QString& about, Takes takes_) : takes(takes_)
 {
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions); // "-settings", as the daemon has it
     parser.setApplicationDescription(about);
     parser.addOption({{u"h"_s, u"help"_s}, u"Tells this."_s});
     parser.addOption({u"settings"_s, u"The daemon's settings file (default %1)."_s.arg(DefaultSettings()), u"file"_s});
-    if (file != File::None)
+    if (takes == Takes::GlobalIds)
+        parser.addPositionalArgument(u"global_id"_s, u"The meter's key in the register."_s, u"GLOBAL_ID..."_s);
+    else if (takes != Takes::Nothing)
         parser.addPositionalArgument(u"file"_s, u"The register as comma-separated values."_s,
-            file == File::Required ? u"FILE.csv"_s : u"[FILE.csv]"_s);
+            takes == Takes::File ? u"FILE.csv"_s : u"[FILE.csv]"_s);
 }
 
 void CommandLine::AddOption(
@@ -82,11 +84,13 @@ std::optional<int> CommandLine::Parse(const QStringList& words)
             parser.helpText().replace(usage + QCoreApplication::arguments().constFirst(), usage + way).trimmed());
         return Done;
     }
-    const qsizetype files = parser.positionalArguments().size();
-    if (files < (file == File::Required ? 1 : 0))
+    const QStringList given = parser.positionalArguments();
+    if (given.isEmpty() && takes == Takes::File)
         return Refuse(u"A file is missing."_s, way);
-    if (files > (file == File::None ? 0 : 1))
-        return Refuse(u"Too many words: \"%1\"."_s.arg(parser.positionalArguments().constLast()), way);
+    if (given.isEmpty() && takes == Takes::GlobalIds)
+        return Refuse(u"A global_id is missing."_s, way);
+    if (takes != Takes::GlobalIds && given.size() > (takes == Takes::Nothing ? 0 : 1))
+        return Refuse(u"Too many words: \"%1\"."_s.arg(given.constLast()), way);
     return std::nullopt;
 }
 

@@ -23,12 +23,12 @@ struct Command {
 /// Runs the command that the second of `words` names; tells the ways to go on for "--help", a missing and a wrong name.
 [[nodiscard]] int RunOneOf(const QList<Command>& commands, const QString& about, const QStringList& words);
 
-/// The options of one command, which takes at most one file.
+/// The options of one command and what it takes beside them.
 class CommandLine final {
 public:
-    enum class File { None, Optional, Required };
+    enum class Takes { Nothing, OptionalFile, File, GlobalIds };
 
-    CommandLine(const QString& about, File file);
+    CommandLine(const QString& about, Takes takes);
 
     /// `name` takes a value, which `meaning` names.
     void AddOption(const QString& name, const QString& meaning, const QString& about, const QString& defaultValue);
@@ -38,6 +38,9 @@ public:
 
     /// Empty when none was given.
     [[nodiscard]] QString FileName() const { return parser.positionalArguments().value(0); }
+
+    /// At least one.
+    [[nodiscard]] QStringList GlobalIds() const { return parser.positionalArguments(); }
 
     [[nodiscard]] QString Option(const QString& name) const { return parser.value(name); }
 
@@ -50,7 +53,7 @@ public:
 
 private:
     QCommandLineParser parser;
-    File file;
+    Takes takes;
 };
 
 /// The file that counts when none is named: beside the program.

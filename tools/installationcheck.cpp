@@ -22,9 +22,16 @@ struct Port {
     dev_t device = 0;
 };
 
+// As the daemon's serial port takes a name.
+QString PathOf(const QString& portName)
+{
+    const bool isPath = portName.startsWith(u'/') || portName.startsWith("./"_L1) || portName.startsWith("../"_L1);
+    return isPath ? portName : "/dev/"_L1 + portName;
+}
+
 Port LookAt(const QString& name)
 {
-    const QByteArray path = QFile::encodeName(name.contains(u'/') ? name : "/dev/"_L1 + name);
+    const QByteArray path = QFile::encodeName(PathOf(name));
     struct stat status { };
     if (::stat(path.constData(), &status) != 0)
         return {qt_error_string(errno)};

@@ -27,19 +27,20 @@ int Init(const QStringList& words)
 {
     CommandLine line(
         u"Makes the tables, indexes and views that the daemon needs in its database. What is there already\n"
-        "is left as it is. An SQLite file and its directory are made, and its write-ahead log is switched\n"
-        "on; a PostgreSQL database must exist. As the daemon does, takes a BaseName of SQLite without a\n"
-        "leading slash from the program's own directory."_s,
-        CommandLine::File::None);
+        "is left as it is; if the daemon cannot work with it, that is told and nothing is made. An SQLite\n"
+        "file and its directory are made, and its write-ahead log is switched on; a PostgreSQL database\n"
+        "must exist. As the daemon does, takes a BaseName of SQLite without a leading slash from the\n"
+        "program's own directory."_s,
+        CommandLine::Takes::Nothing);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     const auto database = Opened(line, RegisterDatabase::Missing::IsMade);
     if (!database)
         return Problems;
-    const std::optional<QStringList> report = database->CreateSchema();
-    if (!report)
-        return ComplainOfAll({database->Error()});
-    for (const QString& sentence : *report)
+    const RegisterDatabase::Creation creation = database->CreateSchema();
+    if (!creation)
+        return ComplainOfAll(creation.problems);
+    for (const QString& sentence : creation.report)
         Tell(sentence);
     Tell(u"The %1 is ready."_s.arg(database->Name()));
     return Done;
@@ -52,7 +53,7 @@ int Import(const QStringList& words)
         "registered already get the values of the file, new ones are added, and those that the file does\n"
         "not name stay. When anything in the file, or in the register as it would be then, is wrong, all of\n"
         "that is told and nothing is written."_s,
-        CommandLine::File::Required);
+        CommandLine::Takes::File);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     const RegisterText text = ReadRegisterCsv(line.FileName());
@@ -77,6 +78,36 @@ int Import(const QStringList& words)
     return Done;
 }
 
+int Remove(const QStringList& words)
+{
+    CommandLine line(
+        u"Takes meters out of the register; their readings stay. When one of them is not registered, that is\n"
+        "told and none is removed."_s,
+        CommandLine::Takes::GlobalIds);
+    if (const std::optional<int> code = line.Parse(words))
+        return *code;
+    const auto database = Opened(line, RegisterDatabase::Missing::Fails);
+    if (!database)
+        return Problems;
+    const auto stored = database->Rows();
+    if (!stored)
+        return ComplainOfAll({database->Error()});
+    QList<RegisterRow> removed;
+    QStringList unknown = line.GlobalIds();
+    for (const RegisterRow& row : *stored)
+        if (unknown.removeAll(row.globalId) > 0)
+            removed.append(row);
+    for (QString& globalId : unknown)
+        globalId = u"%1: no meter with global_id \"%2\" is registered"_s.arg(database->Name(), globalId);
+    if (!unknown.isEmpty())
+        return ComplainOfAll(unknown);
+    if (!database->Remove(removed))
+        return ComplainOfAll({database->Error()});
+    for (const RegisterRow& row : removed)
+        Tell(u"Removed %1: %2, UIN %3."_s.arg(row.place, row.model, row.uin));
+    return Done;
+}
+
 int ReportCheck(const QString& name, const QList<RegisterRow>& rows, const QStringList& problems)
 {
     if (!problems.isEmpty())
@@ -90,20 +121,23 @@ int Check(const QStringList& words)
     CommandLine line(
         u"Tells everything that is wrong with a register of meters: with a file before it is imported, or,\n"
         "without a file, with the register in the daemon's database. Changes nothing."_s,
-        CommandLine::File::Optional);
+        CommandLine::Takes::OptionalFile);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
     if (!line.FileName().isEmpty()) {
         const RegisterText text = ReadRegisterCsv(line.FileName());
         return ReportCheck(line.FileName(), text.rows, text.problems + RegisterProblems(text.rows));
     }
-    const auto database = Opened(line, RegisterDatabase::Missing::Fails);
-    if (!database)
+    const std::optional<SysVar> vars = line.Settings();
+    if (!vars)
         return Problems;
-    const auto rows = database->Rows();
+    RegisterDatabase database(*vars);
+    if (!database.OpenToRead())
+        return ComplainOfAll({database.Error()});
+    const auto rows = database.Rows();
     if (!rows)
-        return ComplainOfAll({database->Error()});
-    return ReportCheck(database->Name(), *rows, RegisterProblems(*rows));
+        return ComplainOfAll({database.Error()});
+    return ReportCheck(database.Name(), *rows, RegisterProblems(*rows));
 }
 
 } // namespace
@@ -113,6 +147,7 @@ int RunRegister(const QStringList& words)
     const QList<Command> commands{
         {u"init"_s, u"Makes the tables in the daemon's database."_s, Init},
         {u"import"_s, u"Fills the register from a file."_s, Import},
+        {u"remove"_s, u"Takes meters out of the register."_s, Remove},
         {u"check"_s, u"Tells what is wrong with a file or with the register in the database."_s, Check},
     };
     return RunOneOf(commands, u"The database's schema and the register of meters in it."_s, words);

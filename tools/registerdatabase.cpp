@@ -33,6 +33,12 @@ constexpr std::array<Table, 4> Tables{{
     {QLatin1StringView("time_table"), QLatin1StringView("uin date_c time_c date_r time_r")},
 }};
 
+// To try them would fail, and with it the transaction that the question may be asked in.
+const auto MissingRights =
+    u"SELECT current_user, needed, place FROM (VALUES ('SELECT', '\"Counters\"'), ('SELECT', 'Main_Data'), "
+    "('INSERT', 'Main_Data'), ('SELECT', '\"Main_Data\"'), ('SELECT', 'time_table'), ('INSERT', 'time_table')) "
+    "AS rights(needed, place) WHERE NOT has_table_privilege(to_regclass(place), needed)"_s;
+
 const auto TablesOfReadings = u"SELECT count(*) FROM pg_class WHERE relkind IN ('r', 'p') AND oid IN "
                               "(to_regclass('Main_Data'), to_regclass('\"Main_Data\"'))"_s;
 
@@ -75,16 +81,16 @@ bool RegisterDatabase::Open(Missing file)
 }
 
 // Even a reader makes the files of the write-ahead log, and leaves them behind. It makes none of a file that it takes
-// for unchangeable, which is true when there is no log, that is, no writer.
+// for unchangeable, which is true when there is no log, that is, no writer and nothing that one left.
 bool RegisterDatabase::OpenToRead()
 {
     if (!IsFile())
         return Connect();
     if (!FindFile(Missing::Fails))
         return false;
-    const bool inUse = QFileInfo::exists(vars.BaseName + "-shm"_L1);
+    const bool hasLog = QFileInfo::exists(vars.BaseName + "-shm"_L1) || QFileInfo(vars.BaseName + "-wal"_L1).size() > 0;
     const QString path = QString::fromLatin1(QUrl::toPercentEncoding(vars.BaseName, "/"));
-    database.setDatabaseName(u"file:%1?%2"_s.arg(path, inUse ? u"mode=ro"_s : u"immutable=1"_s));
+    database.setDatabaseName(u"file:%1?%2"_s.arg(path, hasLog ? u"mode=ro"_s : u"immutable=1"_s));
     database.setConnectOptions(u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s);
     return Connect();
 }
@@ -98,11 +104,9 @@ bool RegisterDatabase::Connect()
 
 QStringList RegisterDatabase::Problems()
 {
-    QStringList problems;
-    if (IsFile())
-        for (const QString& path : {vars.BaseName, QFileInfo(vars.BaseName).path()}) // which takes the journal
-            if (!QFileInfo(path).isWritable())
-                problems.append(u"%1: %2 cannot be written"_s.arg(Name(), path));
+    QStringList problems = IsFile() ? FilesNotWritable() : RightsMissing();
+    if (!IsFile() && !problems.isEmpty())
+        return problems; // the tables cannot be looked at
     for (const auto& [table, columns] : Tables) {
         QSqlQuery query(database);
         if (!Run(query, u"SELECT * FROM %1 WHERE 1 = 0"_s.arg(table))) {
@@ -123,19 +127,44 @@ QStringList RegisterDatabase::Problems()
     return problems;
 }
 
-std::optional<QStringList> RegisterDatabase::CreateSchema()
+QStringList RegisterDatabase::FilesNotWritable() const
 {
-    QStringList report;
+    const QString directory = QFileInfo(vars.BaseName).path(); // takes the journal
+    QStringList problems;
+    for (const QString& path : {vars.BaseName, directory, vars.BaseName + "-wal"_L1, vars.BaseName + "-shm"_L1})
+        if (QFileInfo::exists(path) && !QFileInfo(path).isWritable())
+            problems.append(u"%1: %2 cannot be written"_s.arg(Name(), path));
+    return problems;
+}
+
+QStringList RegisterDatabase::RightsMissing()
+{
+    QSqlQuery query(database);
+    if (!Run(query, MissingRights))
+        return {Error()};
+    QStringList problems;
+    while (query.next())
+        problems.append(u"%1: the role %2 may not %3 in table %4"_s.arg(
+            Name(), query.value(0).toString(), query.value(1).toString(), query.value(2).toString()));
+    return problems;
+}
+
+RegisterDatabase::Creation RegisterDatabase::CreateSchema()
+{
+    Creation creation;
     const QStringList statements = SchemaStatements(IsFile() ? u":/schema/sqlite.sql"_s : u":/schema/postgres.sql"_s);
-    if (IsFile() && !SwitchWriteAheadLogOn(report))
-        return std::nullopt;
+    if (IsFile() && !SwitchWriteAheadLogOn(creation.report))
+        return {{}, {Error()}};
     const bool created = InTransaction([&] {
-        return std::all_of(statements.begin(), statements.end(),
-            [&](const QString& statement) { return CreateObject(statement, report); });
+        if (!std::all_of(statements.begin(), statements.end(),
+                [&](const QString& statement) { return CreateObject(statement, creation.report); }))
+            return false;
+        creation.problems = Problems(); // of what was there already
+        return creation.problems.isEmpty();
     });
-    if (!created)
-        return std::nullopt;
-    return report;
+    if (!created && creation.problems.isEmpty())
+        creation.problems = {Error()};
+    return creation;
 }
 
 std::optional<QList<RegisterRow>> RegisterDatabase::Rows()
@@ -158,6 +187,20 @@ bool RegisterDatabase::Write(const RegisterChange& change)
             && WriteEach(change.added, insert,
                 u"INSERT INTO \"Counters\" (global_id, \"UIN\", \"Number\", \"Model\", \"Type\", \"KI_Number\") "
                 "VALUES (:global_id, :UIN, :Number, :Model, :Type, :KI_Number)"_s);
+    });
+}
+
+bool RegisterDatabase::Remove(const QList<RegisterRow>& rows)
+{
+    QSqlQuery query(database); // as in Write()
+    const auto remove = [&](const RegisterRow& row) {
+        query.bindValue(0, row.globalId);
+        return query.exec();
+    };
+    return InTransaction([&] {
+        return (query.prepare(u"DELETE FROM \"Counters\" WHERE global_id = ?"_s)
+                   && std::all_of(rows.begin(), rows.end(), remove))
+            || Fail(Reason(query.lastError()));
     });
 }
 
@@ -211,20 +254,37 @@ bool RegisterDatabase::Run(QSqlQuery& query, const QString& statement)
 // Both kinds of database know an object by the name that the statement gives it.
 bool RegisterDatabase::CreateObject(const QString& statement, QStringList& report)
 {
-    static const QRegularExpression head(u"^CREATE (TABLE|INDEX|VIEW) (\"?\\w+\"?)"_s);
+    static const QRegularExpression head(u"^CREATE (TABLE|INDEX|VIEW) (\"?\\w+\"?)(?: ON (\"?\\w+\"?))?"_s);
     const QRegularExpressionMatch match = head.match(statement);
     const QString name = match.captured(2);
-    const QString kind = match.captured(1).toLower();
+    const QString indexed = match.captured(3);
 
-    QSqlQuery query(database);
     const QString find = IsFile() ? u"SELECT count(*) FROM sqlite_master WHERE lower(name) = lower('%1')"_s
                                   : u"SELECT count(to_regclass('%1'))"_s;
-    if (!Run(query, find.arg(IsFile() ? QString(name).remove(u'"') : name)) || !query.next())
+    const std::optional<bool> isThere = Finds(find.arg(IsFile() ? QString(name).remove(u'"') : name));
+    std::optional<bool> isOnView = false;
+    if (!IsFile() && !indexed.isEmpty())
+        isOnView =
+            Finds(u"SELECT count(*) FROM pg_class WHERE oid = to_regclass('%1') AND relkind = 'v'"_s.arg(indexed));
+    if (!isThere || !isOnView)
         return false;
-    const bool isThere = query.value(0).toBool();
-    query.finish();
-    report.append((isThere ? u"The %1 %2 is there already."_s : u"Made the %1 %2."_s).arg(kind, name));
-    return isThere || Run(query, statement);
+    if (*isThere)
+        report.append(u"%1 is there already."_s.arg(name));
+    else if (*isOnView)
+        report.append(u"Left the index %1 out: %2 is a view."_s.arg(name, indexed));
+    else
+        report.append(u"Made the %1 %2."_s.arg(match.captured(1).toLower(), name));
+    QSqlQuery query(database);
+    return *isThere || *isOnView || Run(query, statement);
+}
+
+// Of a statement that counts.
+std::optional<bool> RegisterDatabase::Finds(const QString& statement)
+{
+    QSqlQuery query(database);
+    if (!Run(query, statement) || !query.next())
+        return std::nullopt;
+    return query.value(0).toBool();
 }
 
 // Lasts in the file. Without it the file is synchronised twice for every row.

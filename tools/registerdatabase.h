@@ -21,20 +21,29 @@ public:
     /// With `IsMade` an SQLite file that is not there is made, and the directories to it.
     [[nodiscard]] bool Open(Missing file);
 
-    /// As Open() of a database that is there, but nothing is written, no file made and none left behind.
+    /// As Open() of a database that is there, but nothing is written, no file made and none left behind; only a log
+    /// that came without its index gets one.
     [[nodiscard]] bool OpenToRead();
 
     /// What keeps the daemon from working with it, a sentence each; the meters in the register are not judged.
     [[nodiscard]] QStringList Problems();
 
-    /// Makes what is not there of tables, indexes and views, and leaves the rest alone. Returns what it did, a sentence
-    /// each.
-    [[nodiscard]] std::optional<QStringList> CreateSchema();
+    /// A sentence each.
+    struct Creation {
+        QStringList report;
+        QStringList problems; ///< when there are any, nothing was made
+        explicit operator bool() const { return problems.isEmpty(); }
+    };
+    /// Makes what is not there of tables, indexes and views, and leaves the rest alone, if the daemon can work with the
+    /// whole.
+    [[nodiscard]] Creation CreateSchema();
 
     [[nodiscard]] std::optional<QList<RegisterRow>> Rows();
 
     /// All or nothing.
     [[nodiscard]] bool Write(const RegisterChange& change);
+    /// All or nothing.
+    [[nodiscard]] bool Remove(const QList<RegisterRow>& rows);
 
     /// For a person: "database /var/lib/ravelin/z.db", "database meters on 192.168.0.7".
     [[nodiscard]] QString Name() const;
@@ -49,7 +58,10 @@ private:
     [[nodiscard]] bool Connect();
     [[nodiscard]] bool Fail(const QString& why);
     [[nodiscard]] bool Run(QSqlQuery& query, const QString& statement);
+    [[nodiscard]] QStringList FilesNotWritable() const;
+    [[nodiscard]] QStringList RightsMissing();
     [[nodiscard]] bool CreateObject(const QString& statement, QStringList& report);
+    [[nodiscard]] std::optional<bool> Finds(const QString& statement);
     [[nodiscard]] bool SwitchWriteAheadLogOn(QStringList& report);
     [[nodiscard]] bool WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement);
 

@@ -128,7 +128,7 @@ int RunSchedule(const QStringList& words)
 {
     CommandLine line(u"Tells the next minutes in which clocks are set and sweeps start, how long that takes with the\n"
                      "register and the delays as they are, and which sweeps are not over when the next one is due."_s,
-        CommandLine::File::None);
+        CommandLine::Takes::Nothing);
     line.AddOption(u"from"_s, u"time"_s, u"Where to begin: \"yyyy-MM-dd hh:mm\" (default: now)."_s, {});
     line.AddOption(u"count"_s, u"number"_s, u"How many minutes of each, 1 to 1000 (default 5)."_s, u"5"_s);
     if (const std::optional<int> code = line.Parse(words))

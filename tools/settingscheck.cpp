@@ -216,21 +216,32 @@ QStringList SettingsCheck::KeyProblems() const
     return problems;
 }
 
-// The format takes them away silently, and what is left of a pattern may well be one.
+// The format takes them away silently, and what is left of a pattern may well be one. A ";" outside quotes begins a
+// comment.
 QStringList SettingsCheck::EscapeProblems() const
 {
-    static const QRegularExpression lost(
-        uR"(^\s*([^;=\[\s][^=\n]*?)\s*=(?:[^\\\n]|\\[\\"x])*(\\[^\\"x\n]))"_s, QRegularExpression::MultilineOption);
+    static const QRegularExpression line(uR"(
+            ^\s* (?: \[ (?<group>[^\]\n]*) \]
+                  | (?<key>[^;=\[\s][^;=\n]*?) \s* =
+                    (?: [^;"\\\n] | \\[\\"x] | "(?:[^"\\\n]|\\[\\"x])*" )*
+                    (?: "(?:[^"\\\n]|\\[\\"x])* )?
+                    (?<lost>\\[^\\"x\n]) ))"_s,
+        QRegularExpression::MultilineOption | QRegularExpression::ExtendedPatternSyntaxOption);
     QStringList problems;
     for (const File* const file : Files()) {
         QFile contents(file->name);
         if (!QFileInfo(file->name).isFile() || !contents.open(QIODevice::ReadOnly))
             continue;
         const QString text = QString::fromUtf8(contents.read(LargestFile));
-        for (const QRegularExpressionMatch& match : lost.globalMatch(text))
-            problems.append(
-                u"%1: in %2, %3 is an escape of the file's format and does not stay; write two backslashes"_s.arg(
-                    file->name, match.captured(1), match.captured(2)));
+        QString group;
+        for (const QRegularExpressionMatch& match : line.globalMatch(text)) {
+            if (match.hasCaptured("group"_L1))
+                group = match.captured("group"_L1).trimmed();
+            else if (group == "Base"_L1 || group == "Main"_L1)
+                problems.append(
+                    u"%1: in %2, %3 is an escape of the file's format and does not stay; write two backslashes"_s.arg(
+                        file->name, match.captured("key"_L1), match.captured("lost"_L1)));
+        }
     }
     return problems;
 }
@@ -263,8 +274,12 @@ QStringList SettingsCheck::ValueProblems() const
         if (!why.isEmpty())
             problems.append(u"%1, \"%2\": %3"_s.arg(pattern.key, vars.*pattern.text, why));
     }
-    for (const auto& name : {"Base/AdminServerName"_L1, "Base/ServerName"_L1, "Base/Connections"_L1})
-        if (bus.settings.Text(name, u"NoName"_s) == "NoName"_L1)
-            problems.append(u"%1 is not set"_s.arg(name) + " (NoName)"_L1);
+    for (const auto& name : {"Base/AdminServerName"_L1, "Base/ServerName"_L1, "Base/Connections"_L1}) {
+        const QString value = bus.settings.Text(name, u"NoName"_s);
+        if (value == "NoName"_L1)
+            problems.append(u"%1 is not set (NoName)"_s.arg(name));
+        else if (value.isEmpty() && name != "Base/Connections"_L1) // there may be no peers
+            problems.append(u"%1 is empty"_s.arg(name));
+    }
     return problems;
 }

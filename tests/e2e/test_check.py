@@ -57,7 +57,7 @@ class Installation(unittest.TestCase):
         master, slave = os.openpty()
         self.addCleanup(os.close, master)
         self.addCleanup(os.close, slave)
-        return os.ttyname(slave)
+        return os.ttyname(slave).removeprefix("/dev/")
 
     def look(self, command, *words, settings=None, path=None):
         """Without touching."""
@@ -90,8 +90,8 @@ class Installation(unittest.TestCase):
     def test_good(self):
         base = write_file(self.directory, "base.ini", f"[Base]\nBaseName={self.database}\nSqlPassword=geheim\n")
         # What the format leaves alone, and what keeps its backslashes.
-        fine = self.main('TimeOfQuery=":\\\\d0$"', "TimeOfGetTime=(00|12):1{1,1}5").replace(self.database, "/unused")
-        code, report, complaints = self.look("check", settings="; \\d\n" + fine + f"BaseIni={base}\n")
+        fine = self.main('TimeOfQuery=":\\\\d0$"', "TimeOfGetTime=(00|12):1{1,1}5 ;\\d").replace(self.database, "/unused")
+        code, report, complaints = self.look("check", settings="; \\d\n" + fine + f"BaseIni={base}\n[Other]\nPath=C:\\new\n")
         self.assertEqual((code, complaints), (0, []))
         for line in (f"Main/PortKS = {self.modem} ({self.path})", f"Main/TimeOfQuery = :\\d0$ ({self.path})",
                      "Main/TimeOfSetTime = 00:00$ (default)", f"Base/BaseName = {self.database} ({base})",
@@ -113,10 +113,11 @@ class Installation(unittest.TestCase):
             (self.main("RepeatQueryNumber=128"), "must be from 0 to 127, not 128"),
             (self.main("CounterKTPMultiplier=0"), "Main/CounterKTPMultiplier must be more than 0, not 0"),
             (self.main("TimeOfQuery=:(00$"), 'Main/TimeOfQuery, ":(00$": '),
-            (self.main(r"TimeOfGetTime=[0-9]\d:15$"), r"in TimeOfGetTime, \d is an escape"),
+            (self.main(r'TimeOfGetTime="[0-9;]"\d:15$'), r"in TimeOfGetTime, \d is an escape"),
             (self.main("TimeOfGetTime=24:00"), 'Main/TimeOfGetTime, "24:00": no time "dd hh:mm"'),
             (self.main("TimeOfSetTime="), 'Main/TimeOfSetTime, "": every minute matches'),
             (self.settings.replace("ServerName=ravelin\n", ""), "Base/ServerName is not set (NoName)"),
+            (self.put("\nServerName", ""), "Base/ServerName is empty"),
             (self.put("PortKS", "/dev/none"), "Main/PortKS, /dev/none: No such file or directory"),
             (self.put("PortCounterKTP", self.database), f"{self.database}: it is no device"),
             (self.put("PortKS", "/dev/null"), "Main/PortKS, /dev/null: it is no serial line"),

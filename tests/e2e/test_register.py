@@ -1,6 +1,7 @@
 """The register and its database through the operator's tool, on both kinds of database, which are looked at from outside."""
 
 import contextlib
+import functools
 import json
 import os
 import re
@@ -92,6 +93,12 @@ class Both:
         self.assertEqual([row for row in self.counters() if row[:2] in ("11", "12", "30")],
                          ["11|000D6F00001733F2|60217|CE102|0|101", "12|000D6F00001733EB|60218|CE102|0|102",
                           "30|000D6F0000190BFF|7|SET1|0|о'к"])
+        self.assertEqual(self.tool("remove", "11", "7", "x"), (1, [], [
+            f'{self.name}: no meter with global_id "{unknown}" is registered' for unknown in "7x"]))
+        self.assertEqual(self.tool("remove", "30", "11"), (0, [
+            f"Removed {self.name}, global_id 11: CE102, UIN 000D6F00001733F2.",
+            f"Removed {self.name}, global_id 30: SET1, UIN 000D6F0000190BFF."], []))
+        self.assertRegex(self.load(HEADER + "31,000D6F00001733F2,1,CE102,0,\n")[1][0], "1 added, .* 12 not in the file")
 
     def test_nothing_is_written_when_something_is_wrong(self):
         self.tool("init")
@@ -159,6 +166,27 @@ class OnSqlite(Both, unittest.TestCase):
         self.assertEqual(self.tool("init"), (1, [], [
             f"{self.name}: the directory {os.path.dirname(self.path)} cannot be made"]))
 
+    def test_files_that_may_only_be_read(self):
+        # Root, too, is held to the modes of files.
+        held = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"] if os.geteuid() == 0 else ["env"]
+        tool = functools.partial(ravelinctl, *held[1:], os.path.join(BUILD, "ravelinctl"), program=held[0])
+        self.tool("init")
+        self.load(METERS)
+        with contextlib.closing(sqlite3.connect(self.path, isolation_level=None)) as other:
+            other.execute('DELETE FROM "Counters" WHERE "Type" = 0')
+            copies = [shutil.copy(path, self.directory) for path in (self.path, self.path + "-wal")]
+            paths = [self.path, self.path + "-wal", self.path + "-shm"]
+            for path in paths:
+                os.chmod(path, 0o444)
+            complaints = tool("check", "-settings", self.settings_path)[2]
+            self.assertLessEqual({f"{self.name}: {path} cannot be written" for path in paths}, set(complaints))
+        os.chmod(os.path.dirname(self.path), 0o555)
+        self.assertEqual(tool("register", "check", "-settings", self.settings_path)[::2], (0, []))
+        self.assertEqual(os.listdir(os.path.dirname(self.path)), ["z.db"])
+        # As it was while the log was in use.
+        write_file(self.directory, "the.ini", f"[Base]\nBaseName={copies[0]}\n")
+        self.assertIn("meters behind nodes: 0,", self.tool("check")[1][0])
+
     def test_where_the_daemon_looks(self):
         """Beside the program: ravelin.ini, and a database without a leading slash."""
         program = shutil.copy(os.path.join(BUILD, "ravelinctl"), self.directory)
@@ -177,7 +205,7 @@ class OnPostgres(Both, unittest.TestCase):
         cls.server = cls.enterClassContext(Postgres())
 
     def prepare(self):
-        self.server.psql("DROP SCHEMA public CASCADE; CREATE SCHEMA public")
+        self.server.psql("DROP SCHEMA public CASCADE; CREATE SCHEMA public; GRANT USAGE ON SCHEMA public TO public")
         self.settings = self.server.settings
         self.name = f"database postgres on {self.server.directory}"
 
@@ -207,27 +235,37 @@ class OnPostgres(Both, unittest.TestCase):
         self.assertIn("password authentication failed", complaints[0])
         self.assertNotIn("falsch", complaints[0])
 
+    def test_check_tells_what_the_role_may_not(self):
+        self.tool("init")
+        self.sql("CREATE ROLE reader LOGIN PASSWORD 'r'; GRANT SELECT ON main_data, time_table, \"Counters\" TO reader")
+        write_file(self.directory, "the.ini", self.settings + "SqlLogin=reader\nSqlPassword=r\n")
+        complaints = ravelinctl("check", "-settings", self.settings_path)[2]
+        for right in ("INSERT in table Main_Data", 'SELECT in table "Main_Data"', "INSERT in table time_table"):
+            self.assertIn(f"{self.name}: the role reader may not {right}", complaints)
+
     def test_check_knows_both_spellings(self):
         self.tool("init")
         self.load(METERS)
         rows = [
             ("SELECT 1", None),
             ('DROP VIEW "Main_Data"', 'relation "Main_Data" does not exist'),
-            ('CREATE TABLE "Main_Data" AS SELECT * FROM main_data', 'Main_Data and "Main_Data" are two tables'),
+            ('DROP VIEW "Main_Data"; CREATE TABLE "Main_Data" AS TABLE main_data', 'are two tables'),
             ('ALTER TABLE "Main_Data" DROP COLUMN pwr4; DROP TABLE main_data; '
              'CREATE VIEW main_data AS SELECT *, 0 AS pwr4 FROM "Main_Data"', 'table "Main_Data" has no column pwr4'),
             ('ALTER TABLE "Main_Data" ADD pwr4 int; ALTER TABLE "Counters" RENAME "UIN" TO uin', 'has no column UIN'),
+            ('ALTER TABLE "Counters" RENAME uin TO "UIN"', None),
         ]
         for statement, complaint in rows:
             self.sql(statement)
             complaints = ravelinctl("check", "-settings", self.settings_path)[2]
             found = [line for line in complaints if line.startswith(self.name)]
             self.assertEqual([complaint in line for line in found], [True] if complaint else [])
+            self.assertEqual(self.tool("init")[2], [line for line in found if "does not exist" not in line])
 
     def test_init_is_all_or_nothing(self):
         self.sql("CREATE VIEW main_data AS SELECT 1 AS global_id")
         code, _, complaints = self.tool("init")
-        self.assertEqual((code, "main_data" in complaints[0]), (1, True))
+        self.assertEqual((code, complaints[0]), (1, f"{self.name}: table Main_Data has no column pwr"))
         self.assertEqual(self.schema(), ["v|main_data"])
 
 
@@ -238,6 +276,7 @@ class Usage(unittest.TestCase):
             (["register", "import"], 2, "A file is missing. See ravelinctl register import --help"),
             (["schedule", "--count", "0"], 2, '--from takes "yyyy-MM-dd hh:mm", --count a number from 1 to 1000.'),
             (["register", "check", "/dev/zero"], 1, "/dev/zero: this is not a regular file"),
+            (["register", "check", "/proc/self/mem"], 1, "/proc/self/mem: this cannot be read to its end"),
             (["register", "init", "-settings", "/none"], 1,
              "Settings file /none is not read, defaults apply: it does not exist"),
         ]

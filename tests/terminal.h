@@ -7,6 +7,14 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 
+/// To which the daemon has set `line`, until its other side reads.
+inline speed_t SpeedOf(const PseudoTerminal& line)
+{
+    termios settings{};
+    ::tcgetattr(line.DaemonSide(), &settings);
+    return ::cfgetospeed(&settings);
+}
+
 /// Returns when the daemon's side of `line` can read all of `bytes`.
 inline void SayTo(PseudoTerminal& line, const QByteArray& bytes)
 {

@@ -40,6 +40,7 @@ class tst_RadioLink : public QObject {
     Answers answers;
     Lines written; // by the driver, each with its time in ms
     qint64 lastAct = 0;
+    speed_t speed = B0; // of the driver's side, before this side reads
 
     [[nodiscard]] QString Port() const { return directory->filePath(u"modem"_s); }
 
@@ -60,6 +61,8 @@ class tst_RadioLink : public QObject {
 
     void Act()
     {
+        if (speed == B0)
+            speed = SpeedOf(*line);
         const QByteArray bytes = Heard(1, SilenceMs);
         if (!bytes.isEmpty())
             written += QByteArray::number(lastAct) + ' ' + bytes;
@@ -107,6 +110,7 @@ private slots:
         modem.reset();
         pLog = nullptr;
         written.clear();
+        speed = B0;
         lastAct = 0;
     }
 
@@ -115,6 +119,7 @@ private slots:
         const Lines fresh{"000D6F00001733EB Main Device"};
         Begin({{"ati\r\n", Identity}, {"at+sn\r\n", "\r\nOK\r\n\r\nCOO:000D6F0000001000\r\n"}});
         QCOMPARE(Table(), fresh);
+        QCOMPARE(speed, speed_t{B19200});
         Act();
         modem->UpdateZNetwork();
         QCOMPARE(Table(), fresh + Lines{"000D6F0000001000 COO:"});

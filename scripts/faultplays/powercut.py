@@ -37,6 +37,7 @@ def power_cut():
                 torn += 1
                 check_copy(*copied(site, f"torn{copy}", False, f"copy{copy}"), rows, random.randrange(size, behind))
             check_copy(database, journal, rows)
+        hold(torn, "no copy was made in mid-write")
         stored = site.look().total()
     return f"{COPIES} copies while {stored} rows were written, {torn} of them torn: all sound, no stored row is missing"
 

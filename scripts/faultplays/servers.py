@@ -3,7 +3,6 @@
 import collections
 import os
 import select
-import signal
 import socket
 import threading
 

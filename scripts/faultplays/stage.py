@@ -123,7 +123,7 @@ class Stage(Site):
         ended_with = self.wait()
         seconds = time.monotonic() - begun
         self.ended = True
-        hold(ended_with == code, f"exit code {ended_with}, not {code}: {self.log()[-1:]}")
+        hold(ended_with == code, f"exit code {ended_with}, not {code}: {self.log()[-1:]} {self.last_words()}")
         hold(seconds < within, f"it took {seconds:.2f} s to end")
         return seconds
 

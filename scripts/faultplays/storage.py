@@ -10,15 +10,14 @@ from faultplays.stage import ON_DEMAND, READABLE, Stage, hold, readings
 
 
 class Disk:
-    """A directory of the site that can be filled up and made read-only: a small file system of its own for root, else
-    files that may not grow, or not be written."""
+    """A directory of the site that can be filled up and made read-only: a small file system of its own where that may be
+    mounted, else files that may not grow, or not be written."""
 
     def __init__(self, site):
         self.site, self.path = site, site.path("disk")
         os.mkdir(self.path)
-        self.mounted = os.geteuid() == 0
-        if self.mounted:
-            subprocess.run(["mount", "-t", "tmpfs", "-o", "size=1m,mode=777", "tmpfs", self.path], check=True)
+        mount = ["mount", "-t", "tmpfs", "-o", "size=1m,mode=777", "tmpfs", self.path]
+        self.mounted = os.geteuid() == 0 and subprocess.run(mount, stderr=subprocess.DEVNULL).returncode == 0
         self.kind = "a tmpfs of 1 MiB" if self.mounted else "permissions, a limit on the size of files"
 
     def fill(self):
@@ -40,6 +39,7 @@ class Disk:
         if self.mounted:
             subprocess.run(["mount", "-o", f"remount,{'rw' if allowed else 'ro'}", self.path], check=True)
             return
+        hold(allowed or os.geteuid() != 0, "root writes anywhere, and may not mount here: play this as another user")
         for name in os.listdir(self.path):
             os.chmod(os.path.join(self.path, name), 0o644 if allowed else 0o444)
         os.chmod(self.path, 0o755 if allowed else 0o555)

@@ -40,6 +40,8 @@ class Postgres:
         password_file = os.path.join(self.directory, "password")
         with open(password_file, "w", encoding="utf-8") as file:
             file.write(PASSWORD + "\n")
+        if os.geteuid() == 0:
+            shutil.chown(password_file, "postgres")
         subprocess.run(self._run("initdb", "-U", "postgres", "--auth=scram-sha-256", "--pwfile", password_file,
                                  "--encoding=UTF8", "--locale=C.UTF-8", "--no-sync"),
                        check=True, cwd=self.directory, stdout=subprocess.DEVNULL)

@@ -134,13 +134,20 @@ class Process:
     def __enter__(self):
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, kind, *_):
+        code = 0
         if self.process and self.process.poll() is None:
             self.process.terminate()  # a killed process would not tell what it has run: scripts/coverage
             try:
-                self.process.wait(10)
+                code = self.process.wait(10)
             except subprocess.TimeoutExpired:
                 self.process.kill()
-                self.process.wait()
+                code = self.process.wait()
+        said = self.last_words() if code else ""
         self.peers.close()
         self.home.cleanup()
+        assert code == 0 or kind, f"exit code {code}: {said}"
+
+    def last_words(self):
+        """The end of its debug output, where a sanitizer tells what it found."""
+        return self.stderr()[-2000:]

@@ -9,6 +9,7 @@ from rig import BUILD
 from rig import buspeer as bus
 from rig.process import Process, faketime_environment, ravelinctl, wait_for, write_file
 
+SIMULATOR = ["setpriv", "--pdeathsig", "TERM", os.path.join(BUILD, "ravelin-sim")]  # ends with the play
 NODE = "000D6F00000010%02X"
 SPOILED, LATE, CUT, SILENT = NODE % 5, NODE % 6, NODE % 7, NODE % 8
 MODELS = ["CE301", "SET3", "SET1", "CE102", "SET1", "SET3", "CE301", "SET3"]
@@ -79,7 +80,7 @@ class Site(Process):
 
     def start_substation(self, *options):
         self.substation = subprocess.Popen(
-            [os.path.join(BUILD, "ravelin-sim"), "--register", self.path("register.csv"), "--scenario",
+            [*SIMULATOR, "--register", self.path("register.csv"), "--scenario",
              self.path("scenario.ini"), "--report", self.path("report.csv"), "--traffic", self.path("traffic"),
              *options, self.directory],
             env=dict(os.environ, TZ="UTC", **faketime_environment(self.speed, self.start_time)),
@@ -89,7 +90,8 @@ class Site(Process):
     def stop_substation(self):
         """Whoever has one of its lines open sees a hang-up."""
         self.substation.terminate()
-        self.substation.wait()
+        code = self.substation.wait()
+        assert code == 0, f"the virtual substation ended with {code}"
 
     def start_all(self, *options):
         """Returns the administrator's and a peer's connection. `options` are the substation's."""
@@ -108,10 +110,11 @@ class Site(Process):
             return list(csv.DictReader(file))
 
     def __exit__(self, *arguments):
-        if self.substation:
-            self.substation.terminate()
-            self.substation.wait()
-        super().__exit__(*arguments)
+        try:
+            if self.substation:
+                self.stop_substation()
+        finally:
+            super().__exit__(*arguments)
 
 
 def split_message(frame):

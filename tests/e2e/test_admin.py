@@ -54,7 +54,7 @@ class Administrator(unittest.TestCase):
         self.modem, self.counter = ModemLine(), ModemLine()
         self.addCleanup(self.modem.close)
         self.addCleanup(self.counter.close)
-        self.home = self.enterContext(Process())
+        self.home = self.enterContext(Process(speed=8))
         self.database = os.path.join(self.home.directory, "z.db")
         self.home.write_settings(SETTINGS % (self.database, self.modem.path, self.counter.path))
         with contextlib.closing(sqlite3.connect(self.database)) as connection:

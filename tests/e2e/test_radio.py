@@ -7,7 +7,7 @@ import subprocess
 import unittest
 
 from rig.process import faketime_environment, wait_for
-from rig.substation import NODE, Site
+from rig.substation import NODE, SIMULATOR, Site
 
 NODES = [NODE % i for i in range(1, 9)]
 
@@ -41,7 +41,7 @@ class Radio(unittest.TestCase):
         site.substation.wait()
         os.unlink(site.path("modem"))
         site.substation = subprocess.Popen(
-            [site.substation.args[0], "--replay", site.path("recording"), site.directory], stdin=subprocess.DEVNULL,
+            [*SIMULATOR, "--replay", site.path("recording"), site.directory], stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, env=dict(os.environ, **faketime_environment(site.speed, site.start_time)))
         wait_for(lambda: os.path.exists(site.path("modem")), "the line")
         site.start_with_admin("probe")

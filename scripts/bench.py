@@ -54,8 +54,8 @@ def machine():
     cpu = dict(line.replace("\t", "").split(":", 1) for line in lines("/proc/cpuinfo") if line)
     distribution = dict(line.replace('"', "").split("=", 1) for line in lines("/etc/os-release"))["PRETTY_NAME"]
     qt = subprocess.check_output(["dpkg-query", "-W", "-f", "${Version}", "libqt6core6"], text=True)
-    return (f"{datetime.date.today()}: {os.cpu_count()} cores {cpu['model name'].strip()} at "
-            f"{float(cpu['cpu MHz']) / 1000:.1f} GHz, {distribution}, Qt {qt}, load {os.getloadavg()[0]:.1f} at first")
+    return (f"{datetime.date.today()}: {os.cpu_count()} cores {cpu.get('model name', os.uname().machine).strip()} at "
+            f"{float(cpu.get('cpu MHz', 'nan')) / 1000:.1f} GHz, {distribution}, Qt {qt}, load {os.getloadavg()[0]:.1f} at first")
 
 
 class Benchmark:

@@ -108,7 +108,7 @@ def read_register(path):
 
 
 def sweep(site, peer, rows, meters):
-    """Shows the next sweep; False when a reading is not what the meter held."""
+    """Shows the next sweep; False when a reading is not what the meter held, or there is none."""
     word, name, records = read_message(peer, 3600)
     while word != b"tempdb":
         word, name, records = read_message(peer, 3600)
@@ -118,7 +118,7 @@ def sweep(site, peer, rows, meters):
     wrong = strangers(stored, meters, site.report())
     print(f"\nSummary message to the peers: {name}, {len(records)} records.")
     print(f"Readings that differ from what the virtual meters held: {wrong or 'none'}.\n", flush=True)
-    return not wrong
+    return not wrong and any(int(row[1]) == 0 for row in stored)
 
 
 def database(options):
@@ -148,8 +148,9 @@ def play(options):
             progress.passes = progress.asked = 0
             right = sweep(site, peer, base.rows, meters) and right
         site.signal(signal.SIGTERM)
-        tell(f"daemon ended with exit code {site.wait()}")
-        return 0 if right else 1
+        code = site.wait()
+        tell(f"daemon ended with exit code {code}")
+        return 0 if right and code == 0 else 1
 
 
 if __name__ == "__main__":

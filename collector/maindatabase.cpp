@@ -91,12 +91,9 @@ void MainBase::Close()
 
 QSqlDatabase MainBase::Connection()
 {
-    QSqlDatabase database = QSqlDatabase::database(ConnectionName, false);
-    if (!database.isOpen()) {
+    if (!QSqlDatabase::database(ConnectionName, false).isOpen())
         Ending::LeaveIfRequested(); // a host that does not answer takes its time
-        database.open();
-    }
-    return database;
+    return QSqlDatabase::database(ConnectionName, true);
 }
 
 QSqlQuery MainBase::Run(const QString& statement)

@@ -78,7 +78,8 @@ class Account:
                 self.answers[answer.kind].append(answer)
             elif answer.whole:
                 self.counts["alarms raised"] += 1
-            else:
+            else:  # told if both pieces of its line came in one wait
+                self.counts["alarms cut or lost"] += 1
                 self.answers["energy"].append(answer)  # what is left of it disturbs the next answer
 
     def check_summary(self, name, records, rows):

@@ -23,6 +23,46 @@ std::unique_ptr<RegisterDatabase> Opened(const CommandLine& line, RegisterDataba
     return nullptr;
 }
 
+// What `use` makes of the register as it is in `database`, or of the reason that it cannot be read.
+template <class Use>
+int WithRows(RegisterDatabase& database, const Use& use)
+{
+    const auto rows = database.Rows();
+    return rows ? use(*rows) : ComplainOfAll({database.Error()});
+}
+
+int AddOrChange(RegisterDatabase& database, const QList<RegisterRow>& stored, const QList<RegisterRow>& given)
+{
+    const RegisterChange change = PlannedChange(stored, given);
+    if (const QStringList problems = RegisterProblems(change.kept + given); !problems.isEmpty())
+        return ComplainOfAll(problems);
+    if (!database.Write(change))
+        return ComplainOfAll({database.Error()});
+    Tell(u"%1: %2 added, %3 changed, %4 as they were, %5 not in the file."_s.arg(database.Name())
+             .arg(change.added.size())
+             .arg(change.changed.size())
+             .arg(change.unchanged.size())
+             .arg(change.kept.size()));
+    return Done;
+}
+
+int TakeOut(RegisterDatabase& database, const QList<RegisterRow>& stored, QStringList globalIds)
+{
+    QList<RegisterRow> removed;
+    for (const RegisterRow& row : stored)
+        if (globalIds.removeAll(row.globalId) > 0)
+            removed.append(row);
+    for (QString& unknown : globalIds)
+        unknown = u"%1: no meter with global_id \"%2\" is registered"_s.arg(database.Name(), unknown);
+    if (!globalIds.isEmpty())
+        return ComplainOfAll(globalIds);
+    if (!database.Remove(removed))
+        return ComplainOfAll({database.Error()});
+    for (const RegisterRow& row : removed)
+        Tell(u"Removed %1: %2, UIN %3."_s.arg(row.place, row.model, row.uin));
+    return Done;
+}
+
 int Init(const QStringList& words)
 {
     CommandLine line(
@@ -62,20 +102,7 @@ int Import(const QStringList& words)
     const auto database = Opened(line, RegisterDatabase::Missing::Fails);
     if (!database)
         return Problems;
-    const auto stored = database->Rows();
-    if (!stored)
-        return ComplainOfAll({database->Error()});
-    const RegisterChange change = PlannedChange(*stored, text.rows);
-    if (const QStringList problems = RegisterProblems(change.kept + text.rows); !problems.isEmpty())
-        return ComplainOfAll(problems);
-    if (!database->Write(change))
-        return ComplainOfAll({database->Error()});
-    Tell(u"%1: %2 added, %3 changed, %4 as they were, %5 not in the file."_s.arg(database->Name())
-             .arg(change.added.size())
-             .arg(change.changed.size())
-             .arg(change.unchanged.size())
-             .arg(change.kept.size()));
-    return Done;
+    return WithRows(*database, [&](const auto& stored) { return AddOrChange(*database, stored, text.rows); });
 }
 
 int Remove(const QStringList& words)
@@ -89,23 +116,7 @@ int Remove(const QStringList& words)
     const auto database = Opened(line, RegisterDatabase::Missing::Fails);
     if (!database)
         return Problems;
-    const auto stored = database->Rows();
-    if (!stored)
-        return ComplainOfAll({database->Error()});
-    QList<RegisterRow> removed;
-    QStringList unknown = line.GlobalIds();
-    for (const RegisterRow& row : *stored)
-        if (unknown.removeAll(row.globalId) > 0)
-            removed.append(row);
-    for (QString& globalId : unknown)
-        globalId = u"%1: no meter with global_id \"%2\" is registered"_s.arg(database->Name(), globalId);
-    if (!unknown.isEmpty())
-        return ComplainOfAll(unknown);
-    if (!database->Remove(removed))
-        return ComplainOfAll({database->Error()});
-    for (const RegisterRow& row : removed)
-        Tell(u"Removed %1: %2, UIN %3."_s.arg(row.place, row.model, row.uin));
-    return Done;
+    return WithRows(*database, [&](const auto& stored) { return TakeOut(*database, stored, line.GlobalIds()); });
 }
 
 int ReportCheck(const QString& name, const QList<RegisterRow>& rows, const QStringList& problems)
@@ -134,10 +145,8 @@ int Check(const QStringList& words)
     RegisterDatabase database(*vars);
     if (!database.OpenToRead())
         return ComplainOfAll({database.Error()});
-    const auto rows = database.Rows();
-    if (!rows)
-        return ComplainOfAll({database.Error()});
-    return ReportCheck(database.Name(), *rows, RegisterProblems(*rows));
+    return WithRows(
+        database, [&](const auto& rows) { return ReportCheck(database.Name(), rows, RegisterProblems(rows)); });
 }
 
 } // namespace

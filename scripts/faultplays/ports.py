@@ -5,7 +5,7 @@ import threading
 import time
 
 from faultplays.cable import Cable
-from faultplays.stage import READABLE, Stage, SUBSTATION, hold, readings
+from faultplays.stage import READABLE, SUBSTATION, Stage, hold, readings
 
 MEGABYTE = 1 << 20
 

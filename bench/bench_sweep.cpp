@@ -174,7 +174,7 @@ void Answer(TCollector& collector, int meters)
     }
 }
 
-void Sweep(benchmark::State& state)
+void MeasureSweep(benchmark::State& state)
 {
     const auto meters = static_cast<int>(state.range(0));
     Store& file = StoreWith(meters, static_cast<int>(state.range(1)));
@@ -227,7 +227,7 @@ int main(int argc, char* argv[])
     KeepFreedHeap();
     const QCoreApplication application(argc, argv);
     QLoggingCategory::setFilterRules(u"default.debug=false"_s);
-    benchmark::RegisterBenchmark("Sweep", Sweep)
+    benchmark::RegisterBenchmark("Sweep", MeasureSweep)
         ->ArgNames({"meters", "old"})
         ->ArgsProduct({{100, 1'000, 10'000}, {0, OldRowsWanted()}})
         ->UseManualTime()

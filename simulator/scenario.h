@@ -1,8 +1,8 @@
 #pragma once
 
+#include "localmeter.h"
 #include "meternode.h"
 #include "modemengine.h"
-#include "substationline.h"
 
 /// What is to happen in a play: the air, the meters' clocks, and what goes wrong where.
 struct Scenario {

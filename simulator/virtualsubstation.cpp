@@ -12,7 +12,7 @@ VirtualSubstation::VirtualSubstation(
     for (const RegisteredMeter& meter : meters) {
         if (meter.onLocalLine) {
             if (!localLine)
-                localLine = std::make_unique<SubstationLine>(meter, scenario.substation, conditions, report);
+                localLine = std::make_unique<LocalMeter>(meter, scenario.substation, conditions, report);
             continue;
         }
         const auto faults = scenario.nodes.find(meter.uin);

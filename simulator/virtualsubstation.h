@@ -14,11 +14,11 @@ public:
     [[nodiscard]] ModemEngine& Modem() { return modem; }
 
     /// Null: the register has no such meter. Of several the first one stands there.
-    [[nodiscard]] SubstationLine* LocalLine() { return localLine.get(); }
+    [[nodiscard]] LocalMeter* LocalLine() { return localLine.get(); }
 
 private:
     ModemEngine modem;
-    std::unique_ptr<SubstationLine> localLine;
+    std::unique_ptr<LocalMeter> localLine;
 };
 
 /// The UINs that the scenario names and the register does not.

@@ -18,9 +18,9 @@ struct SubstationFaults {
 
 /// The substation's own meter on its serial line. It answers a request whose last byte has just come, whatever stood
 /// before it: the line has no other mark of where a request begins. A CE301 wants all messages of an exchange in a row.
-class SubstationLine final : public LinePeer {
+class LocalMeter final : public LinePeer {
 public:
-    SubstationLine(RegisteredMeter registered, const SubstationFaults& substationFaults, const Conditions& conditions,
+    LocalMeter(RegisteredMeter registered, const SubstationFaults& substationFaults, const Conditions& conditions,
         AnswerReport& answerReport);
 
     void Receive(const QByteArray& bytes, Moment now) override;

@@ -1,4 +1,4 @@
-#include "substationline.h"
+#include "localmeter.h"
 
 #include <algorithm>
 
@@ -11,7 +11,7 @@ constexpr qsizetype LongestRequest = 128;
 
 } // namespace
 
-SubstationLine::SubstationLine(RegisteredMeter registered, const SubstationFaults& substationFaults,
+LocalMeter::LocalMeter(RegisteredMeter registered, const SubstationFaults& substationFaults,
     const Conditions& conditions, AnswerReport& answerReport)
     : meter(std::move(registered)),
       faults(substationFaults),
@@ -24,7 +24,7 @@ SubstationLine::SubstationLine(RegisteredMeter registered, const SubstationFault
 {
 }
 
-void SubstationLine::Receive(const QByteArray& bytes, Moment now)
+void LocalMeter::Receive(const QByteArray& bytes, Moment now)
 {
     for (const char byte : bytes) {
         heard = (heard + byte).right(LongestRequest);
@@ -35,12 +35,12 @@ void SubstationLine::Receive(const QByteArray& bytes, Moment now)
     }
 }
 
-bool SubstationLine::Heard(MeterDialect::Request request) const
+bool LocalMeter::Heard(MeterDialect::Request request) const
 {
     return request && heard.endsWith(request(meter.NumberOnTheWire()));
 }
 
-void SubstationLine::SendEnergy(Moment now)
+void LocalMeter::SendEnergy(Moment now)
 {
     report.Asked(meter.uin);
     if (readings++ < faults.unanswered)
@@ -50,7 +50,7 @@ void SubstationLine::SendEnergy(Moment now)
         EnergyText(*meter.dialect, tariffs), now);
 }
 
-void SubstationLine::SendClock(Moment now)
+void LocalMeter::SendClock(Moment now)
 {
     report.Asked(meter.uin);
     const QDateTime shown = virtualMeter.ClockAt(WallTime(begin, now));
@@ -58,7 +58,7 @@ void SubstationLine::SendClock(Moment now)
         shown.toString(u"yyyy-MM-dd HH:mm:ss"_s).toLatin1(), now);
 }
 
-void SubstationLine::Send(QByteArray answer, const QByteArray& kind, const QByteArray& values, Moment now)
+void LocalMeter::Send(QByteArray answer, const QByteArray& kind, const QByteArray& values, Moment now)
 {
     if (faults.silent)
         return;

@@ -1,6 +1,7 @@
 #include "connector.h"
 #include "delay.h"
 #include "ending.h"
+#include "nodecommands.h"
 #include "ravelin.h"
 #include "version.h"
 
@@ -15,9 +16,6 @@ const auto ModuleVersion = u"5.4.54:0df2e73b28c0"_s;
 
 const auto AboutTemplate = u"----\nИнформация о сборке.\nВерсия модуля: %1\nВерсия Tessel: %6\n\n"
                            "----\nИнформация о работе модуля.\nБаза данных: %3\n"_s;
-
-const auto Measure = "\xC0\x01\xC1"_ba;
-const auto ReadOut = "\xC0\x02\xC1"_ba;
 
 } // namespace
 
@@ -90,9 +88,9 @@ void Ravelin::About(const Request& request)
 void Ravelin::QueryCounter(const Request& request)
 {
     const QByteArray uin = request.Argument();
-    Modem->SendMessageToZDevice(uin, Measure);
+    Modem->SendMessageToZDevice(uin, NodeCommands::Measure.toByteArray());
     Delay(20000);
-    Modem->SendMessageToZDevice(uin, ReadOut);
+    Modem->SendMessageToZDevice(uin, NodeCommands::ReadOut.toByteArray());
 }
 
 void Ravelin::RequestQuery(const Request&)
@@ -176,5 +174,5 @@ void Ravelin::EndOnQuitSignal()
 
 void Ravelin::Test()
 {
-    emit SendMessage("000D6F00001733EB"_ba, ReadOut);
+    emit SendMessage("000D6F00001733EB"_ba, NodeCommands::ReadOut.toByteArray());
 }

@@ -9,7 +9,7 @@
 class TMyLocalSocket;
 
 /// The controller: reads the settings, creates the parts of the daemon and joins them; carries out the administrator's
-/// commands and shows the traffic. One file each: ravelin.cpp, wiring.cpp, admincommands.cpp, trafficdisplay.cpp.
+/// commands and shows the traffic. One file each: ravelin.cpp, admincommands.cpp, trafficdisplay.cpp.
 class Ravelin final : public TServerPlugin {
     Q_OBJECT
 

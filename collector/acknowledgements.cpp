@@ -8,21 +8,16 @@ using namespace Qt::StringLiterals;
 // Reports are matched to messages by their order alone, first in, first out, whatever number the modem gives.
 void TCollector::zACK(quint8)
 {
-    if (awaitingAck.isEmpty())
+    if (!reports.Acknowledged())
         LogText(tr("Received 'ACK', but stack is empty"));
-    else
-        meterState[awaitingAck.takeFirst()] = NodeHeard;
 }
 
 void TCollector::zNACK(quint8)
 {
-    if (awaitingAck.isEmpty()) {
+    if (const std::optional<QByteArray> uin = reports.Refused())
+        LogText(tr("Error. Received 'NACK' from modem with number %1").arg(QString::fromUtf8(*uin)));
+    else
         LogText(tr("Received 'NACK', but stack is empty"));
-        return;
-    }
-    const QByteArray uin = awaitingAck.takeFirst();
-    LogText(tr("Error. Received 'NACK' from modem with number %1").arg(QString::fromUtf8(uin)));
-    meterState[uin] = DeliveryFailed;
 }
 
 void TCollector::zError(quint16 code)

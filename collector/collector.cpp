@@ -12,6 +12,7 @@
 #include "schedule.h"
 #include "serverplugin.h"
 #include "statements.h"
+#include "timing.h"
 
 #include <QDebug>
 #include <QTimer>
@@ -22,17 +23,16 @@ using namespace Qt::StringLiterals;
 
 TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* owner)
     : vars(std::move(settings)),
-      pollTimer(new QTimer(this)),
-      alarmTimer(new QTimer(this)),
       plugin(owner),
-      ucastBuffer(buffer)
+      ucastBuffer(buffer),
+      pollTimer(new QTimer(this)),
+      alarmTimer(new QTimer(this))
 {
-    constexpr int PollEveryMs = 25000;
     constexpr int AlarmEveryMs = 2000;
     connect(pollTimer, &QTimer::timeout, this, &TCollector::timer_event);
     connect(alarmTimer, &QTimer::timeout, this, &TCollector::CheckAlarm);
     pollTimer->setTimerType(Qt::PreciseTimer); // a coarse one may be more than a second off
-    pollTimer->start(PollEveryMs);
+    pollTimer->start(CollectorTiming::TickMs);
     alarmTimer->start(AlarmEveryMs);
 
     Ending::BeforeLeaving(MainBase::Close);
@@ -82,7 +82,7 @@ void TCollector::SendToNode(const QString& uin, const QByteArray& message)
     const QByteArray node = uin.toUtf8();
     emit SendMessage(node, message);
     qDebug() << uin << "  " << message;
-    awaitingAck.append(node);
+    reports.Sent(node);
 }
 
 void TCollector::SendError(qint32 globalId, int code)

@@ -1,17 +1,18 @@
 #pragma once
 
-#include "energy.h"
+#include "deliveryreports.h"
+#include "meteranswer.h"
+#include "sweep.h"
 #include "sysvar.h"
 
 #include <QByteArray>
 #include <QDateTime>
-#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QObject>
-#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlError>
+#include <QSqlQuery>
 #include <QString>
 #include <QStringList>
 
@@ -34,6 +35,7 @@ public:
     TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* owner);
     ~TCollector() override;
 
+    /// Part of the given interface, as ToC0C1() and FromC0C1(): the daemon asks MainBase and NodeFrame.
     [[nodiscard]] static QSqlDatabase MainDatabase();
     [[nodiscard]] static QByteArray ToC0C1(QByteArray payload);
     [[nodiscard]] static QByteArray FromC0C1(QByteArray in, QByteArray& rest);
@@ -41,24 +43,25 @@ public:
     /// Why the database could not be opened at the start.
     [[nodiscard]] QSqlError LastError() const { return lastError; }
 
-    // --- closing a sweep: readingstore.cpp
+    // --- closing a sweep: sweepclosing.cpp
 
     /// Closes a query sweep: adds a row for each meter that gave no reading, then sends the sweep's rows to all peers.
     /// Always true.
     bool CreateTemporaryDB();
 
     /// Closes a time sweep: sends today's clock readings to all peers. Always true. Leaves the date of the sweep at
-    /// today, and timeSweepActive cleared.
+    /// today, and clears timeSweepActive.
     bool CreateTemporaryDB_time();
 
     // --- the substation meter: substationmeter.cpp
 
-    /// Reads the substation meter, times the multiplier. On false the outputs may hold part of an answer. Blocks for 1
-    /// s (SET3) or 2.6 s (CE301).
+    /// Reads the substation meter, times the multiplier. On false the outputs keep their values. Blocks for 1 s (SET3)
+    /// or 2.6 s (CE301).
     bool ReadPowerFromKTP(float& total, float& t1, float& t2, float& t3, float& t4);
 
-    /// The substation meter's clock. Yesterday's time of day when there is no answer, and always for a CE301: its
-    /// answer is not read. The seconds are the request code that the answer echoes, 10: kept for its callers.
+    /// The substation meter's clock, local time. This time of yesterday when there is no answer, and always for a
+    /// CE301: its answer is not read. The seconds are the request code that the answer echoes, 10. Part of the given
+    /// interface; the daemon does not call it.
     QDateTime GetTimeFromCouner();
 
     // --- the meters' clocks: clocks.cpp
@@ -68,13 +71,17 @@ public:
 
     // --- answers: responses.cpp
 
-    /// Decode the first node frame of `pack`; `rest` gets what follows it. Outputs are worth something on true only.
+    // Part of the given interface; the daemon reads a whole answer at once, with MeterModel::read.
+
+    /// Decodes the first node frame of `pack`; `rest` gets what follows it. For a name that is no model's all outputs
+    /// keep their values; on false else they are worth nothing.
     bool RouteDataFromCounter(QByteArray pack, QString model, float& pwr, float& pwr1, float& pwr2, float& pwr3,
         float& pwr4, QByteArray& rest);
-    /// For the SET models alone. True with an invalid `time` when the bytes are no date and time.
+    /// As RouteDataFromCounter(), for the clocks of the SET models, in local time; any other model keeps all outputs.
+    /// True with an invalid `time` when the bytes are no date and time.
     bool RouteTimeFromCounter(QByteArray pack, QByteArray model, QDateTime& time, QByteArray& rest);
 
-    // --- the numbers that nodes are told: numbers.cpp
+    // --- the numbers that nodes are told: nodenumbers.cpp
 
     /// Sends the node its meter's "Number", or "KI_Number".
     void SendCounterNumber(QByteArray uin);
@@ -104,9 +111,6 @@ public slots:
     void timer_event();
 
 private:
-    /// What is known of a node meter in the current sweep: the status of its row if it gives no reading.
-    enum MeterState : unsigned char { Undecodable = 1, NodeHeard = 2, DeliveryFailed = 3, NothingHeard = 0xFF };
-
     struct Meter {
         QString number;
         QString model;
@@ -117,30 +121,6 @@ private:
     void SendToNode(const QString& uin, const QByteArray& message);
     void SendError(qint32 globalId, int code);
     void ReportInvalidPatterns() const;
-
-    // --- closing a sweep: readingstore.cpp
-    struct SilentMeter {
-        QString globalId;
-        int status;
-    };
-    [[nodiscard]] QList<SilentMeter> SilentMeters(); ///< without a row in the last sweep
-    [[nodiscard]] QString RowOf(const SilentMeter& meter) const;
-    void StoreRowsForTheSilent();
-    void AddToSweep(const QString& globalId, int status, const QString& row);
-    void TryClockPlaceholders();
-    void SendToPeers(const QByteArray& message);
-
-    // --- the substation meter: substationmeter.cpp
-    [[nodiscard]] std::optional<Meter> SubstationMeter();
-    [[nodiscard]] std::optional<Energy> ReadSubstationCE301();
-    [[nodiscard]] std::optional<Energy> ReadSubstationSET3(const QString& number);
-    [[nodiscard]] QByteArray AskSubstationSET3(const QString& number, const QByteArray& code);
-
-    // --- the meters' clocks: clocks.cpp
-    void SetMeterClocks();
-    [[nodiscard]] bool StoreReferenceClock();
-    static void AddClockReading(const QString& uinLiteral, const QString& dateShown, const QString& timeShown,
-        const QString& date, const QString& time);
 
     // --- the polling cycle: pollingcycle.cpp
     enum class TimeSweepStart { Done, NobodyToAsk, NtpCheckUnfinished };
@@ -158,36 +138,51 @@ private:
     void StoreSubstationReading();
     [[nodiscard]] std::optional<Energy> ReadSubstationPatiently();
     void ReadOut(const QStringList& uins, unsigned int pauseMs);
-    [[nodiscard]] bool SweepIsOpen() const { return !noSweepYet && !sweepClosed; }
-    void OpenSweep(const QDateTime& now);
+
+    // --- rows: readingstore.cpp
+    [[nodiscard]] QSqlQuery AboutSweep(QStringView statement) const;
+    void StoreReading(const QString& globalId, const Energy& energy);
+    void StoreSubstationSilence(const QString& globalId);
+    void StoreRowsForTheSilent();
+    void AddToSweep(const QString& globalId, int status, const QString& row);
+    static void AddClockReading(const QString& uinLiteral, const QString& dateShown, const QString& timeShown,
+        const QString& date, const QString& time);
+    struct SilentMeter {
+        QString globalId;
+        int status;
+    };
+    [[nodiscard]] QList<SilentMeter> SilentMeters() const; ///< without a row in the last sweep
+    [[nodiscard]] QString RowOf(const SilentMeter& meter) const;
+
+    // --- closing a sweep: sweepclosing.cpp
+    [[nodiscard]] QByteArray ReadingRecords() const;
+    void TryClockPlaceholders();
+    void SendToPeers(const QByteArray& message);
+
+    // --- the substation meter: substationmeter.cpp
+    [[nodiscard]] std::optional<Meter> SubstationMeter();
+    [[nodiscard]] std::optional<Energy> ReadSubstation();
+
+    // --- the meters' clocks: clocks.cpp
+    void SetMeterClocks();
+    [[nodiscard]] bool StoreReferenceClock();
 
     // --- answers: responses.cpp
     void RaiseCaseOpened(const QByteArray& uin);
     [[nodiscard]] QByteArray StoreAnswer(const QByteArray& uin, const QString& model, qint32 globalId);
-    void StoreEnergy(const QByteArray& uin, const QString& model, qint32 globalId, QByteArray& rest);
-    void StoreReading(const QString& globalId, const Energy& energy);
-    void StoreClockCE301(const QByteArray& uin, const QByteArray& frame);
-    void StoreClockSET(const QByteArray& uin, const QString& model, QByteArray& rest);
-    void StoreClock(const QByteArray& uin, const QString& date, const QString& time, const QString& shown);
+    void StoreEnergy(const QByteArray& uin, qint32 globalId, const std::optional<Energy>& energy);
+    void StoreClock(const QByteArray& uin, const std::optional<ClockReading>& clock);
 
     const SysVar vars;
+    TServerPlugin* const plugin;
+    ZUCASTBuffer* const ucastBuffer;
     QTimer* const pollTimer;
     QTimer* const alarmTimer;
-    qint8 repeatCount = 0;
-    TServerPlugin* const plugin;
-    qint32 ktpGlobalId = 0;
     QSqlError lastError;
-    // With their quotes they make every insert fail until the first sweep gives them a value: no row without a sweep.
-    QString sweepDate = QStringLiteral("'now'");
-    QString sweepTime = QStringLiteral("'now'");
-    bool querySweepActive = false;
-    bool timeSweepActive = false;
-    QList<QByteArray> awaitingAck;
-    QHash<QByteArray, unsigned char> meterState;
-    ZUCASTBuffer* const ucastBuffer;
-    QList<QString> timeAnswered;
-    QMap<QString, QDateTime> timeQuerySent;
-    bool noSweepYet = true;
-    bool sweepClosed = false;
+    qint32 ktpGlobalId = 0; // the substation meter's, as the register had it at the start
+    Sweep sweep;
     bool queryRequested = false;
+    DeliveryReports reports;
+    QList<QString> timeAnswered; // whose clock is stored for the date of the sweep
+    QMap<QString, QDateTime> timeQuerySent;
 };

@@ -1,9 +1,12 @@
 #include "maindatabase.h"
 
 #include "ending.h"
+#include "log.h"
+#include "statements.h"
 #include "sysvar.h"
 
 #include <QCoreApplication>
+#include <QSet>
 #include <QSqlRecord>
 
 #include <algorithm>
@@ -24,10 +27,8 @@ QSqlDatabase Postgres(const QString& connection, const SysVar& vars)
     database.setPort(vars.SqlPort);
     database.setUserName(vars.SqlLogin);
     database.setPassword(vars.SqlPassword);
-    // A host that vanished must not hold the one thread for the minutes that the system would wait. A lock is waited
-    // for in slices, so that an end is noticed. InLiteral() knows of no backslashes.
-    database.setConnectOptions(u"connect_timeout=10;tcp_user_timeout=10000;keepalives_idle=10;"
-                               "options='-c lock_timeout=1s -c standard_conforming_strings=on'"_s);
+    // A host that vanished must not hold the one thread for the minutes that the system would wait.
+    database.setConnectOptions(u"connect_timeout=10;tcp_user_timeout=10000;keepalives_idle=10"_s);
     return database;
 }
 
@@ -45,6 +46,42 @@ void CloseBroken(QSqlDatabase& database)
     if (!database.isOpen())
         database.close();
 }
+
+/// The failures of one kind of statement, as the log tells them.
+class FailureLog final {
+public:
+    FailureLog(const char* failing, const char* working) : failingText(failing), workingText(working) { }
+
+    void Note(bool done, const QSqlError& error)
+    {
+        if (done && !told.isEmpty()) {
+            Log(QCoreApplication::translate("MainBase", workingText));
+            told.clear();
+        } else if (const QString reason = Reason(error); !done && !told.contains(reason)) {
+            Log(QCoreApplication::translate("MainBase", failingText).arg(reason));
+            told.insert(reason);
+        }
+    }
+
+    void Forget() { told.clear(); }
+
+private:
+    // Without the statement, which some databases quote behind it: the same reason is told once for all meters.
+    static QString Reason(const QSqlError& error)
+    {
+        const QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
+        return text.section(u'\n', 0, 0).trimmed();
+    }
+
+    const char* failingText;
+    const char* workingText;
+    QSet<QString> told;
+};
+
+FailureLog insertFailures(
+    QT_TRANSLATE_NOOP("MainBase", "Rows are not stored: %1"), QT_TRANSLATE_NOOP("MainBase", "Rows are stored again"));
+FailureLog queryFailures(QT_TRANSLATE_NOOP("MainBase", "The database cannot be read: %1"),
+    QT_TRANSLATE_NOOP("MainBase", "The database can be read again"));
 
 struct Attempt {
     QSqlQuery query;
@@ -79,8 +116,13 @@ QSqlDatabase MainBase::Add(const QString& connection, const SysVar& vars)
 
 QSqlError MainBase::Open(const SysVar& vars)
 {
+    insertFailures.Forget();
+    queryFailures.Forget();
     QSqlDatabase database = Add(ConnectionName, vars);
-    return database.open() ? QSqlError() : database.lastError();
+    if (!database.open())
+        return database.lastError();
+    PrepareSession(database);
+    return {};
 }
 
 void MainBase::Close()
@@ -91,23 +133,46 @@ void MainBase::Close()
 
 QSqlDatabase MainBase::Connection()
 {
-    if (!QSqlDatabase::database(ConnectionName, false).isOpen())
-        Ending::LeaveIfRequested(); // a host that does not answer takes its time
-    return QSqlDatabase::database(ConnectionName, true);
+    if (QSqlDatabase known = QSqlDatabase::database(ConnectionName, false); known.isOpen())
+        return known;
+    Ending::LeaveIfRequested(); // a host that does not answer takes its time
+    QSqlDatabase database = QSqlDatabase::database(ConnectionName, true);
+    if (database.isOpen())
+        PrepareSession(database);
+    return database;
 }
 
-QSqlQuery MainBase::Run(const QString& statement)
+// Not by the connection's start-up options, which poolers refuse.
+void MainBase::PrepareSession(const QSqlDatabase& database)
+{
+    if (database.driverName() != "QPSQL"_L1)
+        return;
+    QSqlQuery query(database);
+    for (const QStringView statement : Statements::PostgresSession)
+        if (!query.exec(statement.toString()))
+            queryFailures.Note(false, query.lastError());
+}
+
+QSqlQuery MainBase::Run(const QString& statement, Failure failure)
 {
     Attempt attempt = Try(statement);
     if (attempt.connectionBroke)
         attempt = Try(statement);
+    if (failure == Failure::Told)
+        queryFailures.Note(attempt.query.isActive(), attempt.query.lastError());
     return std::move(attempt.query);
 }
 
-void MainBase::Insert(const QString& statement, const std::function<bool()>& mayBeThere)
+void MainBase::Insert(const QString& statement, const std::function<bool()>& mayBeThere, Failure failure)
 {
-    if (Try(statement).connectionBroke && !mayBeThere())
-        Try(statement);
+    Attempt attempt = Try(statement);
+    if (attempt.connectionBroke) {
+        if (mayBeThere())
+            return;
+        attempt = Try(statement);
+    }
+    if (failure == Failure::Told)
+        insertFailures.Note(attempt.query.isActive(), attempt.query.lastError());
 }
 
 bool MainBase::RunTogether(const QStringList& statements)

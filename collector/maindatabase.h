@@ -11,9 +11,12 @@
 
 struct SysVar;
 
-/// The collector's one database connection and all that runs on it. A failing statement is not reported: it yields no
-/// rows.
+/// The collector's one database connection and all that runs on it. A failing statement yields no rows. The log tells
+/// why, once for each reason until a statement of its kind works again, and then that it does.
 namespace MainBase {
+
+/// Whether the log tells of a failure. Some statements must fail: readers of the tables rely on it.
+enum class Failure { Told, Expected };
 
 /// A new connection of that name to the database of `vars`, not open yet. With an unknown kind of database there is
 /// none.
@@ -27,15 +30,18 @@ void Close();
 /// Opened again if it was closed.
 [[nodiscard]] QSqlDatabase Connection();
 
+/// Gives an open connection the session settings that the statements need. SQLite needs none.
+void PrepareSession(const QSqlDatabase& database);
+
 /// Runs one statement. If it fails because the connection broke, the connection is opened anew and the statement tried
 /// once more.
-QSqlQuery Run(const QString& statement);
+QSqlQuery Run(const QString& statement, Failure failure = Failure::Told);
 
 /// Runs one statement that adds a row. If the connection breaks with it, the row may be there all the same: it is tried
 /// once more if `mayBeThere`, asked on a new connection, says no.
-void Insert(const QString& statement, const std::function<bool()>& mayBeThere);
+void Insert(const QString& statement, const std::function<bool()>& mayBeThere, Failure failure);
 
-/// Runs all statements or none: false when one failed or the connection broke.
+/// Runs all statements or none: false when one failed or the connection broke. The log tells nothing.
 [[nodiscard]] bool RunTogether(const QStringList& statements);
 
 /// `statement` with its placeholders replaced in ascending order of their numbers, all in one pass: a "%1" inside a

@@ -2,15 +2,18 @@
 // come by themselves (responses.cpp); a tick only looks at what they left in the database.
 
 #include "clock.h"
-#include "clocktexts.h"
 #include "collector.h"
 #include "delay.h"
 #include "maindatabase.h"
+#include "metermodel.h"
+#include "nodecommands.h"
 #include "schedule.h"
 #include "statements.h"
+#include "timing.h"
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QSet>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -19,10 +22,6 @@ using MainBase::Execute;
 using MainBase::InLiteral;
 
 namespace {
-
-const QByteArray Measure = "\xC0\x01\xC1"_ba;
-const QByteArray SendReading = "\xC0\x02\xC1"_ba;
-const QByteArray EmptyFrame = "\xC0\xC1"_ba;
 
 bool Due(const QString& pattern, const QDateTime& now)
 {
@@ -57,30 +56,30 @@ void TCollector::timer_event()
     CheckOpenSweep();
     StartQuerySweepWhenDue(now);
 
-    emit SendBroadcastMessage(EmptyFrame);
+    emit SendBroadcastMessage(NodeCommands::Empty.toByteArray());
     pollTimer->start();
 }
 
 TCollector::TimeSweepStart TCollector::StartTimeSweepWhenDue(const QDateTime& now)
 {
-    const bool deferredStart = timeSweepActive && repeatCount < 1 && !querySweepActive;
+    const bool deferredStart = sweep.timeSweepActive && sweep.repeatCount < 1 && !sweep.querySweepActive;
     if (!Due(vars.TimeOfGetTime, now) && !deferredStart)
         return TimeSweepStart::Done;
-    timeSweepActive = true;
-    if (querySweepActive)
+    sweep.timeSweepActive = true;
+    if (sweep.querySweepActive)
         return TimeSweepStart::Done; // starts on a later tick, when the query sweep is closed
 
-    if (SweepIsOpen())
+    if (sweep.open)
         CreateTemporaryDB_time(); // clears timeSweepActive: a sweep that interrupts another is checked as a query sweep
-    OpenSweep(now);
+    sweep.Open(now);
     if (!StoreReferenceClock())
         return TimeSweepStart::NtpCheckUnfinished;
 
     const QStringList needed = NodesWithoutClockReading();
-    if (needed.isEmpty() || vars.RepeatQueryNumber <= repeatCount) {
+    if (needed.isEmpty() || vars.RepeatQueryNumber <= sweep.repeatCount) {
         // The sweep is not closed: the next tick takes it for the last query sweep under today's date, asks that one's
         // silent meters again and closes it a second time. Its readers rely on that.
-        timeSweepActive = false;
+        sweep.timeSweepActive = false;
         return TimeSweepStart::NobodyToAsk;
     }
     AskForClocks(needed);
@@ -91,13 +90,12 @@ TCollector::TimeSweepStart TCollector::StartTimeSweepWhenDue(const QDateTime& no
 QStringList TCollector::NodesWithoutClockReading()
 {
     const QStringList all = ColumnOf(Execute(Statements::NodeMeters));
-    timeAnswered = ColumnOf(Execute(Statements::ClockReadSince, sweepDate));
+    timeAnswered = ColumnOf(Execute(Statements::ClockReadSince, sweep.sweepDate));
     return Without(all, timeAnswered);
 }
 
 void TCollector::AskForClocks(const QStringList& uins)
 {
-    constexpr unsigned int BetweenReadOutsMs = 1500;
     for (const QString& uin : uins) {
         const std::optional<Meter> meter = NodeMeter(uin);
         if (!meter)
@@ -106,15 +104,15 @@ void TCollector::AskForClocks(const QStringList& uins)
         SendTimeQuery(uin, *meter);
     }
     Delay(vars.BCAST_to_UCAST_Delay);
-    ReadOut(uins, BetweenReadOutsMs);
+    ReadOut(uins, CollectorTiming::ClockReadOutPauseMs);
 }
 
 void TCollector::CheckOpenSweep()
 {
-    if (!SweepIsOpen())
+    if (!sweep.open)
         return;
     const QStringList silent = SilentNodes();
-    if (silent.isEmpty() || vars.RepeatQueryNumber <= repeatCount)
+    if (silent.isEmpty() || vars.RepeatQueryNumber <= sweep.repeatCount)
         CloseSweep();
     else
         AskAgain(silent);
@@ -123,20 +121,20 @@ void TCollector::CheckOpenSweep()
 QStringList TCollector::SilentNodes() const
 {
     const QStringList all = ColumnOf(Execute(Statements::NodeMeters));
-    return Without(
-        all, timeSweepActive ? timeAnswered : ColumnOf(Execute(Statements::AnsweredInSweep, sweepDate, sweepTime)));
+    const bool clocks = sweep.CurrentKind() == Sweep::Kind::Time;
+    return Without(all, clocks ? timeAnswered : ColumnOf(AboutSweep(Statements::AnsweredInSweep)));
 }
 
 void TCollector::CloseSweep()
 {
-    if (timeSweepActive) {
-        timeSweepActive = false;
-        sweepClosed = CreateTemporaryDB_time();
+    if (sweep.CurrentKind() == Sweep::Kind::Time) {
+        sweep.timeSweepActive = false;
+        sweep.open = !CreateTemporaryDB_time();
     } else {
-        querySweepActive = false;
-        sweepClosed = CreateTemporaryDB();
+        sweep.querySweepActive = false;
+        sweep.open = !CreateTemporaryDB();
     }
-    repeatCount = 0;
+    sweep.repeatCount = 0;
 }
 
 void TCollector::AskAgain(const QStringList& silent)
@@ -145,35 +143,35 @@ void TCollector::AskAgain(const QStringList& silent)
     LogText(tr("Repeat query..."));
     for (const QString& uin : silent) {
         LogText(tr("%1 not send data...").arg(uin));
-        if (timeSweepActive) {
+        if (sweep.CurrentKind() == Sweep::Kind::Time) {
             SendTimeQuery(uin, NodeMeter(uin).value_or(Meter{}));
         } else {
-            SendToNode(uin, Measure);
+            SendToNode(uin, NodeCommands::Measure.toByteArray());
             Delay(vars.UCAST_to_UCAST_Delay);
         }
     }
     Delay(vars.BCAST_to_UCAST_Delay);
     ReadOut(silent, vars.UCAST_to_UCAST_Delay);
-    ++repeatCount;
+    ++sweep.repeatCount;
 }
 
 void TCollector::StartQuerySweepWhenDue(const QDateTime& now)
 {
-    const bool deferredStart = querySweepActive && repeatCount < 1 && !timeSweepActive;
+    const bool deferredStart = sweep.querySweepActive && sweep.repeatCount < 1 && !sweep.timeSweepActive;
     if (!Due(vars.TimeOfQuery, now) && !queryRequested && !deferredStart)
         return;
-    querySweepActive = true;
-    if (timeSweepActive)
+    sweep.querySweepActive = true;
+    if (sweep.timeSweepActive)
         return; // starts in the tick that closes the time sweep
 
     LogText(tr("Begin questioning..."));
-    if (SweepIsOpen())
+    if (sweep.open)
         CreateTemporaryDB();
     ForgetMeterStates();
-    OpenSweep(now);
-    sweepTime = now.toString(u"hh:mm:ss"_s);
+    sweep.Open(now);
+    sweep.sweepTime = now.toString(u"hh:mm:ss"_s);
 
-    emit SendBroadcastMessage(Measure);
+    emit SendBroadcastMessage(NodeCommands::Measure.toByteArray());
     qDebug("Broadcast query...");
     StoreSubstationReading();
     qDebug("KTP ok");
@@ -183,18 +181,10 @@ void TCollector::StartQuerySweepWhenDue(const QDateTime& now)
     queryRequested = false;
 }
 
-void TCollector::OpenSweep(const QDateTime& now)
-{
-    sweepDate = now.toString(u"yyyy-MM-dd"_s);
-    noSweepYet = false;
-    sweepClosed = false;
-    repeatCount = 0;
-}
-
 void TCollector::ForgetMeterStates()
 {
     for (const QString& uin : ColumnOf(Execute(Statements::NodeMeters)))
-        meterState.insert(uin.toUtf8(), NothingHeard);
+        reports.Forget(uin.toUtf8());
 }
 
 void TCollector::StoreSubstationReading()
@@ -205,8 +195,7 @@ void TCollector::StoreSubstationReading()
         if (reading)
             StoreReading(globalId, *reading);
         else
-            AddToSweep(
-                globalId, 1, MainBase::Filled(Statements::InsertSubstationSilent, globalId, sweepDate, sweepTime));
+            StoreSubstationSilence(globalId);
     }
     if (!reading) {
         LogText(tr("Not received data from KTP"));
@@ -234,7 +223,7 @@ std::optional<Energy> TCollector::ReadSubstationPatiently()
 void TCollector::ReadOut(const QStringList& uins, unsigned int pauseMs)
 {
     for (const QString& uin : uins) {
-        SendToNode(uin, SendReading);
+        SendToNode(uin, NodeCommands::ReadOut.toByteArray());
         Delay(pauseMs);
         QCoreApplication::processEvents();
     }
@@ -243,7 +232,8 @@ void TCollector::ReadOut(const QStringList& uins, unsigned int pauseMs)
 void TCollector::SendTimeQuery(const QString& uin, const Meter& meter)
 {
     timeQuerySent.insert(uin, CurrentDateTime());
-    SendToNode(uin, ClockTexts::TimeQuery(meter.model, meter.number.toUInt()));
+    const MeterModel* const model = FindMeterModel(meter.model);
+    SendToNode(uin, model && model->timeQuery ? model->timeQuery(meter.number.toUInt()) : QByteArray());
     Delay(vars.UCAST_to_UCAST_Delay);
 }
 

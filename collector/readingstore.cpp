@@ -1,17 +1,12 @@
-// Closing a sweep: the rows of those who stayed silent, and the message that carries the sweep to the peers.
+// The rows that the collector adds: readings, silence, clocks.
 
-#include "busmessages.h"
-#include "clock.h"
 #include "collector.h"
-#include "connector.h"
 #include "ending.h"
 #include "maindatabase.h"
-#include "serverplugin.h"
 #include "statements.h"
 
-#include <algorithm>
+#include <QSet>
 
-using namespace Qt::StringLiterals;
 using MainBase::ColumnOf;
 using MainBase::Execute;
 using MainBase::FirstValueOf;
@@ -24,59 +19,39 @@ QSet<QString> SetOf(const QStringList& list)
     return {list.begin(), list.end()};
 }
 
-QByteArray ReadingRecords(const QString& date, const QString& time)
-{
-    QByteArray records = ""_ba;
-    QSqlQuery row = Execute(Statements::ReadingsOfSweep, date, time);
-    while (row.next()) {
-        const auto energy = [&row](int column) { return static_cast<float>(row.value(column).toDouble()); };
-        records +=
-            BusMessages::ReadingRecord(row.value(0).toInt(), {energy(1), energy(2), energy(3), energy(4), energy(5)},
-                date, time, static_cast<qint16>(row.value(6).toInt()));
-    }
-    return records;
-}
-
-QByteArray ClockRecords(const QString& date)
-{
-    QByteArray records = ""_ba;
-    QSqlQuery row = Execute(Statements::ClockReadingsOfDate, date);
-    while (row.next()) {
-        const auto text = [&row](int column) { return row.value(column).toString(); };
-        const int globalId = FirstValueOf(Execute(Statements::ClockGlobalIdOf, InLiteral(text(0)))).toInt();
-        records += BusMessages::ClockRecord(globalId, text(1) + u' ' + text(2), text(3) + u' ' + text(4));
-    }
-    return records;
-}
-
 } // namespace
 
-bool TCollector::CreateTemporaryDB()
+/// Runs a statement that asks for a date %1 and a time %2. Without a sweep's stamp it fails, and that is expected.
+QSqlQuery TCollector::AboutSweep(QStringView statement) const
 {
-    const QString fileName = BusMessages::FileName(sweepDate, sweepTime);
-    StoreRowsForTheSilent();
-    SendToPeers(BusMessages::TemporaryDatabase("tempdb"_ba, fileName, ReadingRecords(sweepDate, sweepTime)));
-    return true;
+    return MainBase::Run(MainBase::Filled(statement, sweep.sweepDate, sweep.sweepTime),
+        sweep.HasStamp() ? MainBase::Failure::Told : MainBase::Failure::Expected);
 }
 
-bool TCollector::CreateTemporaryDB_time()
+/// Of the five registers at most six significant digits are stored; a value that is no number is no row.
+void TCollector::StoreReading(const QString& globalId, const Energy& energy)
 {
-    const QString fileName = "time_"_L1 + BusMessages::FileName(sweepDate, sweepTime);
-    sweepDate = CurrentDateTime().toString(u"yyyy-MM-dd"_s); // a sweep that went past midnight sends the new day's
-    TryClockPlaceholders();
-    SendToPeers(BusMessages::TemporaryDatabase("tempdb_t"_ba, fileName, ClockRecords(sweepDate)));
-    timeSweepActive = false;
-    return true;
+    const auto text = [](float value) { return QString::number(value); };
+    AddToSweep(globalId, 0,
+        MainBase::Filled(Statements::InsertReading, globalId, text(energy.total), text(energy.t1), text(energy.t2),
+            text(energy.t3), text(energy.t4), sweep.sweepDate, sweep.sweepTime));
 }
 
-QList<TCollector::SilentMeter> TCollector::SilentMeters()
+void TCollector::StoreSubstationSilence(const QString& globalId)
+{
+    constexpr int Silent = 1; // as the statement has it
+    AddToSweep(globalId, Silent,
+        MainBase::Filled(Statements::InsertSubstationSilent, globalId, sweep.sweepDate, sweep.sweepTime));
+}
+
+QList<TCollector::SilentMeter> TCollector::SilentMeters() const
 {
     const QSet<QString> all = SetOf(ColumnOf(Execute(Statements::NodeMeters)));
-    const QSet<QString> missing = all - SetOf(ColumnOf(Execute(Statements::AnsweredInSweep, sweepDate, sweepTime)));
+    const QSet<QString> missing = all - SetOf(ColumnOf(AboutSweep(Statements::AnsweredInSweep)));
     QList<SilentMeter> meters;
     for (const QString& uin : missing) {
         const int globalId = FirstValueOf(Execute(Statements::SilentGlobalIdOf, InLiteral(uin))).toInt();
-        meters.append({QString::number(globalId), meterState[uin.toUtf8()]});
+        meters.append({QString::number(globalId), reports.StatusOf(uin.toUtf8())});
     }
     return meters;
 }
@@ -84,7 +59,7 @@ QList<TCollector::SilentMeter> TCollector::SilentMeters()
 QString TCollector::RowOf(const SilentMeter& meter) const
 {
     return MainBase::Filled(
-        Statements::InsertSilent, meter.globalId, sweepDate, sweepTime, QString::number(meter.status));
+        Statements::InsertSilent, meter.globalId, sweep.sweepDate, sweep.sweepTime, QString::number(meter.status));
 }
 
 void TCollector::StoreRowsForTheSilent()
@@ -104,27 +79,23 @@ void TCollector::StoreRowsForTheSilent()
 /// `row` is the meter's, with that status, in the last sweep. A late reading may follow a row that told of silence.
 void TCollector::AddToSweep(const QString& globalId, int status, const QString& row)
 {
-    MainBase::Insert(row, [&] {
-        QSqlQuery stored = Execute(Statements::ReadingsOfSweep, sweepDate, sweepTime);
+    const auto mayBeThere = [&] {
+        QSqlQuery stored = AboutSweep(Statements::ReadingsOfSweep);
         while (stored.next())
             if (stored.value(0).toString() == globalId && stored.value(6).toInt() == status)
                 return true;
         return !stored.isActive();
-    });
+    };
+    MainBase::Insert(row, mayBeThere, sweep.HasStamp() ? MainBase::Failure::Told : MainBase::Failure::Expected);
 }
 
-void TCollector::TryClockPlaceholders()
+void TCollector::AddClockReading(const QString& uinLiteral, const QString& dateShown, const QString& timeShown,
+    const QString& date, const QString& time)
 {
-    const QSet<QString> all = SetOf(ColumnOf(Execute(Statements::NodeMeters)));
-    for (const QString& uin : all - SetOf(timeAnswered)) {
-        // The address stands outside quotes, where only letters and digits cannot make another statement.
-        if (std::all_of(uin.begin(), uin.end(), [](QChar c) { return c.isLetterOrNumber(); }))
-            Execute(Statements::InsertClockPlaceholder, uin);
-    }
-}
-
-void TCollector::SendToPeers(const QByteArray& message)
-{
-    LogText(tr("Observed reading!"));
-    plugin->Connector->SetDataAll(0, message);
+    const auto mayBeThere = [&] {
+        const QVariant rows = FirstValueOf(Execute(Statements::ClockReadingCountSince, uinLiteral, date));
+        return !rows.isValid() || rows.toInt() > 0;
+    };
+    MainBase::Insert(MainBase::Filled(Statements::InsertClockReading, uinLiteral, dateShown, timeShown, date, time),
+        mayBeThere, MainBase::Failure::Told);
 }

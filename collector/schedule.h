@@ -11,6 +11,9 @@ namespace Schedule {
 /// "dd hh:mm".
 [[nodiscard]] QString Stamp(const QDateTime& time);
 
+/// `pattern` as it is searched. "{,n}" means at most n, as its users know it.
+[[nodiscard]] QRegularExpression Expression(const QString& pattern);
+
 /// A pattern that is no regular expression matches nothing.
 [[nodiscard]] bool Matches(const QString& pattern, const QString& stamp);
 

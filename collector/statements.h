@@ -2,9 +2,16 @@
 
 #include <QStringView>
 
+#include <array>
+
 /// Every statement of the system, each named for what it asks. Filled by MainBase::Execute(). The spelling stays as it
 /// is, blanks included: PostgreSQL tells "Main_Data" from Main_Data, and a "Type" is compared as text and as a number.
 namespace Statements {
+
+/// For each new connection to PostgreSQL. A lock is waited for in slices, so that an end is noticed; no backslash is an
+/// escape, as the quoting of texts relies on.
+inline constexpr std::array<QStringView, 2> PostgresSession{
+    u"SET lock_timeout = '1s'", u"SET standard_conforming_strings = on"};
 
 // --- the register
 

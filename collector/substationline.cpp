@@ -2,11 +2,12 @@
 
 #include "delay.h"
 
-SubstationLine::SubstationLine(const QString& portName, const Parameters& parameters) : port(portName)
+SubstationLine::SubstationLine(const QString& portName, const SubstationProtocol& protocol) : port(portName)
 {
-    port.setBaudRate(parameters.baud);
-    port.setDataBits(parameters.dataBits);
-    port.setParity(parameters.parity);
+    const bool even = protocol.parity == SubstationProtocol::Parity::Even;
+    port.setBaudRate(protocol.baud);
+    port.setDataBits(static_cast<QSerialPort::DataBits>(protocol.dataBits));
+    port.setParity(even ? QSerialPort::EvenParity : QSerialPort::NoParity);
     port.setStopBits(QSerialPort::OneStop);
     port.setFlowControl(QSerialPort::NoFlowControl);
     // An answer that came after the line had been closed must not be read as that to the next request.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "substationprotocol.h"
+
 #include <QByteArray>
 #include <QSerialPort>
 #include <QString>
@@ -8,15 +10,7 @@
 /// opened swallows what is written and reads empty.
 class SubstationLine final {
 public:
-    struct Parameters {
-        qint32 baud;
-        QSerialPort::DataBits dataBits;
-        QSerialPort::Parity parity;
-    };
-    static constexpr Parameters CE301{19200, QSerialPort::Data7, QSerialPort::EvenParity};
-    static constexpr Parameters SET3{2400, QSerialPort::Data8, QSerialPort::NoParity};
-
-    SubstationLine(const QString& portName, const Parameters& parameters);
+    SubstationLine(const QString& portName, const SubstationProtocol& protocol);
 
     /// Writes, then waits.
     void Write(QByteArrayView bytes, unsigned int pauseMs);

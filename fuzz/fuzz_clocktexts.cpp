@@ -1,5 +1,6 @@
 // Clocks as meters tell them.
 
+#include "bcdclock.h"
 #include "busmessages.h"
 #include "ce301.h"
 #include "clocktexts.h"
@@ -13,13 +14,14 @@ namespace {
 
 void RequireRoundTripBcd(const QByteArray& bcd)
 {
-    const QDateTime time = ClockTexts::FromBcd(bcd);
-    if (!time.isValid())
+    const BcdClock clock = ReadBcdClock(bcd);
+    Require(clock.date.isValid() == clock.time.isValid());
+    if (!clock.date.isValid())
         return;
     // The fourth byte, the day of the week, is not looked at.
-    const QByteArray again = QByteArray::fromHex(time.toString(u"ssmmhh"_s).toLatin1()) + bcd.at(3)
-        + QByteArray::fromHex(time.toString(u"ddMMyy"_s).toLatin1());
-    Require(again == bcd && time.date().year() >= 2000 && time.date().year() < 2100);
+    const QByteArray again = QByteArray::fromHex(clock.time.toString(u"ssmmhh"_s).toLatin1()) + bcd.at(3)
+        + QByteArray::fromHex(clock.date.toString(u"ddMMyy"_s).toLatin1());
+    Require(again == bcd && clock.date.year() >= 2000 && clock.date.year() < 2100);
 }
 
 void RequireRoundTripCE301(quint32 ms)

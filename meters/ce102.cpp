@@ -99,3 +99,23 @@ bool TCounter_CE102::ReceivePack(QByteArray pack, bool& answer, unsigned short& 
     data = body.sliced(DataAt, dataSize);
     return true;
 }
+
+bool TCounter_CE102::DecodeEnergy(const QByteArray& frame, Energy& energy)
+{
+    constexpr unsigned short EnergyCommand = 0x0130;
+    bool isAnswer = false;
+    unsigned short address2 = 0;
+    unsigned short address1 = 0;
+    unsigned short command = 0;
+    QByteArray data;
+    ReceivePack(frame, isAnswer, address2, address1, command, data);
+    if (!isAnswer || command != EnergyCommand)
+        return false;
+    // Each byte is shifted inside a signed 32-bit word: from the fifth byte on they fall onto the first ones again, and
+    // a top bit makes the term negative. Stored readings were made that way.
+    qint64 sum = 0;
+    for (qsizetype i = 0; i < data.size(); ++i)
+        sum += static_cast<qint32>(quint32{static_cast<quint8>(data.at(i))} << (8 * i % 32));
+    energy.total = static_cast<float>(static_cast<double>(static_cast<quint64>(sum)) / 100.0);
+    return true;
+}

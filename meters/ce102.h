@@ -1,5 +1,7 @@
 #pragma once
 
+#include "energy.h"
+
 #include <QByteArray>
 #include <QObject>
 
@@ -26,6 +28,9 @@ public:
     /// values, and so do the addresses unless the checksum was right.
     static bool ReceivePack(QByteArray pack, bool& answer, unsigned short& address2, unsigned short& address1,
         unsigned short& command, QByteArray& data);
+
+    /// The register of an energy answer: the total alone. On false `energy` keeps its values.
+    static bool DecodeEnergy(const QByteArray& frame, Energy& energy);
 
     const unsigned short Address;
     const int Number;

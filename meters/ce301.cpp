@@ -1,5 +1,8 @@
 #include "ce301.h"
 
+#include "ce301messages.h"
+#include "nodecommands.h"
+
 #include <bit>
 #include <optional>
 
@@ -66,4 +69,32 @@ bool TCounter_CE301::ReceiveTime(QByteArray pack, QString& time)
         return false;
     time = QString::fromUtf8(*item);
     return true;
+}
+
+bool TCounter_CE301::DecodeEnergy(const QByteArray& frame, Energy& energy)
+{
+    return ReceivePack(frame, energy.total, energy.t1, energy.t2, energy.t3, energy.t4);
+}
+
+MeterAnswer TCounter_CE301::Read(const QByteArray& frame)
+{
+    MeterAnswer answer;
+    if (frame.contains("ET")) {
+        answer.tellsEnergy = true;
+        Energy energy;
+        if (DecodeEnergy(frame, energy))
+            answer.energy = energy;
+    }
+    if (frame.contains("TIME")) {
+        answer.tellsClock = true;
+        QString time;
+        if (ReceiveTime(frame, time))
+            answer.clock = ClockReading{std::nullopt, time, time};
+    }
+    return answer;
+}
+
+QByteArray TCounter_CE301::TimeQuery(quint32 /*number*/)
+{
+    return NodeCommands::ToMeter(CE301Messages::ReadTime.toByteArray());
 }

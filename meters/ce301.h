@@ -1,5 +1,7 @@
 #pragma once
 
+#include "meteranswer.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <QString>
@@ -29,4 +31,13 @@ public:
 
     /// The text inside the first "TIME_(...)", decoded as UTF-8 and not looked into. On false `time` keeps its value.
     static bool ReceiveTime(QByteArray pack, QString& time);
+
+    /// As ReceivePack().
+    static bool DecodeEnergy(const QByteArray& frame, Energy& energy);
+
+    /// Energy where "ET" stands in `frame`, the clock where "TIME" does.
+    [[nodiscard]] static MeterAnswer Read(const QByteArray& frame);
+
+    /// The message to a node that asks its meter's clock.
+    [[nodiscard]] static QByteArray TimeQuery(quint32 number);
 };

@@ -1,5 +1,31 @@
 #include "set1.h"
 
+#include "nodecommands.h"
+#include "setanswer.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+SetAnswer TakeApart(const QByteArray& frame)
+{
+    SetAnswer answer;
+    answer.valid = TCounter_SET1::ReceivePack(frame, answer.code, answer.data);
+    return answer;
+}
+
+std::optional<Energy> EnergyIn(const SetAnswer& answer)
+{
+    constexpr qsizetype TariffSize = 3;
+    constexpr qsizetype TariffsSize = 4 * TariffSize;
+    constexpr quint8 EnergyCode = 0x15;
+    if (!answer.valid || answer.code != EnergyCode || answer.data.size() != TariffsSize)
+        return std::nullopt;
+    return EnergyFromTariffs(answer.data, TariffSize);
+}
+
+} // namespace
+
 TCounter_SET1::TCounter_SET1(QObject* parent, unsigned short address, int number)
     : QObject(parent),
       Address(address),
@@ -45,4 +71,26 @@ bool TCounter_SET1::ReceivePack(QByteArray pack, unsigned char& code, QByteArray
         return false;
     data = bytes;
     return true;
+}
+
+bool TCounter_SET1::DecodeEnergy(const QByteArray& frame, Energy& energy)
+{
+    const std::optional<Energy> decoded = EnergyIn(TakeApart(frame));
+    energy = decoded.value_or(energy);
+    return decoded.has_value();
+}
+
+std::optional<BcdClock> TCounter_SET1::DecodeClock(const QByteArray& frame)
+{
+    return ClockIn(TakeApart(frame));
+}
+
+MeterAnswer TCounter_SET1::Read(const QByteArray& frame)
+{
+    return ReadSetAnswer(TakeApart(frame), EnergyIn);
+}
+
+QByteArray TCounter_SET1::TimeQuery(quint32 /*number*/)
+{
+    return NodeCommands::ToMeter("P"_ba);
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "bcdclock.h"
+#include "meteranswer.h"
+
 #include <QByteArray>
 #include <QObject>
 
@@ -21,6 +24,18 @@ public:
     /// unchecked. Any other code: 12 bytes and their checksum, which covers neither the code nor what follows. On false
     /// `data` keeps its value; `code` does so only for an answer that is too short or does not begin with 0x82.
     static bool ReceivePack(QByteArray pack, unsigned char& code, QByteArray& data);
+
+    /// The registers of an energy answer. On false `energy` keeps its values.
+    static bool DecodeEnergy(const QByteArray& frame, Energy& energy);
+
+    /// None for an answer that is damaged or tells no clock.
+    [[nodiscard]] static std::optional<BcdClock> DecodeClock(const QByteArray& frame);
+
+    /// What `frame` tells by its code.
+    [[nodiscard]] static MeterAnswer Read(const QByteArray& frame);
+
+    /// The message to a node that asks its meter's clock.
+    [[nodiscard]] static QByteArray TimeQuery(quint32 number);
 
     const unsigned short Address;
     const int Number;

@@ -1,6 +1,7 @@
 #include "set3.h"
 
 #include "crc.h"
+#include "setanswer.h"
 
 #include <QtEndian>
 
@@ -8,6 +9,23 @@ namespace {
 
 constexpr auto Table = MakeCrcTable<quint16>(0x1021);
 static_assert(Crc(Table, "123456789") == 0x31C3); // the published check value
+
+SetAnswer TakeApart(const QByteArray& frame)
+{
+    SetAnswer answer;
+    quint32 meter = 0;
+    answer.valid = TCounter_SET3::ReceivePack(frame, meter, answer.code, answer.data);
+    return answer;
+}
+
+std::optional<Energy> EnergyIn(const SetAnswer& answer)
+{
+    constexpr qsizetype TariffSize = 4;
+    constexpr qsizetype TariffsSize = 4 * TariffSize;
+    if (!answer.valid || answer.data.size() != TariffsSize)
+        return std::nullopt;
+    return EnergyFromTariffs(answer.data, TariffSize);
+}
 
 } // namespace
 
@@ -56,4 +74,26 @@ bool TCounter_SET3::ReceivePack(QByteArray pack, unsigned int& meter, unsigned c
     code = static_cast<quint8>(pack.at(CodeAt));
     data = pack.sliced(DataAt, crcAt - DataAt);
     return true;
+}
+
+bool TCounter_SET3::DecodeEnergy(const QByteArray& frame, Energy& energy)
+{
+    const std::optional<Energy> decoded = EnergyIn(TakeApart(frame));
+    energy = decoded.value_or(energy);
+    return decoded.has_value();
+}
+
+std::optional<BcdClock> TCounter_SET3::DecodeClock(const QByteArray& frame)
+{
+    return ClockIn(TakeApart(frame));
+}
+
+MeterAnswer TCounter_SET3::Read(const QByteArray& frame)
+{
+    return ReadSetAnswer(TakeApart(frame), EnergyIn);
+}
+
+QByteArray TCounter_SET3::TimeQuery(quint32 number)
+{
+    return CreateQuery(0x10, number);
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "bcdclock.h"
+#include "meteranswer.h"
+
 #include <QByteArray>
 #include <QObject>
 
@@ -23,6 +26,18 @@ public:
     /// Takes an answer with at least one data byte apart. `meter` is the 24-bit number sign-extended to 32 bits. The
     /// CRC covers everything but the first byte, which must be 0x82. On false all outputs keep their values.
     static bool ReceivePack(QByteArray pack, unsigned int& meter, unsigned char& code, QByteArray& data);
+
+    /// The registers of an energy answer. On false `energy` keeps its values.
+    static bool DecodeEnergy(const QByteArray& frame, Energy& energy);
+
+    /// None for an answer that is damaged or tells no clock.
+    [[nodiscard]] static std::optional<BcdClock> DecodeClock(const QByteArray& frame);
+
+    /// What `frame` tells by its code.
+    [[nodiscard]] static MeterAnswer Read(const QByteArray& frame);
+
+    /// The message to a node that asks its meter's clock.
+    [[nodiscard]] static QByteArray TimeQuery(quint32 number);
 
     const unsigned short Address;
     const int Number;

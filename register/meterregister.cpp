@@ -1,5 +1,7 @@
 #include "meterregister.h"
 
+#include "metermodel.h"
+
 #include <QHash>
 
 #include <algorithm>
@@ -34,9 +36,27 @@ bool SameMeter(const RegisterRow& a, const RegisterRow& b)
         [&](const RegisterColumn& column) { return a.*column.field == b.*column.field; });
 }
 
+QStringList NamesOfModels(bool forSubstation)
+{
+    QStringList names;
+    for (const MeterModel& model : MeterModels())
+        if (!forSubstation || model.substation)
+            names.append(model.name);
+    return names;
+}
+
+/// "a CE301 or a SET3" with the article "a ".
+QString Either(QStringList names, const QString& article)
+{
+    const QString last = article + names.takeLast();
+    for (QString& name : names)
+        name.prepend(article);
+    return names.join(", "_L1) + " or "_L1 + last;
+}
+
 QStringList ProblemsAlone(const RegisterRow& row)
 {
-    static const QStringList models{u"CE102"_s, u"CE301"_s, u"SET1"_s, u"SET3"_s};
+    const MeterModel* const model = FindMeterModel(row.model);
     QStringList problems;
     const auto unless = [&](bool right, const QString& what, const QString& value) {
         if (!right)
@@ -50,12 +70,12 @@ QStringList ProblemsAlone(const RegisterRow& row)
     } else {
         unless(!row.uin.isEmpty(), u"the UIN of a substation meter may be any name"_s, row.uin);
     }
-    unless(models.contains(row.model), u"Model must be CE102, CE301, SET1 or SET3"_s, row.model);
-    unless(!substation || !models.contains(row.model) || row.model == "CE301"_L1 || row.model == "SET3"_L1,
-        u"the substation meter must be a CE301 or a SET3"_s, row.model);
+    unless(model, u"Model must be %1"_s.arg(Either(NamesOfModels(false), {})), row.model);
+    unless(!substation || !model || model->substation,
+        u"the substation meter must be %1"_s.arg(Either(NamesOfModels(true), u"a "_s)), row.model);
     unless(row.type == u'0' || substation, u"Type must be 0 (behind a node) or 1 (substation meter)"_s, row.type);
-    unless(row.model != "SET3"_L1 || IsMeterNumber(row.number),
-        u"the Number of a SET3 must be a whole number from 0 to 2147483647"_s, row.number);
+    unless(!model || !model->numberIsAddress || IsMeterNumber(row.number),
+        u"the Number of a %1 must be a whole number from 0 to 2147483647"_s.arg(row.model), row.number);
     return problems;
 }
 

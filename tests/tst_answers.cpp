@@ -169,7 +169,8 @@ private slots:
         RegisterSubstation(u"SET3"_s);
         OpenSubstation("\x70\x11\x01\x10\x07\x08\x02\x04\x03\x14"_ba);
         Create();
-        QCOMPARE(collector->GetTimeFromCouner(), QDateTime({2014, 3, 4}, {8, 7, 10}, Qt::UTC)); // the code as seconds
+        QCOMPARE(
+            collector->GetTimeFromCouner(), QDateTime({2014, 3, 4}, {8, 7, 10})); // local time; the code as seconds
         substationAnswer.chop(1);
         QCOMPARE(collector->GetTimeFromCouner(), QDateTime({2014, 3, 3}, {8, 29, 31}));
         Sql(u"UPDATE \"Counters\" SET \"Number\" = '7x'"_s);

@@ -1,8 +1,6 @@
 // What the collector computes without asking anybody: times, texts, records.
 
 #include "busmessages.h"
-#include "clocktexts.h"
-#include "energy.h"
 #include "ntpline.h"
 #include "schedule.h"
 
@@ -21,21 +19,9 @@ private slots:
         QVERIFY(Schedule::Matches(u"\\D"_s, u"07 00:15"_s)); // in the case it is written
         QVERIFY(Schedule::Matches(u""_s, u"07 00:15"_s));
         QVERIFY(!Schedule::Matches(u":[30"_s, u"07 08:30"_s));
-    }
-
-    void clocks()
-    {
-        QCOMPARE(ClockTexts::TimeQuery(u"CE301"_s, 1), "\x04\x01R1\x02TIME_()\x03g"_ba);
-        QCOMPARE(ClockTexts::TimeQuery(u"set3"_s, 70000), ""_ba); // another case is another model
-
-        const auto shown = [](const QByteArray& bcd) {
-            return ClockTexts::FromBcd(QByteArray::fromHex(bcd)).toString(u"yyyy-MM-dd hh:mm:ss"_s);
-        };
-        qputenv("TZ", "Europe/Berlin");
-        QCOMPARE(shown("003002ff300314"), u"2014-03-30 02:30:00"_s); // the hour that summer time skips, on any weekday
-        qunsetenv("TZ");
-        QCOMPARE(shown("0a040302010215"), u""_s);
-        QCOMPARE(shown("05040302300215"), u""_s);
+        QVERIFY(Schedule::Matches(u"^07 0{,2}:15$"_s, u"07 00:15"_s)); // at most two
+        QVERIFY(!Schedule::Matches(u"^07 0{,1}:15$"_s, u"07 00:15"_s));
+        QCOMPARE(Schedule::Expression(u"1{,3}\\{,3}[{,3}]{,x}2{,1}"_s).pattern(), u"1{0,3}\\{,3}[{,3}]{,x}2{0,1}"_s);
     }
 
     void referenceClock()
@@ -51,27 +37,6 @@ private slots:
         QCOMPARE(corrected("a b 1 u 3 6 7 0 inf 0"), u"12:00:00.000"_s);
         QCOMPARE(corrected("a b 1 u 3 6 7 5000"), u"12:00:00.000"_s);
         QCOMPARE(corrected("a\tb\t1\tu\t3\t6\t7\t0\t5000\t0"), u"12:00:00.000"_s); // tabs are no separators
-    }
-
-    void energy()
-    {
-        const auto check = [](const QString& model, const QByteArray& answer, const QList<float>& expected) {
-            Energy e{9, 9, 9, 9, 9};
-            const bool decoded = DecodeEnergy(model, QByteArray::fromHex(answer), e);
-            QCOMPARE(decoded ? QList<float>({e.total, e.t1, e.t2, e.t3, e.t4}) : QList<float>(), expected);
-        };
-        // The total alone; the others keep their values.
-        check(u"CE102"_s, "c0000100020054013087d6120008c0", {12345.67F, 9, 9, 9, 9});
-        // The top bit makes it negative, and then huge.
-        check(u"CE102"_s, "c000010002005401300000008034c0", {1.84467436e17F, 9, 9, 9, 9});
-        // The fifth byte falls on the first.
-        check(u"CE102"_s, "c000010002005501300100000002fdc0", {0.03F, 9, 9, 9, 9});
-        check(u"CE102"_s, "c00001000200540131010000003cc0", {}); // another command
-        // The sum wraps at 32 bits.
-        check(u"SET3"_s, "8270110115ffffffff020000000000000000000000960a", {0.01F, 42949672.95F, 0.02F, 0, 0});
-        check(u"SET3"_s, "827011011005040302010215f9ac", {}); // a clock is no energy
-        check(u"SET1"_s, "8212102700204e00307500409c00da", {}); // another code
-        check(u"CE301"_s, "\2ET0PE(4)ET0PE(1)ET0PE(2)ET0PE(1)\3"_ba.toHex(), {}); // four items
     }
 
     void records()

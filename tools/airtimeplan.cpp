@@ -1,5 +1,10 @@
 #include "airtimeplan.h"
 
+#include "metermodel.h"
+#include "timing.h"
+
+#include <numeric>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -7,22 +12,17 @@ namespace {
 using AirtimePlan::Case;
 using AirtimePlan::Site;
 
-constexpr qint64 TickMs = 25000; // from the end of one look at an open sweep to the next
-constexpr qint64 ClockReadOutMs = 1500;
-constexpr int MostPassesCounted = 127; // the counter is a signed byte
+using CollectorTiming::MostPassesCounted;
+using CollectorTiming::TickMs;
 
-/// The waits within one try.
-int SubstationTryMs(const QString& model)
+/// The waits within one try; 0 for a model that cannot be read there.
+int SubstationTryMs(const MeterModel* model)
 {
-    if (model == "CE301"_L1)
-        return 2600;
-    return model == "SET3"_L1 ? 1000 : 0;
-}
-
-/// The answers of other models are kept by nobody.
-bool IsHeard(const QString& model)
-{
-    return model == "CE301"_L1 || model == "SET1"_L1 || model == "SET3"_L1;
+    if (!model || !model->substation)
+        return 0;
+    const QList<SubstationProtocol::Write> request = model->substation->energyRequest(u"0"_s);
+    return std::accumulate(request.begin(), request.end(), 0,
+        [](int ms, const SubstationProtocol::Write& write) { return ms + static_cast<int>(write.pauseMs); });
 }
 
 int SilentNodes(const Site& site, Case answers)
@@ -65,12 +65,13 @@ Site AirtimePlan::SiteOf(const SysVar& vars, const QList<RegisterRow>& rows)
         .substationRetries = vars.RepeateQueryKTPNumber,
         .passes = vars.RepeatQueryNumber};
     for (const RegisterRow& row : rows) {
-        site.setsClocksOneByOne = site.setsClocksOneByOne || row.model == "CE301"_L1;
+        const MeterModel* const model = FindMeterModel(row.model);
+        site.setsClocksOneByOne = site.setsClocksOneByOne || (model && model->clockSetOneByOne);
         if (row.type == u'1') {
-            site.substationMs = SubstationTryMs(row.model);
+            site.substationMs = SubstationTryMs(model);
         } else {
             ++site.nodes;
-            site.neverHeard += IsHeard(row.model) ? 0 : 1;
+            site.neverHeard += model && model->read ? 0 : 1;
         }
     }
     return site;
@@ -93,7 +94,8 @@ std::optional<qint64> AirtimePlan::TimeSweepMs(const Site& site, Case answers)
         return 0;
     if (!IsClosed(site, silent))
         return std::nullopt;
-    const qint64 startMs = site.nodes * (site.unicastMs + ClockReadOutMs) + site.broadcastMs;
+    const qint64 startMs =
+        site.nodes * (site.unicastMs + qint64{CollectorTiming::ClockReadOutPauseMs}) + site.broadcastMs;
     // The first look is in the tick of the start.
     return startMs + Passes(site, silent) * (PassMs(site, silent) + TickMs);
 }

@@ -25,8 +25,8 @@ QDateTime StartOfMinute(const QDateTime& time)
 
 Calendar::Calendar(const SysVar& vars)
 {
-    const std::pair<QRegularExpression, Due> patterns[] = {{QRegularExpression(vars.TimeOfSetTime), ClockSetting},
-        {QRegularExpression(vars.TimeOfGetTime), TimeSweep}, {QRegularExpression(vars.TimeOfQuery), QuerySweep}};
+    const std::pair<QRegularExpression, Due> patterns[] = {{Schedule::Expression(vars.TimeOfSetTime), ClockSetting},
+        {Schedule::Expression(vars.TimeOfGetTime), TimeSweep}, {Schedule::Expression(vars.TimeOfQuery), QuerySweep}};
     // A stamp knows no month, so one month of 31 days shows them all.
     QDateTime time(QDate(2000, 1, 1), QTime(0, 0), Qt::UTC);
     for (quint8& due : dueAt) {

@@ -99,7 +99,10 @@ bool RegisterDatabase::Connect()
 {
     if (!IsFile() && vars.BDType != "postgres"_L1)
         return Fail(u"BDType must be sqlite3 or postgres, not \"%1\""_s.arg(vars.BDType));
-    return database.open() || Fail(Reason(database.lastError()));
+    if (!database.open())
+        return Fail(Reason(database.lastError()));
+    MainBase::PrepareSession(database);
+    return true;
 }
 
 QStringList RegisterDatabase::Problems()

@@ -9,6 +9,25 @@
     </message>
 </context>
 <context>
+    <name>MainBase</name>
+    <message>
+        <source>Rows are not stored: %1</source>
+        <translation>Строки не сохраняются: %1</translation>
+    </message>
+    <message>
+        <source>Rows are stored again</source>
+        <translation>Строки снова сохраняются</translation>
+    </message>
+    <message>
+        <source>The database cannot be read: %1</source>
+        <translation>База данных не читается: %1</translation>
+    </message>
+    <message>
+        <source>The database can be read again</source>
+        <translation>База данных снова читается</translation>
+    </message>
+</context>
+<context>
     <name>Ravelin</name>
     <message>
         <source>QuitSignal received. Stopping application.</source>

@@ -1,6 +1,7 @@
 #include "zigbee.h"
 
 #include "delay.h"
+#include "nodecommands.h"
 
 #include <QRegularExpression>
 
@@ -130,7 +131,7 @@ void ZigBee::SendBroadcastMessageToZDevice(const QByteArray& message)
 
 QByteArray ZigBee::SendMainUIN()
 {
-    QByteArray frame = "\xC0\x05" + MainUIN + '\xC1';
+    QByteArray frame = NodeCommands::CollectorAddress(MainUIN);
     SendBroadcastMessageToZDevice(frame);
     return frame;
 }

@@ -3,9 +3,8 @@
 #include "collector.h"
 #include "delay.h"
 #include "maindatabase.h"
+#include "nodecommands.h"
 #include "statements.h"
-
-#include <QtEndian>
 
 using namespace Qt::StringLiterals;
 using MainBase::Execute;
@@ -13,16 +12,13 @@ using MainBase::InLiteral;
 
 void TCollector::SendCounterNumber(QByteArray uin)
 {
-    constexpr char MeterNumber = '\x07';
     const QString address = QString::fromUtf8(uin);
     QSqlQuery meter = Execute(Statements::NumberOf, InLiteral(address));
     if (!meter.next()) {
         LogText(meter.lastError().text());
         return;
     }
-    QByteArray payload(5, MeterNumber);
-    qToLittleEndian<qint32>(meter.value(0).toInt(), payload.data() + 1);
-    SendToNode(address, ToC0C1(payload));
+    SendToNode(address, NodeCommands::MeterNumber(meter.value(0).toInt()));
 }
 
 void TCollector::SendCountersNumbers()
@@ -37,7 +33,6 @@ void TCollector::SendCountersNumbers()
     }
 }
 
-/// The text goes out as it is, between frame bytes that it may contain itself: nodes do not undo any escaping here.
 void TCollector::SendCINumber(QByteArray uin)
 {
     const QString address = QString::fromUtf8(uin);
@@ -46,7 +41,7 @@ void TCollector::SendCINumber(QByteArray uin)
         LogText(meter.lastError().text());
         return;
     }
-    SendToNode(address, "\xC0\x06" + meter.value(0).toString().toLatin1() + '\xC1');
+    SendToNode(address, NodeCommands::KiNumber(meter.value(0).toString().toLatin1()));
 }
 
 void TCollector::SendCommand_04() { }

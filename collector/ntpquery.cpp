@@ -1,0 +1,66 @@
+#include "ntpquery.h"
+
+#include "collector.h"
+#include "delay.h"
+#include "log.h"
+
+#include <QDeadlineTimer>
+
+#include <csignal>
+
+#include <sys/prctl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+NtpQuery::NtpQuery()
+{
+    // A group of its own, so that it can be ended with whatever it has started. It also ends with this process.
+    process.setChildProcessModifier([] {
+        ::setpgid(0, 0);
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    });
+    process.start(u"ntpq"_s, {u"-pn"_s}, QIODevice::ReadWrite);
+}
+
+NtpQuery::~NtpQuery()
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    ::kill(-static_cast<pid_t>(process.processId()), SIGKILL);
+    process.waitForFinished();
+}
+
+bool NtpQuery::Finish()
+{
+    constexpr int LongestWaitMs = 30000;
+    constexpr int LookMs = 10;
+    constexpr int PauseMs = 240; // spent in Delay(), which notices that the end of this process was requested
+    const QDeadlineTimer deadline(LongestWaitMs); // on a busy machine a round takes longer than its pause
+    for (int waitedMs = 0; waitedMs < LongestWaitMs && !deadline.hasExpired(); waitedMs += LookMs + PauseMs) {
+        if (process.waitForFinished(LookMs))
+            return true;
+        if (process.error() == QProcess::FailedToStart)
+            return false;
+        Delay(PauseMs);
+    }
+    return false;
+}
+
+QByteArray NtpQuery::LineOf(const QString& server)
+{
+    constexpr unsigned int BetweenLooksMs = 1000;
+    const QByteArray address = server.toUtf8();
+    bool missed = false;
+    for (;;) {
+        QByteArray line = process.readLine();
+        if (line.contains(address))
+            return line;
+        if (!line.isEmpty())
+            continue;
+        if (!missed)
+            Log(TCollector::tr("ntpq does not list the NTP server %1. Polling stands still").arg(server));
+        missed = true;
+        Delay(BetweenLooksMs);
+    }
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "energy.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+/// How a meter of one model is read on a serial line of its own: one stop bit, no flow control.
+struct SubstationProtocol {
+    enum class Parity { None, Even };
+
+    /// One write on the line, and the pause behind it.
+    struct Write {
+        QByteArray bytes;
+        unsigned int pauseMs;
+    };
+    /// All writes of one request, the last pause being the time that the answer gets. Empty when `number`, the
+    /// register's "Number", is none that this model can have.
+    using Request = QList<Write> (*)(const QString& number);
+
+    qint32 baud;
+    int dataBits;
+    Parity parity;
+
+    Request energyRequest;
+    /// None when `answer` is not a whole one to the energy request with that `number`.
+    std::optional<Energy> (*energyIn)(const QString& number, const QByteArray& answer);
+
+    Request clockRequest;
+    /// As energyIn(). Null: the answer is not even read.
+    std::optional<QDateTime> (*clockIn)(const QString& number, const QByteArray& answer);
+
+    bool answerToDebugOutput = false; ///< once more than the traffic display shows it
+};

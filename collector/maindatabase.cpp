@@ -184,6 +184,8 @@ bool MainBase::RunTogether(const QStringList& statements)
         database.transaction() && std::all_of(statements.begin(), statements.end(), run) && database.commit();
     if (!committed)
         database.rollback();
+    else if (!statements.isEmpty())
+        insertFailures.Note(true, {});
     CloseBroken(database);
     return committed;
 }

@@ -41,7 +41,8 @@ QSqlQuery Run(const QString& statement, Failure failure = Failure::Told);
 /// once more if `mayBeThere`, asked on a new connection, says no.
 void Insert(const QString& statement, const std::function<bool()>& mayBeThere, Failure failure);
 
-/// Runs all statements or none: false when one failed or the connection broke. The log tells nothing.
+/// Runs all statements or none: false when one failed or the connection broke. Rows are meant; the log does not
+/// tell of a failure, since the caller tries each alone then.
 [[nodiscard]] bool RunTogether(const QStringList& statements);
 
 /// `statement` with its placeholders replaced in ascending order of their numbers, all in one pass: a "%1" inside a

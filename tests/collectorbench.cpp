@@ -142,7 +142,7 @@ void CollectorBench::Tick(const QDateTime& time)
     QCOMPARE(journal.takeFirst(), u"Timer event: "_s + time.toString(u"dd hh:mm"_s));
 }
 
-void CollectorBench::Tick(QTime time, const QString& lines)
+void CollectorBench::Tick(const QDateTime& time, const QString& lines)
 {
     Tick(time);
     QCOMPARE(journal.join(u'|'), lines);

@@ -25,6 +25,7 @@ protected:
     static QByteArray Node(int n) { return "000D6F000000000" + QByteArray::number(n); }
     static QStringList Lines(const char* lines) { return QString::fromUtf8(lines).split(u'|'); }
 
+    [[nodiscard]] QString Path(const QString& name) const { return directory->filePath(name); }
     void Sql(const QString& statement);
     [[nodiscard]] QStringList Rows(const QString& statement);
     [[nodiscard]] QStringList Readings() { return Rows(QStringLiteral("SELECT * FROM Main_Data")); }
@@ -45,7 +46,8 @@ protected:
     /// Leaves this tick's lines in the journal, but for the first.
     void Tick(const QDateTime& time);
     void Tick(QTime time) { Tick({CurrentDateTime().date(), time}); }
-    void Tick(QTime time, const QString& lines);
+    void Tick(QTime time, const QString& lines) { Tick({CurrentDateTime().date(), time}, lines); }
+    void Tick(const QDateTime& time, const QString& lines);
 
     void Answer(int node, const QByteArray& payload);
     /// The answer comes while the thread waits, and is taken when the tick lets events run.
@@ -71,7 +73,6 @@ private slots:
     void cleanup();
 
 private: // NOLINT(readability-redundant-access-specifiers)
-    [[nodiscard]] QString Path(const QString& name) const { return directory->filePath(name); }
     void Waited();
     void ActAsSubstation(unsigned int ms);
 

@@ -17,6 +17,15 @@ struct AnswersCase {
     QString clock;
 };
 
+/// A SET3's clock answer with these data bytes, given in hexadecimal.
+QByteArray ClockSET3(const QByteArray& data)
+{
+    const QByteArray covered = QByteArray::fromHex("701101"
+                                                   "10"
+        + data);
+    return '\x82' + covered + MeterAnswers::CrcSET3(covered);
+}
+
 struct SubstationCase {
     const char* name;
     QString model;
@@ -41,28 +50,31 @@ private slots:
         const QString heard = u"1 0 0 0 0 0 2014-03-04 08:30:00 2"_s;
 
         QTest::addColumn<AnswersCase>("c");
-        for (const AnswersCase& c : {
-                 AnswersCase{"SET3, stuffed, six digits, in three unicasts", u"SET3"_s,
-                     {set3.first(1), set3.sliced(1, 9), set3.sliced(10)}, set3Log, set3Row, {}},
-                 {"two glued: the second waits for the next unicast", u"SET3"_s, {set3 + set3, "\xC0\xC1"_ba},
-                     "node 1 send data: 1.36089e+06 kW*h|node 1 send data: 1.36089e+06 kW*h", set3Row + u'|' + set3Row,
-                     {}},
-                 {"SET3, wrong CRC: not even a code", u"SET3"_s,
-                     {frame(MeterAnswers::EnergySET3(1, {1, 2, 3, 4}, Wrong))}, "", heard, {}},
-                 {"SET1, wrong checksum", u"SET1"_s, {frame(MeterAnswers::EnergySET1({1, 2, 3, 4}, Wrong))}, "",
-                     undecodable, {}},
-                 {"CE301, infinite: logged, no row of the database's", u"CE301"_s,
-                     {"\xC0\2ET0PE(inf)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)\x03\xC1"_ba}, "node 1 send data: inf kW*h",
-                     heard, {}},
-                 {"CE301, energy and a clock with a quote in one", u"CE301"_s,
-                     {"\xC0\2ET0PE(4)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)TIME_('%1');)\x03\xC1"_ba},
-                     "node 1 send data: 4 kW*h|node 1 send time: '%1' kW*h", u"1 4 1 1 1 1 2014-03-04 08:30:00 0"_s,
-                     u"000D6F0000000001 2014-03-04 '%1'  "_s},
-                 {"CE102: nothing is kept of it", u"CE102"_s, {frame("\x01\x02"_ba)}, "", heard, {}},
-                 {"CE301, a clock without end", u"CE301"_s, {"\xC0TIME_(12:34\xC1"_ba}, "", undecodable, {}},
-                 {"SET1, no date: an empty reading", u"SET1"_s, {"\xC0\x82P\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xC1"_ba},
-                     "node 1 send time:  kW*h", heard, u"000D6F0000000001    "_s},
-             })
+        for (const AnswersCase& c :
+            {
+                AnswersCase{"SET3, stuffed, six digits, in three unicasts", u"SET3"_s,
+                    {set3.first(1), set3.sliced(1, 9), set3.sliced(10)}, set3Log, set3Row, {}},
+                {"two glued: the second waits for the next unicast", u"SET3"_s, {set3 + set3, "\xC0\xC1"_ba},
+                    "node 1 send data: 1.36089e+06 kW*h|node 1 send data: 1.36089e+06 kW*h", set3Row + u'|' + set3Row,
+                    {}},
+                {"SET3, wrong CRC: not even a code", u"SET3"_s,
+                    {frame(MeterAnswers::EnergySET3(1, {1, 2, 3, 4}, Wrong))}, "", heard, {}},
+                {"SET1, wrong checksum", u"SET1"_s, {frame(MeterAnswers::EnergySET1({1, 2, 3, 4}, Wrong))}, "",
+                    undecodable, {}},
+                {"CE301, infinite: logged, no row of the database's", u"CE301"_s,
+                    {"\xC0\2ET0PE(inf)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)\x03\xC1"_ba}, "node 1 send data: inf kW*h",
+                    heard, {}},
+                {"CE301, energy and a clock with a quote in one", u"CE301"_s,
+                    {"\xC0\2ET0PE(4)ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)TIME_('%1');)\x03\xC1"_ba},
+                    "node 1 send data: 4 kW*h|node 1 send time: '%1' kW*h", u"1 4 1 1 1 1 2014-03-04 08:30:00 0"_s,
+                    u"000D6F0000000001 2014-03-04 '%1'  "_s},
+                {"CE102: nothing is kept of it", u"CE102"_s, {frame("\x01\x02"_ba)}, "", heard, {}},
+                {"CE301, a clock without end", u"CE301"_s, {"\xC0TIME_(12:34\xC1"_ba}, "", undecodable, {}},
+                {"SET3, a clock of 6 bytes", u"SET3"_s, {frame(ClockSET3("070802040314"_ba))}, "", undecodable, {}},
+                {"SET3, a clock of 8 bytes", u"SET3"_s, {frame(ClockSET3("0708020402031400"_ba))}, "", undecodable, {}},
+                {"SET1, no date: an empty reading", u"SET1"_s, {"\xC0\x82P\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xC1"_ba},
+                    "node 1 send time:  kW*h", heard, u"000D6F0000000001    "_s},
+            })
             QTest::newRow(c.name) << c;
     }
 
@@ -93,6 +105,7 @@ private slots:
         Answer(5, MeterAnswers::EnergySET1({1, 2, 3, 4}));
         collector->ReceivedUCAST("' OR '1'='1"_ba, MeterAnswers::Alarm());
         collector->ReceivedBCAST(Node(9), MeterAnswers::Alarm());
+        collector->ReceivedUCAST(Node(9), MeterAnswers::Alarm() + 'x'); // an alarm is the frame alone
         QCOMPARE(journal, Lines("Can not read database"));
         QCOMPARE(Readings(), Lines("9 0 0 0 0 0 2014-03-04 08:30:00 1"));
         QVERIFY(!buffer->GetUCAST(Node(9)).isEmpty());
@@ -135,6 +148,8 @@ private slots:
                      {49380, 40, 80, 120, 160}},
                  {"CE301, four items", u"CE301"_s, "ET0PE(1)ET0PE(1)ET0PE(1)ET0PE(1)"_ba, {}},
                  {"SET3, sum wraps, CRC missing", u"SET3"_s, set3("70110112"),
+                     {4000, 4000, 0.39999998F, 1717986880.0F, 0}},
+                 {"SET3, more behind", u"SET3"_s, set3("70110112") + "\xFF\xFF",
                      {4000, 4000, 0.39999998F, 1717986880.0F, 0}},
                  {"SET3, cut", u"SET3"_s, set3("70110112").chopped(1), {}},
                  {"SET3, another meter", u"SET3"_s, set3("70110212"), {}},
@@ -203,14 +218,23 @@ private slots:
     {
         RegisterNode(1, u"SET1"_s, u"258"_s);
         RegisterNode(2, u"SET1"_s, u"x"_s);
+        RegisterNode(4, u"SET1"_s, u"70000"_s);
+        Sql(u"UPDATE \"Counters\" SET \"KI_Number\" = 'é' WHERE global_id = 4"_s);
         Create();
         for (int n : {1, 2, 3})
             collector->SendCounterNumber(Node(n));
-        collector->SendCINumber(Node(1));
+        collector->SendCounterNumber(Node(4));
+        for (int n : {1, 4})
+            collector->SendCINumber(Node(n));
         collector->SendCINumber("' OR '1'='1"_ba);
         collector->SendCountersNumbers();
         QCOMPARE(journal,
-            Lines("node 1 <- c00702010000c1|node 2 <- c00700000000c1||node 1 <- c0063430c1|||wait 5000||wait 5000"));
+            Lines("node 1 <- c00702010000c1|node 2 <- c00700000000c1||node 4 <- c00770110100c1|node 1 <- c0063430c1|"
+                  "node 4 <- c006e9c1|||wait 5000||wait 5000||wait 5000"));
+        for (const int n : {1, 2, 4, 1, 4}) {
+            collector->zNACK(1);
+            QCOMPARE(journal.last(), u"Error. Received 'NACK' from modem with number node %1"_s.arg(n));
+        }
     }
 };
 

@@ -1,9 +1,11 @@
 // The collector's ticks: the schedule, sweeps, who is asked again, closing, and the clocks that are set and compared.
 
 #include "collectorbench.h"
+#include "maindatabase.h"
 #include "meteranswers.h"
 
 #include <QRegularExpression>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -24,10 +26,22 @@ private slots:
         vars.TimeOfQuery = u":[30"_s; // and never met
         Create();
         QVERIFY(collector->LastError().isValid());
+        QCOMPARE(LogLines(" (alias name) \n"), 0); // the blank at the end is folded with the line's end
         QCOMPARE(LogLines(" (alias name)\n"), 1);
+        QCOMPARE(LogLines("The database cannot be read: Driver not loaded"), 1);
         QCOMPARE(LogLines("The time pattern \":[30\" is never met"), 1);
         Tick(QTime(8, 30), u"all <- c0c1"_s); // goes on without
         QVERIFY(Polling());
+    }
+
+    void anotherDatabase()
+    {
+        vars.BDType = u"postgres"_s;
+        vars.BaseName = u"meters"_s;
+        vars.SqlPort = 5433;
+        const QSqlDatabase database = MainBase::Add(u"another"_s, vars);
+        QCOMPARE(database.driverName() + u' ' + database.databaseName() + u' ' + QString::number(database.port()),
+            u"QPSQL meters 5433"_s);
     }
 
     void querySweep()
@@ -38,7 +52,10 @@ private slots:
         vars.RepeatQueryNumber = 2;
         Create();
         QVERIFY(Polling());
-        Answer(1, MeterAnswers::EnergySET1({1, 2, 3, 4})); // is lost before the first sweep
+        const QTimer* const alarm = collector->findChildren<QTimer*>().last();
+        QVERIFY(alarm->isActive() && alarm->interval() == 2000);
+        Answer(1, MeterAnswers::EnergySET1({1, 2, 3, 4})); // is lost before the first sweep, and not told as a failure
+        QCOMPARE(LogLines("Rows are not stored"), 0);
         Tick(QTime(8, 29, 40), u"all <- c0c1"_s);
         QCOMPARE(Readings(), QStringList());
 
@@ -73,9 +90,14 @@ private slots:
     void substationReadAtLastTry()
     {
         RegisterSubstation(u"SET3"_s);
+        Register(8, "KTP 2"_ba, u"1"_s, u"CE301"_s, 1); // a row for each
+        RegisterNode(1, u"SET1"_s);
         OpenSubstation();
         vars.RepeateQueryKTPNumber = 2;
         duringWait = [this] {
+            if (waits == 2 || waits == 6) // events run behind each try
+                QMetaObject::invokeMethod(
+                    this, [this] { collector->zACK(1); }, Qt::QueuedConnection);
             if (waits == 4)
                 substationAnswer = QByteArray::fromHex("7011011210270000102700001027000010270000");
         };
@@ -84,12 +106,17 @@ private slots:
         collector->NeedQuery();
         Tick(QTime(8, 31),
             "Begin questioning...|all <- c001c1|"_L1
-                + u"ktp <- 701101120022b4|wait 1000|port: |wait 10000|"_s.repeated(2)
-                + "ktp <- 701101120022b4|wait 1000|port: 7011011210270000102700001027000010270000|KTP Data: 400|"
-                  "wait 10000|wait 15000|all <- c0c1"_L1);
-        QCOMPARE(Readings(), Lines("9 400 100 100 100 100 2014-03-04 08:31:00 0"));
-        Tick(QTime(8, 32), u"Observed reading!|all <- c0c1|bus: tempdb 2014-03-04-08-31-00.db 9/0"_s);
-        Tick(QTime(8, 33), u"all <- c0c1"_s); // the request was for one sweep
+                + "ktp <- 701101120022b4|wait 1000|port: |wait 10000|Received 'ACK', but stack is empty|"
+                  "ktp <- 701101120022b4|wait 1000|port: |wait 10000|"
+                  "ktp <- 701101120022b4|wait 1000|port: 7011011210270000102700001027000010270000|KTP Data: 400|"
+                  "wait 10000|Received 'ACK', but stack is empty|wait 15000|node 1 <- c002c1|wait 10000|all <- c0c1"_L1);
+        QCOMPARE(Readings(),
+            Lines("8 400 100 100 100 100 2014-03-04 08:31:00 0|9 400 100 100 100 100 2014-03-04 08:31:00 0"));
+        vars.RepeatQueryNumber = 0;
+        Tick(QTime(8, 32));
+        Tick(QTime(8, 33));
+        QCOMPARE(journal.last(), u"bus: tempdb 2014-03-04-08-31-00.db 1/255 8/0 9/0"_s);
+        Tick(QTime(8, 34), u"all <- c0c1"_s); // the request was for one sweep
     }
 
     void timeSweep()
@@ -108,8 +135,27 @@ private slots:
                   "KTP 2014-03-04 00:15:00 2014-03-04 00:15:00"));
         Tick(QTime(9, 17), u"Observed reading!|all <- c0c1|bus: tempdb_t time_2014-03-04-'now'.db 1/0 9/0"_s);
         Tick(QTime(9, 18), u"all <- c0c1"_s);
+        Tick({{2014, 3, 5}, {9, 15}});
+        QCOMPARE(journal.count(u"node 1 not send data..."_s), 1); // yesterday's answer is forgotten
         Create();
-        Tick(QTime(10, 15), {}); // everybody has answered today, says the database
+        Sql(u"UPDATE time_table SET date_r = '2014-03-06'"_s);
+        Tick({{2014, 3, 5}, {10, 15}}, {}); // everybody has answered, says the database: later counts too
+    }
+
+    // A sweep that is started anew closes the first with what is known of it, then forgets that. A meter that is
+    // registered meanwhile is not known.
+    void statesOfTheSweep()
+    {
+        RegisterNode(1, u"SET1"_s);
+        vars.RepeatQueryNumber = 5;
+        Create();
+        Tick(QTime(9, 0));
+        collector->zACK(1);
+        RegisterNode(2, u"SET1"_s);
+        Tick(QTime(9, 0, 25));
+        QCOMPARE(journal.last(), u"bus: tempdb 2014-03-04-09-00-00.db 1/2 2/0"_s);
+        Tick(QTime(9, 30));
+        QCOMPARE(journal.last(), u"bus: tempdb 2014-03-04-09-00-25.db 1/255 2/255"_s);
     }
 
     void ticks_data()
@@ -173,6 +219,7 @@ private slots:
             QVERIFY(Polling());
         }
         QCOMPARE(ClockRows().size(), 1); // today's reference: none for the silent
+        QCOMPARE(LogLines("Rows are ") + LogLines("The database"), 0); // what must fail is not told
     }
 
     // --- clocks
@@ -196,7 +243,8 @@ private slots:
         FakeNtpq("echo 'remote refid st t when poll reach delay offset jitter'\n"
                  "echo '*10.0.0.1 .GPS. 1 u 33 64 377 0.512 5000 0.021'\n"
                  "echo '+10.0.0.2 .PPS. 1 u 33 64 377 0.512 7000.9 0.021'");
-        Register(9, "K''TP"_ba, u"1"_s, u"SET3"_s, 1);
+        Register(8, "KTP 1"_ba, u"1"_s, u"SET3"_s, 1);
+        Register(9, "K''TP"_ba, u"1"_s, u"SET3"_s, 1); // the last one counts
         vars.NtpServer = u".PPS."_s; // any part of a line
         Create();
         const QString columns = u"uin, date_c, date_r, strftime('%s', time_r) - strftime('%s', time_c)"_s;
@@ -213,12 +261,15 @@ private slots:
     {
         RegisterNode(1, u"SET1"_s);
         for (const bool installed : {true, false}) {
-            FakeNtpq("exec sleep 60");
+            FakeNtpq("sleep 60 & echo $! > \"${0%/*}/child\"; wait");
             if (!installed)
                 qputenv("PATH", "/nowhere");
             Create();
             Tick(QTime(installed ? 9 : 10, 15), {});
             QVERIFY(!Polling());
+            const QByteArray child = Contents(Path(u"child"_s)).trimmed();
+            QVERIFY(!child.isEmpty());
+            QTRY_VERIFY(QFile::symLinkTarget("/proc/"_L1 + QString::fromLatin1(child) + "/exe"_L1).isEmpty());
             QCOMPARE(VirtualTime::Delays().size(), 120); // 30 s, or none more
             QCOMPARE(LogLines("ntpq -pn did not finish"), installed ? 1 : 2);
         }
@@ -249,6 +300,13 @@ private slots:
             "BEGIN SELECT RAISE(ABORT, 'refused'); END"_s);
         Tick(QTime(8, 31));
         QCOMPARE(Readings(), Lines("1 0 0 0 0 0 2014-03-04 08:30:00 255|3 0 0 0 0 0 2014-03-04 08:30:00 255"));
+        QCOMPARE(LogLines("Rows are not stored: refused\n"), 1);
+        Sql(u"DROP TRIGGER refuse"_s);
+        collector->NeedQuery();
+        Tick(QTime(8, 32));
+        Tick(QTime(8, 33));
+        QCOMPARE(Readings().size(), 5);
+        QCOMPARE(LogLines("Rows are stored again\n"), 1);
     }
 };
 

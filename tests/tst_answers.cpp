@@ -95,6 +95,33 @@ private slots:
         QCOMPARE(ClockRows().join(u'|'), c.clock);
     }
 
+    void routes()
+    {
+        Create();
+        const auto energy = [this](const QByteArray& pack, const QString& model) {
+            Energy e{9, 9, 9, 9, 9};
+            QByteArray rest = "kept"_ba;
+            const bool ok = collector->RouteDataFromCounter(pack, model, e.total, e.t1, e.t2, e.t3, e.t4, rest);
+            return u"%1 %2 %3 %4"_s.arg(ok).arg(e.total).arg(e.t4).arg(QString::fromUtf8(rest));
+        };
+        const auto clock = [this](const QByteArray& pack, const QByteArray& model) {
+            QDateTime time;
+            QByteArray rest = "kept"_ba;
+            const bool ok = collector->RouteTimeFromCounter(pack, model, time, rest);
+            return u"%1 %2 %3"_s.arg(ok).arg(time.toString(Qt::ISODate), QString::fromUtf8(rest));
+        };
+        const auto frame = [](const QByteArray& payload) { return TCollector::ToC0C1(payload) + "rest"; };
+        const QDateTime shown({2014, 3, 4}, {8, 7, 6});
+        QCOMPARE(energy(frame(MeterAnswers::EnergyCE102(1, 1234567)), u"CE102"_s), u"1 12345.7 9 rest"_s);
+        QCOMPARE(energy(frame("\2ET0PE(4)ET0PE(1)\3"_ba), u"CE301"_s), u"0 4 9 rest"_s);
+        QCOMPARE(energy(frame(MeterAnswers::EnergySET1({1, 2, 3, 4})), u"set1"_s), u"0 9 9 kept"_s);
+        QCOMPARE(
+            clock(frame(MeterAnswers::ClockSET1(shown)), "SET1"_ba), u"1 2014-03-04T08:07:06 rest"_s); // local time
+        QCOMPARE(clock(frame(MeterAnswers::EnergySET1({1, 2, 3, 4})), "SET1"_ba), u"0  rest"_s);
+        for (const QByteArray& model : {"CE102"_ba, "CE301"_ba, "none"_ba})
+            QCOMPARE(clock(frame(MeterAnswers::ClockSET1(shown)), model), u"0  kept"_s);
+    }
+
     void strangersAnswer()
     {
         Register(9, Node(9), u"1"_s, u"SET1"_s, 1);

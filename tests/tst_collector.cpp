@@ -139,7 +139,9 @@ private slots:
         QCOMPARE(journal.count(u"node 1 not send data..."_s), 1); // yesterday's answer is forgotten
         Create();
         Sql(u"UPDATE time_table SET date_r = '2014-03-06'"_s);
+        const qsizetype rows = ClockRows().size();
         Tick({{2014, 3, 5}, {10, 15}}, {}); // everybody has answered, says the database: later counts too
+        QCOMPARE(ClockRows().size(), rows); // and there is a reference clock
     }
 
     // A sweep that is started anew closes the first with what is known of it, then forgets that. A meter that is

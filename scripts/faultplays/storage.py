@@ -153,4 +153,6 @@ def table_gone():
             other.execute('ALTER TABLE kept RENAME TO "Main_Data"')
         kept = site.look().total()
         site.complete_sweep()
-    return f"{kept} rows stored before are kept, the next sweep is complete"
+        told = [line for line in site.log_texts() if line.startswith("Rows are")]
+        hold(told == ["Rows are not stored: no such table: Main_Data", "Rows are stored again"], f"the log tells {told}")
+    return f"{kept} rows stored before are kept, the next sweep is complete; both told once in the log"

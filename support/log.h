@@ -8,8 +8,8 @@ class TLog final {
 public:
     explicit TLog(const QString& fileName);
 
-    /// Appends one line. A trailing line feed or blank of `text` is folded away, one inside it becomes a blank. Nothing
-    /// is written while output is switched off.
+    /// Appends one line. Line ends behind `text` are folded away, one inside it becomes a blank; blanks stay, they are
+    /// part of the text. Nothing is written while output is switched off.
     void Message(const QString& text);
 
     /// As Message(), also while output is switched off: for what the operator must see although the settings that would

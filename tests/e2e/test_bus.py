@@ -115,9 +115,9 @@ class ComingUp(unittest.TestCase):
 
             for server in (home.listen("second"), admin_server):
                 self.assertEqual(home.accept(server).read_frame(), bus.identify(b"probe"))
-            home.wait_for_log("Start server: probe Ok!!!!")
+            home.wait_for_log("Start server: probe Ok!!!! ")
             up = [line.split(" ", 1) for line in home.log() if "New Out" in line or "Start server" in line]
-            self.assertEqual([text for _, text in up], ["New Out Connnection"] * 3 + ["Start server: probe Ok!!!!"])
+            self.assertEqual([text for _, text in up], ["New Out Connnection"] * 3 + ["Start server: probe Ok!!!! "])
             seconds = [60 * int(time[14:16]) + float(time[17:23]) for time, _ in up]
             self.assertAlmostEqual(seconds[2] - seconds[1], 5, delta=2)  # the tick after the last peer: the admin
             self.assertAlmostEqual(seconds[3] - seconds[2], 5, delta=2)  # and one later: the own server
@@ -127,7 +127,7 @@ class ComingUp(unittest.TestCase):
             home.wait_for_log("Connnection Disconnect: first")
             self.assertEqual(home.accept(first_server).read_frame(), bus.identify(b"probe"))
             home.connect("probe").send(bus.identify(b"late"))
-            home.wait_for_log("New In Connection")
+            home.wait_for_log("New In Connection ")
 
     def test_admin_comes_late_and_its_loss_ends(self):
         with Process(settings=ALONE) as home:
@@ -142,7 +142,7 @@ class ComingUp(unittest.TestCase):
             shutil.rmtree(own_name)
             with socket.socket(socket.AF_UNIX) as stale:
                 stale.bind(own_name)  # a file that nobody listens on any more
-            home.wait_for_log("Start server: probe Ok!!!!")
+            home.wait_for_log("Start server: probe Ok!!!! ")
             admin.close()
             self.assertEqual(home.wait(), 5)
             self.assertEqual(home.log_texts()[-1], "Admin connection is closed. Stopping application.")
@@ -151,9 +151,9 @@ class ComingUp(unittest.TestCase):
         with Process(settings="[Base]\n") as home:
             home.start()
             home.wait_for_log("Start Ok!")
-            self.assertEqual(home.log_texts()[:3], ["Error load settings AdminServerName: NoName",
-                                                    "Error load settings ServerName: NoName",
-                                                    "Warrning: No Connections"])
+            self.assertEqual(home.log_texts()[:3], ["Error load settings AdminServerName: NoName ",
+                                                    "Error load settings ServerName: NoName ",
+                                                    "Warrning: No Connections "])
             home.signal(signal.SIGINT)
             self.assertEqual(home.wait(), 0)
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr auto StreamVersion = QDataStream::Qt_4_5; // stream version 11: what every process on the bus speaks
 
-// Five fields of the Action frame mean something to the administrative server alone; these values are what it expects.
+// Six fields of the Action frame whose meaning is the administrative server's; these values are given.
 constexpr qint8 ActionFlag = 1;
 constexpr qint16 ActionFields[] = {-1, -1, 0, 0, 0};
 

@@ -25,7 +25,8 @@ public:
     /// written, else the same file name under $XDG_STATE_HOME/ravelin or ~/.local/state/ravelin.
     [[nodiscard]] static QString getDirPathDefault(const QString& baseName);
 
-    /// The setting "Log"; 0 means off. A value for the reader of this object: Enabled() is what switches.
+    /// The setting "Log"; 0 means off. Part of the given interface; the daemon sets it, and nothing reads it: Enabled()
+    /// is what switches.
     int Level = 0;
 
 private:

@@ -43,17 +43,18 @@ public slots:
     // --- admincommands.cpp
     void AdminCommand(QByteArray& command_name, QByteArray& data, int IDConnection, TMyLocalSocket* socket);
 
-    // --- trafficdisplay.cpp: each event to the debug output, and to the administrator while the live view is on
+    // --- trafficdisplay.cpp: each event to the debug output, and to the administrator while the live view is on.
+    // The first two, ReceivedUCAST() and ReceivedBCAST() are part of the given interface; the daemon does not call
+    // them.
+    void on_pbReceive_clicked();
+    void on_pbPrintNet_clicked();
     void ReceivedData(QByteArray raw);
+    void ReceivedUCAST(QByteArray uin, QByteArray data);
+    void ReceivedBCAST(QByteArray uin, QByteArray data);
     void NewDevice(QByteArray uin);
     void ShowLog(QByteArray text);
     void ShowCounterPortData(QByteArray raw);
     void ShowLog(QString text);
-    // Part of the given interface; the daemon does not call them.
-    void on_pbReceive_clicked();
-    void on_pbPrintNet_clicked();
-    void ReceivedUCAST(QByteArray uin, QByteArray data);
-    void ReceivedBCAST(QByteArray uin, QByteArray data);
 
 protected:
     void timerEvent(QTimerEvent* event) override;

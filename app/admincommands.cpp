@@ -47,7 +47,7 @@ const Ravelin::KnownCommand Ravelin::Commands[] = {
     {"About", &Ravelin::About},
     {"Query_counter", &Ravelin::QueryCounter},
     {"Need_query", &Ravelin::RequestQuery},
-    // Administrators put a mark of their own behind this name and find it in the reply.
+    // An administrator may put a mark of its own around this name; the reply carries the whole.
     {"Get_ZDevices", &Ravelin::ListNodes, true},
     {"Reset_KS", &Ravelin::ResetNode},
     {"Write_direct_in_port", &Ravelin::WriteDirectly},

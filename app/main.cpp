@@ -1,14 +1,40 @@
+#include "defaultpaths.h"
 #include "ending.h"
 #include "heap.h"
 #include "log.h"
 #include "ravelin.h"
+#include "version.h"
 
 #include <QCoreApplication>
 #include <QTranslator>
 
+#include <cstdio>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+const auto HelpTemplate =
+    u"Usage: ravelin [-settings FILE]...\n"
+    "       ravelin --help | --version\n"
+    "\n"
+    "Collects electricity-meter readings over a ZigBee modem. It stays in the foreground until it is told to end.\n"
+    "\n"
+    "  -settings FILE  an ini file. Of several the last one counts alone, but the peers (Connections) of all add up.\n"
+    "\n"
+    "When no file is given, the bus names and the log (AdminServerName, ServerName, Connections, LogName, Log) come\n"
+    "from %1, everything else from %2.\n"
+    "A file that is missing changes nothing: the defaults apply. \"ravelinctl check\" tells what would not work.\n"_s;
+
+// What a person asks for who does not know the program yet; empty when nothing is asked. Only the first argument
+// counts: behind "-settings" the same words are the name of a file.
+QString Information(const QStringList& arguments)
+{
+    const QString first = arguments.value(1);
+    if (first == "--help"_L1)
+        return HelpTemplate.arg(getIniNameDefault(false), QCoreApplication::applicationFilePath() + ".ini"_L1);
+    return first == "--version"_L1 ? "ravelin "_L1 + getTesselVersion() + u'\n' : QString();
+}
 
 // Every "-settings FILE" in turn, a later one over an earlier one. A trailing "-settings" without a file loads the
 // defaults, and so does the lack of a file: twice then, which is harmless.
@@ -35,6 +61,10 @@ int main(int argc, char* argv[])
 {
     KeepFreedHeap();
     const QCoreApplication application(argc, argv);
+    if (const QString text = Information(QCoreApplication::arguments()); !text.isEmpty()) {
+        std::fputs(text.toUtf8().constData(), stdout);
+        return 0;
+    }
     Ending::InstallSignalHandlers();
 
     QTranslator translator;

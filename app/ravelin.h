@@ -18,7 +18,7 @@ public:
 
     /// Reads the bus settings and the controller's own. With an empty `fileName` the two come from different files: the
     /// bus settings from the program's default settings file, the others from the program's own path with ".ini" behind
-    /// it. Installations rely on both. Always true.
+    /// it. Always true.
     bool LoadSettings(const QString& fileName);
 
     /// Creates the modem driver (which blocks for 13 seconds), the unicast buffer and whatever works on them, and joins
@@ -27,10 +27,12 @@ public:
 
     [[nodiscard]] const SysVar& LoadedSettings() const { return Settings; }
 
-    /// Sends the read-out command to one fixed node: for the bench.
+    /// Sends the read-out command to one fixed node. Part of the given interface; the daemon does not call it.
     void Test();
 
 signals:
+    // All but the last are part of the given interface; the daemon does not emit them (Test() does the first), and
+    // nothing is joined to ResetNet().
     void SendMessage(QByteArray uin, QByteArray message);
     void SendBMessage(QByteArray message);
     void ScanNet();
@@ -41,7 +43,9 @@ public slots:
     // --- admincommands.cpp
     void AdminCommand(QByteArray& command_name, QByteArray& data, int IDConnection, TMyLocalSocket* socket);
 
-    // --- trafficdisplay.cpp: each event to the debug output, and to the administrator while the live view is on
+    // --- trafficdisplay.cpp: each event to the debug output, and to the administrator while the live view is on.
+    // The first two, ReceivedUCAST() and ReceivedBCAST() are part of the given interface; the daemon does not call
+    // them.
     void on_pbReceive_clicked();
     void on_pbPrintNet_clicked();
     void ReceivedData(QByteArray raw);

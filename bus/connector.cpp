@@ -6,7 +6,6 @@
 
 #include <QThread>
 #include <QTimerEvent>
-#include <QtEndian>
 
 #include <poll.h>
 
@@ -252,19 +251,20 @@ void TConnector::DisconnectAdminConnection()
 void TConnector::SlotNewData(TMyLocalSocket* socket)
 {
     for (;;) {
-        if (socket->BlockSize == 0) {
-            if (socket->bytesAvailable() < BusFrame::LengthFieldSize)
-                return;
-            socket->BlockSize = qFromBigEndian<qint32>(socket->read(BusFrame::LengthFieldSize).constData());
-        }
-        if (socket->BlockSize < 0 || socket->BlockSize > socket->bytesAvailable()) {
-            if (socket->BlockSize < 0 || socket->BlockSize > BusFrame::LargestAwaitedLength)
-                socket->abort();
+        switch (BusFrame::NextStep(socket->BlockSize, socket->bytesAvailable())) {
+        case BusFrame::Step::Wait:
             return;
+        case BusFrame::Step::Refuse:
+            socket->abort();
+            return;
+        case BusFrame::Step::ReadLength:
+            socket->BlockSize = BusFrame::Length(socket->read(BusFrame::LengthFieldSize));
+            break;
+        case BusFrame::Step::ReadBody:
+            BusFrame::Frame frame = BusFrame::Decode(socket->read(socket->BlockSize));
+            socket->BlockSize = 0;
+            std::visit([this, socket](auto& received) { Receive(received, socket); }, frame);
         }
-        BusFrame::Frame frame = BusFrame::Decode(socket->read(socket->BlockSize));
-        socket->BlockSize = 0;
-        std::visit([this, socket](auto& received) { Receive(received, socket); }, frame);
     }
 }
 

@@ -21,16 +21,19 @@ public:
 
     /// This process's own bus name. Starts the timer: without this call nothing is ever connected.
     void SetServerName(const QString& name);
+    /// Part of the given interface; the daemon does not call it.
     [[nodiscard]] QString GetServerName() const { return ServerName; }
 
     /// A peer to stay connected with; a name that is there already changes nothing.
     void addOutServerName(const QString& name);
 
     /// One Data frame to every peer called `name`, those connected to first. `version` becomes the frame's kind byte.
+    /// Part of the given interface; the daemon does not call it.
     void SetData(uchar version, const QString& name, const QByteArray& data);
     /// One Data frame to every peer.
     void SetDataAll(uchar version, const QByteArray& data);
-    /// One Data frame to the peers that this process connected to.
+    /// One Data frame to the peers that this process connected to. Part of the given interface; the daemon does not
+    /// call it.
     void SetOutDataAll(uchar version, const QByteArray& data);
 
     /// Whether a peer has sent the command `name` and it could not be handled yet, because the thread waits.
@@ -41,6 +44,7 @@ public:
 
 signals:
     void NewCommand(QByteArray& command_name, QByteArray& data, int IDConnection, TMyLocalSocket* socket);
+    // The next three are part of the given interface; in the daemon nothing is joined to them.
     void NewData(uchar version, QByteArray& data, TMyLocalSocket* socket);
     void NewAction(
         QByteArray& action_name, QByteArray& message, QByteArray& data, int IDConnection, TMyLocalSocket* socket);

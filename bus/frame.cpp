@@ -10,7 +10,7 @@ namespace {
 
 constexpr auto StreamVersion = QDataStream::Qt_4_5; // stream version 11: what every process on the bus speaks
 
-// Five fields of the Action frame mean something to the administrative server alone; these values are what it expects.
+// Six fields of the Action frame whose meaning is the administrative server's; these values are given.
 constexpr qint8 ActionFlag = 1;
 constexpr qint16 ActionFields[] = {-1, -1, 0, 0, 0};
 
@@ -104,22 +104,42 @@ BusFrame::Frame BusFrame::Decode(QByteArray body)
     }
 }
 
+BusFrame::Step BusFrame::NextStep(qint32 blockSize, qint64 available)
+{
+    if (blockSize == 0)
+        return available < LengthFieldSize ? Step::Wait : Step::ReadLength;
+    if (blockSize < 0)
+        return Step::Refuse;
+    if (blockSize <= available)
+        return Step::ReadBody;
+    return blockSize > LargestAwaitedLength ? Step::Refuse : Step::Wait;
+}
+
+qint32 BusFrame::Length(QByteArrayView field)
+{
+    return qFromBigEndian<qint32>(field.data());
+}
+
 bool BusFrame::HoldsCommand(QByteArrayView stream, qint32 blockSize, QByteArrayView name)
 {
+    const auto take = [&stream](qsizetype size) {
+        const QByteArrayView taken = stream.first(size);
+        stream = stream.sliced(size);
+        return taken;
+    };
     for (;;) {
-        if (blockSize == 0) {
-            if (stream.size() < LengthFieldSize)
-                return false;
-            blockSize = qFromBigEndian<qint32>(stream.data());
-            stream = stream.sliced(LengthFieldSize);
-        }
-        if (blockSize < 0 || blockSize > stream.size())
+        switch (NextStep(blockSize, stream.size())) {
+        case Step::Wait:
+        case Step::Refuse:
             return false;
-        const Frame frame = Decode(stream.first(blockSize).toByteArray());
-        const auto* const command = std::get_if<Command>(&frame);
-        if (command && command->commandName == name)
-            return true;
-        stream = stream.sliced(blockSize);
-        blockSize = 0;
+        case Step::ReadLength:
+            blockSize = Length(take(LengthFieldSize));
+            break;
+        case Step::ReadBody:
+            const Frame frame = Decode(take(std::exchange(blockSize, 0)).toByteArray());
+            const auto* const command = std::get_if<Command>(&frame);
+            if (command && command->commandName == name)
+                return true;
+        }
     }
 }

@@ -44,9 +44,24 @@ struct Data {
 
 using Frame = std::variant<Identify, Action, Command, BusMessage, Data>;
 
-/// The length field of a frame that is awaited: what is longer never comes from a well-meaning peer.
+/// What a well-meaning peer may announce. A longer frame is refused, unless it is there as a whole already.
 constexpr qint32 LargestAwaitedLength = 50'000'000;
 constexpr qint32 LengthFieldSize = 4;
+
+/// What the receiver of a stream does next.
+enum class Step {
+    Wait, ///< for more bytes
+    ReadLength, ///< of the next frame: LengthFieldSize bytes
+    ReadBody, ///< of `blockSize` bytes
+    Refuse, ///< the stream: its length is no length
+};
+
+/// The next step with `available` bytes unread. `blockSize` is the length that was read last, 0 when no frame has been
+/// begun. A frame of length 0 is passed over: it says nothing.
+[[nodiscard]] Step NextStep(qint32 blockSize, qint64 available);
+
+/// The length in a length field, LengthFieldSize bytes.
+[[nodiscard]] qint32 Length(QByteArrayView field);
 
 /// The whole frame, length field included.
 [[nodiscard]] QByteArray Encode(const Frame& frame);
@@ -56,7 +71,7 @@ constexpr qint32 LengthFieldSize = 4;
 [[nodiscard]] Frame Decode(QByteArray body);
 
 /// Whether a Command frame `name` is among the whole frames of `stream`, what has come in and is not yet handled;
-/// `blockSize` is the length of the first one if that has been read already, else 0.
+/// `blockSize` as for NextStep().
 [[nodiscard]] bool HoldsCommand(QByteArrayView stream, qint32 blockSize, QByteArrayView name);
 
 } // namespace BusFrame

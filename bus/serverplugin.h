@@ -20,16 +20,18 @@ public:
     /// and its default applies.
     bool LoadSettings(const QString& fileName);
 
-    /// The template settings, created on the first call; owned by the plug-in.
+    /// The template settings, created on the first call; owned by the plug-in. Part of the given interface; the daemon
+    /// does not call it.
     QSettings* prepareTemplateSettings();
 
-    /// Opens a database connection as the support library's function of that name does. On failure logs why.
+    /// Opens a database connection as the support library's function of that name does. On failure logs why. Part of
+    /// the given interface; the daemon does not call it.
     bool openDataBaseBySettings(
         QString& connectionName, QSettings& settings, const QString& group, const QString& extra);
 
     /// One Action frame to the administrative server.
     void SetAction(const QByteArray& action_name, const QByteArray& message, const QByteArray& data, int IDConnection);
-    /// One Bus message frame to the administrative server.
+    /// One Bus message frame to the administrative server. Part of the given interface; the daemon does not call it.
     void SendBusMessage(const QByteArray& iface, const QByteArray& data, int idConnect);
 
     /// Called once, when all settings are loaded.

@@ -1,4 +1,4 @@
-"""Mutants of C++ source files against the unit tests of their folders; see scripts/mutants."""
+"""Mutants of C++ source files against the tests of their folders; see scripts/mutants."""
 
 import argparse
 import collections
@@ -11,10 +11,13 @@ import resource
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 
+# The quickest first. A test_* is the script of that name in tests/e2e/.
 TESTS = {
-    "app": ["tst_ravelin"],
+    "app": ["tst_ravelin", "test_bus", "test_admin"],
+    "bus": ["tst_ravelin", "test_bus"],
     "collector": ["tst_collectorvalues", "tst_collector", "tst_answers"],
     "meters": ["tst_meters"],
     "register": ["tst_register"],
@@ -22,6 +25,8 @@ TESTS = {
     "tools": ["tst_airtimeplan"],
     "zigbee": ["tst_modemparser", "tst_radiolists", "tst_radiolink"],
 }
+# What the scripts run: targets of the build.
+PROGRAMS = {"test_bus": ["busprobe", "ravelin", "translations"], "test_admin": ["ravelin"]}
 DEFAULT_FILES = ["zigbee/modemparser.cpp", "collector/pollingcycle.cpp"]
 MEMORY = 4 << 30  # bytes a test may claim: a mutant may append for ever
 
@@ -134,21 +139,30 @@ class Bench:
 
     def builds(self, tests, quiet=True):
         output = subprocess.DEVNULL if quiet else None
-        return subprocess.run(["cmake", "--build", self.build, "--parallel", "2", "--target", *tests],
+        targets = sorted({target for test in tests for target in PROGRAMS.get(test, [test])})
+        return subprocess.run(["cmake", "--build", self.build, "--parallel", "2", "--target", *targets],
                               stdout=output, stderr=output).returncode == 0
 
+    def command(self, test):
+        if test in PROGRAMS:
+            return [sys.executable, self.copy / "tests" / "e2e" / f"{test}.py", "--failfast"]
+        return [self.build / test]
+
     def passes(self, test, timeout):
-        process = subprocess.Popen([self.build / test], cwd=self.build, start_new_session=True,
-                                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                   preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)))
-        try:
-            return process.wait(timeout) == 0
-        except subprocess.TimeoutExpired:
-            return False
-        finally:
-            with contextlib.suppress(ProcessLookupError):
-                os.killpg(process.pid, signal.SIGKILL)  # and all that it has started
-            process.wait()
+        with tempfile.TemporaryDirectory(prefix="mutant-") as scratch:  # a killed script leaves its files behind
+            environment = dict(os.environ, TMPDIR=scratch, RAVELIN_BUILD=str(self.build), PYTHONDONTWRITEBYTECODE="1",
+                               PYTHONPATH=str(self.copy / "scripts"))
+            process = subprocess.Popen(self.command(test), cwd=self.build, env=environment, start_new_session=True,
+                                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)))
+            try:
+                return process.wait(timeout) == 0
+            except subprocess.TimeoutExpired:
+                return False
+            finally:
+                with contextlib.suppress(ProcessLookupError):
+                    os.killpg(process.pid, signal.SIGKILL)  # and all that it has started
+                process.wait()
 
 
 def try_file(bench, name, limit, seed):

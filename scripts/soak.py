@@ -116,7 +116,7 @@ class Soak:
         site = self.site
         admin = site.listen("admin")
         self.peers[0].listener = bus.Listener(site.directory, "outer")
-        listens = "Start server: probe Ok!!!!"
+        listens = "Start server: probe Ok!!!! "
         earlier = site.log_texts().count(listens)
         site.start_time = str(self.now())[:23]
         site.start()

@@ -16,7 +16,7 @@ namespace {
 QByteArray Line(const QString& text)
 {
     QString folded = text;
-    while (!folded.isEmpty() && folded.back().isSpace())
+    while (folded.endsWith(u'\n') || folded.endsWith(u'\r'))
         folded.chop(1);
     folded.replace(u'\r', u' ').replace(u'\n', u' ');
     return (CurrentDateTime().toString(u"yyyy-MM-ddThh:mm:ss.zzz"_s) + u' ' + folded).toUtf8();

@@ -8,8 +8,8 @@ class TLog final {
 public:
     explicit TLog(const QString& fileName);
 
-    /// Appends one line. A trailing line feed or blank of `text` is folded away, one inside it becomes a blank. Nothing
-    /// is written while output is switched off.
+    /// Appends one line. Line ends behind `text` are folded away, one inside it becomes a blank; blanks stay, they are
+    /// part of the text. Nothing is written while output is switched off.
     void Message(const QString& text);
 
     /// As Message(), also while output is switched off: for what the operator must see although the settings that would
@@ -25,7 +25,8 @@ public:
     /// written, else the same file name under $XDG_STATE_HOME/ravelin or ~/.local/state/ravelin.
     [[nodiscard]] static QString getDirPathDefault(const QString& baseName);
 
-    /// The setting "Log"; 0 means off. A value for the reader of this object: Enabled() is what switches.
+    /// The setting "Log"; 0 means off. Part of the given interface; the daemon sets it, and nothing reads it: Enabled()
+    /// is what switches.
     int Level = 0;
 
 private:

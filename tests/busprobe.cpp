@@ -14,6 +14,8 @@ void Answer(TServerPlugin& plugin, const QByteArray& name, const QByteArray& dat
 {
     if (name == "Wait_a_minute")
         Delay(60000);
+    if (name == "Set_name")
+        plugin.Connector->SetServerName(QString::fromUtf8(data));
     plugin.SetAction(name, data, {}, connection);
 }
 

@@ -1,6 +1,8 @@
 #include "files.h"
 #include "log.h"
 #include "ravelin.h"
+#include "terminal.h"
+#include "virtualtime.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -14,6 +16,19 @@ class tst_Ravelin : public QObject {
     Q_OBJECT
 
     QTemporaryDir directory;
+
+    [[nodiscard]] QString Path(const QString& name) const { return directory.filePath(name); }
+
+    /// What comes until the line has been silent for a while.
+    static QByteArray Heard(PseudoTerminal& line)
+    {
+        constexpr int SilenceMs = 50;
+        QByteArray bytes;
+        pollfd end{line.Descriptor(), POLLIN, 0};
+        while (::poll(&end, 1, SilenceMs) == 1)
+            bytes += line.Read();
+        return bytes;
+    }
 
 private slots:
     void init() { qputenv("XDG_STATE_HOME", directory.path().toUtf8()); }
@@ -63,6 +78,66 @@ private slots:
         QFile::remove(besideProgram);
         QCOMPARE(controller.LoadedSettings().PortKS, u"/dev/beside"_s);
         QVERIFY(pLog->Path() != directory.filePath(u"the.log"_s)); // the bus settings were not in that file
+    }
+
+    void logSetting_data()
+    {
+        QTest::addColumn<QByteArray>("keys");
+        QTest::addColumn<bool>("written");
+        QTest::addColumn<QString>("path");
+
+        const bool systemWide = QFileInfo(u"/var/log/ravelin"_s).isWritable();
+        const QString usual = systemWide ? u"/var/log/ravelin/tst_ravelin.log"_s : Path(u"ravelin/tst_ravelin.log"_s);
+        QTest::addRow("off when not named") << "LogName="_ba + Path(u"1.log"_s).toUtf8() << false << Path(u"1.log"_s);
+        QTest::addRow("0") << "Log=0\nLogName="_ba + Path(u"2.log"_s).toUtf8() << false << Path(u"2.log"_s);
+        QTest::addRow("-1") << "Log=-1\nLogName="_ba + Path(u"3.log"_s).toUtf8() << true << Path(u"3.log"_s);
+        QTest::addRow("the usual file") << "Log=1"_ba << true << usual;
+    }
+
+    void logSetting()
+    {
+        QFETCH(QByteArray, keys);
+        Ravelin controller;
+        controller.LoadSettings(Write(Path(u"a.ini"_s), "[Base]\n" + keys + '\n'));
+        QTEST(pLog->Path(), "path");
+        QTEST(Contents(pLog->Path()).contains("Warrning: No Connections \n"), "written");
+    }
+
+    void pluginOpensDatabase()
+    {
+        Ravelin controller;
+        controller.LoadSettings(Write(Path(u"a.ini"_s), "[Base]\nLog=1\nLogName=" + Path(u"db.log"_s).toUtf8() + '\n'));
+        QSettings good(
+            Write(Path(u"b.ini"_s), "[Base]\nBaseName=" + Path(u"a.db"_s).toUtf8() + '\n'), QSettings::IniFormat);
+        QSettings bad(Write(Path(u"c.ini"_s), "[Base]\nBDType=mysql\n"), QSettings::IniFormat);
+        QString name = u"x"_s;
+        QVERIFY(controller.openDataBaseBySettings(name, good, u"Base"_s, {}));
+        QVERIFY(!Contents(pLog->Path()).contains("Cannot open"));
+        QVERIFY(!controller.openDataBaseBySettings(name, bad, u"Base"_s, {}));
+        QVERIFY(Contents(pLog->Path()).endsWith(" Cannot open database x: unknown BDType \"mysql\"\n"));
+    }
+
+    void queryCounterWaits()
+    {
+        PseudoTerminal modem;
+        QString error;
+        QVERIFY2(modem.Open(Path(u"modem"_s), error), qPrintable(error));
+        static auto* const controller = new Ravelin; // as in the daemon, its parts live until the process ends
+        controller->LoadSettings(Write(Path(u"a.ini"_s),
+            "[Main]\nPortKS=" + Path(u"modem"_s).toUtf8() + "\n[Base]\nBaseName=" + Path(u"z.db"_s).toUtf8() + '\n'));
+        controller->Start();
+        static_cast<void>(Heard(modem));
+
+        QByteArrayList before;
+        VirtualTime::Reset(QDateTime(QDate(2014, 3, 4), QTime(8, 29, 30)));
+        VirtualTime::WhileWaiting([&] { before += Heard(modem); });
+        QByteArray name = "Query_counter"_ba;
+        QByteArray argument = "\0\0\0\4node"_ba;
+        controller->AdminCommand(name, argument, 0, nullptr);
+        QCOMPARE(VirtualTime::Delays(), QList<unsigned int>{20000});
+        QCOMPARE(before, QByteArrayList{"at+ucastb:03,node\r\xC0\x01\xC1"_ba});
+        QCOMPARE(Heard(modem), "at+ucastb:03,node\r\xC0\x02\xC1"_ba);
+        VirtualTime::WhileWaiting(nullptr);
     }
 
     void templateSettings()

@@ -98,7 +98,7 @@ class Process:
 
     def start_with_admin(self, name):
         """Starts it with an administrative server and nobody else; returns when its own server `name` listens."""
-        listener, listens = self.listen("admin"), f"Start server: {name} Ok!!!!"
+        listener, listens = self.listen("admin"), f"Start server: {name} Ok!!!! "
         earlier = self.log_texts().count(listens)
         self.start()
         admin = self.accept(listener)

@@ -4,14 +4,17 @@ import contextlib
 import os
 import pty
 import select
+import shutil
 import sqlite3
 import struct
+import subprocess
 import time
 import tty
 import unittest
 
+from rig import BUILD
 from rig import buspeer as bus
-from rig.process import Process, wait_for
+from rig.process import Process, wait_for, write_file
 
 SETTINGS = "[Base]\nAdminServerName=admin\nServerName=probe\nBaseName=%s\n[Main]\nPortKS=%s\nPortCounterKTP=%s\nRepeateQueryKTPNumber=0\n"
 UIN, NODE = b"000D6F0000000001", b"000D6F00001733EB"
@@ -49,6 +52,30 @@ class ModemLine:
         os.close(self.slave)
 
 
+class CommandLine(unittest.TestCase):
+    def test_questions(self):
+        with Process(settings=None) as home:
+            program = shutil.copy(os.path.join(BUILD, "ravelin"), os.path.join(home.directory, "twin"))
+            environment = dict(os.environ, XDG_STATE_HOME=home.directory)
+            for question, words in (("--version", ["ravelin 0.1.0\n"]),
+                                    ("--help", ["Usage: ravelin [-settings FILE]...\n", " /etc/ravelin/twin.ini,",
+                                                f" {program}.ini.\n"])):
+                done = subprocess.run([program, question], env=environment, capture_output=True, text=True, timeout=10)
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                for word in words:
+                    self.assertIn(word, done.stdout)
+            self.assertEqual(os.listdir(home.directory), ["twin"])
+
+    def test_settings_at_the_end(self):
+        """Without a file behind it, it stands for the usual files, which then count alone."""
+        with contextlib.closing(ModemLine()) as named, contextlib.closing(ModemLine()) as usual, Process() as home:
+            home.program = shutil.copy(os.path.join(BUILD, "ravelin"), os.path.join(home.directory, "twin"))
+            home.arguments = ["-settings", write_file(home.directory, "a.ini", f"[Main]\nPortKS={named.path}\n"), "-settings"]
+            write_file(home.directory, "twin.ini", f"[Main]\nPortKS={usual.path}\n")
+            home.start()
+            usual.expect(b"atz\r\n")
+
+
 class Administrator(unittest.TestCase):
     def setUp(self):
         self.modem, self.counter = ModemLine(), ModemLine()
@@ -65,11 +92,13 @@ class Administrator(unittest.TestCase):
         listener = self.home.listen("admin")
         self.home.start()
         self.modem.expect(b"atz\r\nati\r\n")
+        self.assertNotIn("Start Ok!", self.home.log_texts())
         self.modem.say(b"\r\nR123X\r\n" + UIN + b"\r\nOK\r\n")
         self.modem.expect(b"atz\r\nat+jn\r\nat+en\r\nat+sn\r\n")
         self.modem.expect(b"at+bcastb:13,00\r\xc0\x05" + UIN + b"\xc1")
         self.admin = self.home.accept(listener)
         self.admin.read_frame()
+        self.home.wait_for_log("Start Ok!")
 
     def expect_action(self, name, message, data, connection):
         self.assertEqual(self.admin.read_frame(), bus.action(name, message, data, connection))

@@ -1,6 +1,7 @@
 """The bus seen from the other end: bytes, order of coming up, ends, and peers that misbehave."""
 
 import os
+import select
 import shutil
 import signal
 import socket
@@ -8,11 +9,14 @@ import struct
 import subprocess
 import unittest
 
+from rig import BUILD
 from rig import buspeer as bus
 from rig.process import SANITIZED, Process, wait_for
 
 ALONE = "[Base]\nAdminServerName=admin\nServerName=probe\n"
 PEERS = ALONE + "Connections=first  second\n"
+ONE_PEER = ALONE + "Connections=first\n"
+NO_FIRST = "Connnection Out Error: first QLocalSocket::connectToServer: Invalid name"
 
 
 def said(word):
@@ -20,8 +24,13 @@ def said(word):
     return bus.action(word, b"", None, 0)
 
 
-def descriptors(process):
-    return len(os.listdir(f"/proc/{process.pid}/fd"))
+def renamed(name):
+    return bus.action(b"Set_name", name, None, 0)
+
+
+def descriptors(process, kind=""):
+    directory = f"/proc/{process.pid}/fd"
+    return sum(os.readlink(os.path.join(directory, number)).startswith(kind) for number in os.listdir(directory))
 
 
 def resident_kib(process):
@@ -115,9 +124,9 @@ class ComingUp(unittest.TestCase):
 
             for server in (home.listen("second"), admin_server):
                 self.assertEqual(home.accept(server).read_frame(), bus.identify(b"probe"))
-            home.wait_for_log("Start server: probe Ok!!!!")
+            home.wait_for_log("Start server: probe Ok!!!! ")
             up = [line.split(" ", 1) for line in home.log() if "New Out" in line or "Start server" in line]
-            self.assertEqual([text for _, text in up], ["New Out Connnection"] * 3 + ["Start server: probe Ok!!!!"])
+            self.assertEqual([text for _, text in up], ["New Out Connnection"] * 3 + ["Start server: probe Ok!!!! "])
             seconds = [60 * int(time[14:16]) + float(time[17:23]) for time, _ in up]
             self.assertAlmostEqual(seconds[2] - seconds[1], 5, delta=2)  # the tick after the last peer: the admin
             self.assertAlmostEqual(seconds[3] - seconds[2], 5, delta=2)  # and one later: the own server
@@ -127,7 +136,7 @@ class ComingUp(unittest.TestCase):
             home.wait_for_log("Connnection Disconnect: first")
             self.assertEqual(home.accept(first_server).read_frame(), bus.identify(b"probe"))
             home.connect("probe").send(bus.identify(b"late"))
-            home.wait_for_log("New In Connection")
+            home.wait_for_log("New In Connection ")
 
     def test_admin_comes_late_and_its_loss_ends(self):
         with Process(settings=ALONE) as home:
@@ -142,20 +151,90 @@ class ComingUp(unittest.TestCase):
             shutil.rmtree(own_name)
             with socket.socket(socket.AF_UNIX) as stale:
                 stale.bind(own_name)  # a file that nobody listens on any more
-            home.wait_for_log("Start server: probe Ok!!!!")
+            home.wait_for_log("Start server: probe Ok!!!! ")
             admin.close()
             self.assertEqual(home.wait(), 5)
             self.assertEqual(home.log_texts()[-1], "Admin connection is closed. Stopping application.")
 
-    def test_no_name_no_bus(self):
-        with Process(settings="[Base]\n") as home:
+    def test_busy_peer_is_waited_for(self):
+        with Process("busprobe", PEERS) as home:
+            busy, second = home.listen("first"), home.listen("second")
+            busy.socket.listen(0)
+            home.connect("first")  # nobody else has room
             home.start()
-            home.wait_for_log("Start Ok!")
-            self.assertEqual(home.log_texts()[:3], ["Error load settings AdminServerName: NoName",
-                                                    "Error load settings ServerName: NoName",
-                                                    "Warrning: No Connections"])
-            home.signal(signal.SIGINT)
-            self.assertEqual(home.wait(), 0)
+            wait_for(lambda: descriptors(home.process, "socket") == 1, "it connects")
+            self.assertEqual(select.select([second.socket], [], [], 0)[0], [])
+            home.accept(busy)
+            for listener in (busy, second):
+                self.assertEqual(home.accept(listener).read_frame(), bus.identify(b"probe"))
+
+    def test_own_name_is_taken(self):
+        """It is tried again whoever is there meanwhile. A new name waits for the peers once more."""
+        taken = "Start Error: QLocalServer::listen: Address in use"
+        with Process("busprobe", ONE_PEER) as home:
+            def first_goes_down():
+                first.close()
+                listener.close()
+                os.unlink(os.path.join(home.directory, "first"))
+                downs = home.log_texts().count(NO_FIRST)
+                home.wait_for_log(NO_FIRST, downs + 2)  # two ticks without it
+
+            names = [os.path.join(home.directory, name) for name in ("probe", "later")]
+            for name in names:
+                os.makedirs(os.path.join(name, "kept"))
+            admin_server, listener = home.listen("admin"), home.listen("first")
+            home.start()
+            first, admin = home.accept(listener), home.accept(admin_server)
+            home.wait_for_log(taken)
+            first_goes_down()
+            admin.send(bus.command(b"Set_name", b"later"))
+            self.assertEqual([admin.read_frame(), admin.read_frame()], [bus.identify(b"probe"), renamed(b"later")])
+            failures = home.log_texts().count(taken)
+            home.wait_for_log(NO_FIRST, home.log_texts().count(NO_FIRST) + 2)
+            self.assertEqual(home.log_texts().count(taken), failures)
+
+            listener = home.listen("first")
+            first = home.accept(listener)
+            self.assertEqual(first.read_frame(), bus.identify(b"later"))
+            home.wait_for_log(taken, failures + 1)
+            first_goes_down()
+            shutil.rmtree(names[1])
+            home.wait_for_log("Start server: later Ok!!!! ")
+
+    def test_administrators_name(self):
+        with Process("busprobe", "[Base]\nServerName=probe\n") as home:
+            listener = home.listen("No_AdminServer_name")
+            home.start()
+            self.assertEqual(home.accept(listener).read_frame(), bus.identify(b"probe"))
+        with Process("busprobe", "[Base]\nAdminServerName=\nServerName=probe\n") as home:  # there is none to wait for
+            home.start()
+            home.wait_for_log("Start server: probe Ok!!!! ")
+
+    def test_peer_that_it_connects_to(self):
+        with Process("busprobe", ONE_PEER) as home:
+            listener = home.listen("first")
+            admin, first = home.start_with_admin("probe"), home.accept(listener)
+            sent = [bus.data(4, b"by name"), bus.data(5, b"to all out"), bus.data(6, b"to all")]
+            first.send(bus.command(b"Watch_Arrow_On") + b"".join(sent))
+            self.assertEqual([first.read_frame() for _ in range(4)], [bus.identify(b"probe"), *sent])
+            self.assertEqual([admin.read_frame(), admin.read_frame()],
+                             [bus.identify(b"probe"), bus.action(b"Watch_Arrow", b"4", b"by name", -1)])
+
+    def test_no_name_no_bus(self):
+        rows = [(None, ["Error load settings AdminServerName: NoName ", "Error load settings ServerName: NoName ",
+                        "Warrning: No Connections "], "Start Ok!"),
+                (os.path.join(BUILD, "translations", "Ravelin.qm"),
+                 ["Ошибка загрузки настроек AdminServerName: NoName ", "Ошибка загрузки настроек ServerName: NoName ",
+                  "Предупреждение: нет соединений "], "Запуск выполнен!")]
+        for catalogue, first, last in rows:
+            with self.subTest(catalogue=catalogue), Process(settings="[Base]\n") as home:
+                if catalogue:
+                    shutil.copy(catalogue, home.directory)
+                home.start()
+                home.wait_for_log(last)
+                self.assertEqual(home.log_texts()[:3], first)
+                home.signal(signal.SIGINT)
+                self.assertEqual(home.wait(), 0)
 
 
 class Ending(unittest.TestCase):

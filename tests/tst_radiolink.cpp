@@ -1,11 +1,13 @@
 #include "clock.h"
 #include "files.h"
 #include "log.h"
+#include "portlock.h"
 #include "terminal.h"
 #include "virtualtime.h"
 #include "zigbee.h"
 
 #include <QAbstractEventDispatcher>
+#include <QLockFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -243,6 +245,32 @@ private slots:
         SayTo(*line, "\r\n");
         modem->timer_event();
         QCOMPARE(LogTexts(), texts + QStringList{u"The modem port PORT works again"_s});
+    }
+
+    void lockFileInTheWay()
+    {
+        const QString file = PortLock::FileOf(Port());
+        QLockFile other(file);
+        QVERIFY(other.tryLock());
+        Begin();
+        const QString reason =
+            u"locked by process %1, lock file %2"_s.arg(QCoreApplication::applicationPid()).arg(file);
+        QCOMPARE(LogTexts(), QStringList{u"Cannot open the modem port PORT: "_s + reason});
+        other.unlock();
+        modem->timer_event();
+        QVERIFY(QFile::exists(file));
+        modem.reset();
+        QVERIFY(!PortLock::Find(Port()));
+
+        const auto found = [&](const QByteArray& contents) {
+            Write(file, contents);
+            return PortLock::Find(Port())->Text();
+        };
+        QCOMPARE(found("         1\n"), u"locked by process 1, lock file "_s + file); // as other programs write it
+        QCOMPARE(found("9999999\nx\n"), u"locked by process 9999999, which has ended, lock file "_s + file);
+        QCOMPARE(found(""), u"locked, lock file "_s + file);
+        QFile::remove(file);
+        QVERIFY(PortLock::FileOf(u"/dev/serial/x"_s).endsWith("lock/LCK..serial_x"_L1));
     }
 
     // What is kept for it are whole frames, the first ones.

@@ -28,6 +28,7 @@ public:
 
 private:
     void Open();
+    [[nodiscard]] QString WhyNotOpen() const;
     void OnError(QSerialPort::SerialPortError error);
     void CloseBroken();
     void Report(const QString& text, const QString& reason);

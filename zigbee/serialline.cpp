@@ -62,7 +62,7 @@ void SerialLine::Write(const QByteArray& bytes)
     CloseBroken();
     if (!port.isOpen())
         return;
-    const bool full = port.bytesToWrite() + bytes.size() > WriteBufferSize;
+    const bool full = port.bytesToWrite() >= MostWaiting;
     if (full && !wasFull)
         Log(tr("The modem port %1 takes no more data, %2 bytes dropped").arg(name).arg(bytes.size()));
     wasFull = full;

@@ -19,12 +19,13 @@ public:
     /// for the next read. What nobody reads is kept up to 1 MiB, then by the system.
     [[nodiscard]] QByteArray Read(qint64 maxSize = ReadBufferSize);
 
-    /// Hands `bytes` to the system, which takes them at once or as the line drains. Up to 64 KiB wait for that (34
-    /// seconds of this line); a write beyond is dropped whole, and the log says so once.
+    /// Hands `bytes` to the system, which takes them at once or as the line drains. While 64 KiB or more wait for that
+    /// (34 seconds of this line) a write is dropped whole, and the log says so once; otherwise it is kept whole,
+    /// however long it is.
     void Write(const QByteArray& bytes);
 
     static constexpr qint64 ReadBufferSize = 1048576;
-    static constexpr qint64 WriteBufferSize = 65536;
+    static constexpr qint64 MostWaiting = 65536;
 
 private:
     void Open();

@@ -205,6 +205,18 @@ private slots:
                 "error 26", "raw 44", "new 0000000000000000 none", "new 000D6F00001733EB FFD:"}));
     }
 
+    void pollTimer()
+    {
+        Begin();
+        const auto timers = modem->findChildren<QTimer*>();
+        QCOMPARE(timers.size(), 1);
+        QVERIFY(timers.first()->isActive());
+        QCOMPARE(timers.first()->interval(), 500);
+        SayTo(*line, "FFD:000D6F0000001000\r\n");
+        QVERIFY(QMetaObject::invokeMethod(timers.first(), "timeout"));
+        QCOMPARE(Table(), (Lines{" Main Device", "000D6F0000001000 FFD:"}));
+    }
+
     // A receiver may let the event loop run, and the poll timer with it.
     void pollInsidePoll()
     {

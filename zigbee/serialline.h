@@ -16,7 +16,8 @@ public:
     explicit SerialLine(const QString& portName, QObject* parent = nullptr);
 
     /// What has come since the last read, also while the thread was blocked; at most `maxSize` bytes, the rest stays
-    /// for the next read. What nobody reads is kept up to 1 MiB, then by the system.
+    /// for the next read. While the thread is blocked the system keeps what comes, as much as its buffer holds (20 KiB
+    /// on a pseudo-terminal, ten seconds of a busy line); the event loop takes it over, up to 1 MiB.
     [[nodiscard]] QByteArray Read(qint64 maxSize = ReadBufferSize);
 
     /// Hands `bytes` to the system, which takes them at once or as the line drains. While 64 KiB or more wait for that

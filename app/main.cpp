@@ -76,7 +76,8 @@ int main(int argc, char* argv[])
     controller->Start();
     Log(QCoreApplication::translate("main", "Start Ok!"));
 
-    if (const std::optional<int> code = Ending::Requested())
-        return *code;
-    return QCoreApplication::exec();
+    const std::optional<int> early = Ending::Requested();
+    const int code = early ? *early : QCoreApplication::exec();
+    Ending::Close();
+    return code;
 }

@@ -35,7 +35,7 @@ TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* own
     pollTimer->start(CollectorTiming::TickMs);
     alarmTimer->start(AlarmEveryMs);
 
-    Ending::BeforeLeaving(MainBase::Close);
+    Ending::BeforeLeaving(this, MainBase::Close);
     lastError = MainBase::Open(vars);
     if (lastError.isValid()) {
         const QString message = lastError.text() + " (alias name) "_L1;

@@ -30,6 +30,8 @@ UCAST_to_UCAST_Delay=600
 RepeatQueryNumber=1
 RepeateQueryKTPNumber=2
 """
+WITHOUT_READING = {SILENT: "expected: silent by the play", SPOILED: "expected: checksum spoiled by the play",
+                   DEAF: "may be: half of the sends to it fail by the play"}
 STATUS = {0: "read", 1: "answer not decodable", 2: "node heard, no reading", 3: "not delivered", 255: "nothing heard"}
 ROWS = "SELECT global_id, status, pwr, pwr1, pwr2, pwr3, pwr4 FROM Main_Data WHERE date_r = '{}' and time_r = '{}'"
 BEGUN = time.monotonic()
@@ -80,13 +82,22 @@ class Progress:
                         say(*match.groups())
 
 
+def remark(meter, status):
+    """Why a meter has no reading."""
+    if int(status) == 0:
+        return ""
+    if meter["Model"] == "CE102":
+        return "expected: a CE102 is not stored by default"
+    return WITHOUT_READING.get(meter["UIN"], "NOT EXPECTED")
+
+
 def show_table(rows, meters):
     print(f"\n{'meter':>6}  {'model':6} {'UIN':17} {'status':24} {'total':>10} " +
-          " ".join(f"{'tariff ' + str(i):>10}" for i in range(1, 5)))
+          " ".join(f"{'tariff ' + str(i):>10}" for i in range(1, 5)) + "  without a reading")
     for global_id, status, *energies in sorted(rows):
         meter = meters[int(global_id)]
         print(f"{int(global_id):6}  {meter['Model']:6} {meter['UIN']:17} {STATUS[int(status)]:24} " +
-              " ".join(f"{float(energy):10.6g}" for energy in energies))
+              " ".join(f"{float(energy):10.6g}" for energy in energies) + f"  {remark(meter, status)}".rstrip())
 
 
 def strangers(rows, meters, report):

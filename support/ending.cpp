@@ -21,9 +21,14 @@ struct Watch {
     std::function<void()> look;
 };
 
+struct Closer {
+    QPointer<const QObject> owner;
+    std::function<void()> close;
+};
+
 std::optional<int> requestedCode;
 QList<Watch> watches;
-QList<std::function<void()>> closers;
+QList<Closer> closers;
 
 volatile std::sig_atomic_t signalReceived = 0;
 int signalPipe[2] = {-1, -1};
@@ -96,9 +101,19 @@ void Ending::WatchWhileWaiting(const QObject* owner, std::function<void()> look)
     watches.prepend({owner, std::move(look)});
 }
 
-void Ending::BeforeLeaving(std::function<void()> close)
+void Ending::BeforeLeaving(const QObject* owner, std::function<void()> close)
 {
-    closers.append(std::move(close));
+    closers.removeIf([](const Closer& closer) { return !closer.owner; });
+    closers.append({owner, std::move(close)});
+}
+
+void Ending::Close()
+{
+    while (!closers.isEmpty()) {
+        const Closer closer = closers.takeLast();
+        if (closer.owner)
+            closer.close();
+    }
 }
 
 void Ending::LeaveIfRequested()
@@ -106,7 +121,6 @@ void Ending::LeaveIfRequested()
     LookAround();
     if (!requestedCode)
         return;
-    while (!closers.isEmpty())
-        closers.takeLast()();
+    Close();
     std::exit(*requestedCode);
 }

@@ -26,9 +26,13 @@ void InstallSignalHandlers();
 /// first.
 void WatchWhileWaiting(const QObject* owner, std::function<void()> look);
 
-/// Called once, last in, first out, before the process leaves from inside a wait: the place to close what must be
-/// closed.
-void BeforeLeaving(std::function<void()> close);
+/// `close` is called once before the process ends, from inside a wait or from main(), if `owner` still lives: the place
+/// to close what must be closed. Who came last closes first.
+void BeforeLeaving(const QObject* owner, std::function<void()> close);
+
+/// Closes what is registered. For the end of main(), which leaves its objects undestroyed; also called by
+/// LeaveIfRequested().
+void Close();
 
 /// For waits alone. Looks for a reason to end; if there is one, closes what is registered and leaves the process at
 /// once with the requested exit code. Returns when there is none.

@@ -1,11 +1,13 @@
 #include "clock.h"
 #include "files.h"
 #include "log.h"
+#include "portlock.h"
 #include "terminal.h"
 #include "virtualtime.h"
 #include "zigbee.h"
 
 #include <QAbstractEventDispatcher>
+#include <QLockFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -76,6 +78,17 @@ class tst_RadioLink : public QObject {
         pollfd end{line->Descriptor(), POLLIN, 0};
         while (bytes.size() < size && ::poll(&end, 1, patienceMs) == 1)
             bytes += line->Read();
+        return bytes;
+    }
+
+    /// What the driver has written and writes as the line drains.
+    [[nodiscard]] QByteArray Drained()
+    {
+        QByteArray bytes;
+        for (qsizetype before = -1; before != bytes.size(); QCoreApplication::processEvents()) {
+            before = bytes.size();
+            bytes += Heard(1, SilenceMs);
+        }
         return bytes;
     }
 
@@ -192,6 +205,18 @@ private slots:
                 "error 26", "raw 44", "new 0000000000000000 none", "new 000D6F00001733EB FFD:"}));
     }
 
+    void pollTimer()
+    {
+        Begin();
+        const auto timers = modem->findChildren<QTimer*>();
+        QCOMPARE(timers.size(), 1);
+        QVERIFY(timers.first()->isActive());
+        QCOMPARE(timers.first()->interval(), 500);
+        SayTo(*line, "FFD:000D6F0000001000\r\n");
+        QVERIFY(QMetaObject::invokeMethod(timers.first(), "timeout"));
+        QCOMPARE(Table(), (Lines{" Main Device", "000D6F0000001000 FFD:"}));
+    }
+
     // A receiver may let the event loop run, and the poll timer with it.
     void pollInsidePoll()
     {
@@ -245,6 +270,32 @@ private slots:
         QCOMPARE(LogTexts(), texts + QStringList{u"The modem port PORT works again"_s});
     }
 
+    void lockFileInTheWay()
+    {
+        const QString file = PortLock::FileOf(Port());
+        QLockFile other(file);
+        QVERIFY(other.tryLock());
+        Begin();
+        const QString reason =
+            u"locked by process %1, lock file %2"_s.arg(QCoreApplication::applicationPid()).arg(file);
+        QCOMPARE(LogTexts(), QStringList{u"Cannot open the modem port PORT: "_s + reason});
+        other.unlock();
+        modem->timer_event();
+        QVERIFY(QFile::exists(file));
+        modem.reset();
+        QVERIFY(!PortLock::Find(Port()));
+
+        const auto found = [&](const QByteArray& contents) {
+            Write(file, contents);
+            return PortLock::Find(Port())->Text();
+        };
+        QCOMPARE(found("         1\n"), u"locked by process 1, lock file "_s + file); // as other programs write it
+        QCOMPARE(found("9999999\nx\n"), u"locked by process 9999999, which has ended, lock file "_s + file);
+        QCOMPARE(found(""), u"locked, lock file "_s + file);
+        QFile::remove(file);
+        QVERIFY(PortLock::FileOf(u"/dev/serial/x"_s).endsWith("lock/LCK..serial_x"_L1));
+    }
+
     // What is kept for it are whole frames, the first ones.
     void nobodyDrains()
     {
@@ -258,15 +309,19 @@ private slots:
         QVERIFY(!told.isEmpty() && told.size() < 10);
         QCOMPARE(told.count(u"The modem port PORT takes no more data, 1000 bytes dropped"_s), told.size());
 
-        QByteArray drained;
-        for (qsizetype before = -1; before != drained.size(); QCoreApplication::processEvents()) {
-            before = drained.size();
-            drained += Heard(1, SilenceMs);
-        }
+        const QByteArray drained = Drained();
         QVERIFY(drained.size() >= 65'007 && drained.size() < 150'000 && drained.size() % 1000 == 7);
         QVERIFY(drained.startsWith("at+sn\r\nAAA"));
         for (qsizetype i = 7; i < drained.size(); i += 1000)
             QCOMPARE(drained.mid(i, 1000), QByteArray(1000, drained.at(i))); // whole or not at all
+
+        // The bound is for what waits already, not for what comes to it.
+        for (const auto& [size, byte] : {std::pair(200'000, 'a'), std::pair(1, 'b')})
+            modem->WriteToPort(QByteArray(size, byte));
+        QVERIFY(Drained() == QByteArray(200'000, 'a'));
+        for (const auto& [size, byte] : {std::pair(60'000, 'a'), std::pair(200'000, 'b')})
+            modem->WriteToPort(QByteArray(size, byte));
+        QVERIFY(Drained() == QByteArray(60'000, 'a') + QByteArray(200'000, 'b'));
     }
 };
 

@@ -28,6 +28,21 @@
     </message>
 </context>
 <context>
+    <name>PortLock</name>
+    <message>
+        <source>locked, lock file %1</source>
+        <translation>занят, файл блокировки %1</translation>
+    </message>
+    <message>
+        <source>locked by process %1, lock file %2</source>
+        <translation>занят процессом %1, файл блокировки %2</translation>
+    </message>
+    <message>
+        <source>locked by process %1, which has ended, lock file %2</source>
+        <translation>занят процессом %1, который уже завершился, файл блокировки %2</translation>
+    </message>
+</context>
+<context>
     <name>Ravelin</name>
     <message>
         <source>QuitSignal received. Stopping application.</source>

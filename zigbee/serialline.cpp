@@ -1,6 +1,9 @@
 #include "serialline.h"
 
+#include "closesent.h"
+#include "ending.h"
 #include "log.h"
+#include "portlock.h"
 
 #include <cerrno>
 
@@ -17,13 +20,23 @@ SerialLine::SerialLine(const QString& portName, QObject* parent) : QObject(paren
     port.setReadBufferSize(ReadBufferSize);
     connect(&port, &QSerialPort::errorOccurred, this, &SerialLine::OnError);
     connect(&port, &QSerialPort::errorOccurred, this, &SerialLine::CloseBroken, Qt::QueuedConnection);
+    // A port that is not closed leaves its lock file behind.
+    Ending::BeforeLeaving(this, [this] { CloseSent(port); });
     Open();
 }
 
 void SerialLine::Open()
 {
     if (!port.open(QIODevice::ReadWrite))
-        Report(tr("Cannot open the modem port %1: %2"), port.errorString());
+        Report(tr("Cannot open the modem port %1: %2"), WhyNotOpen());
+}
+
+// The library says no more than that there is a lock. A lock file that is there now is another's: an attempt that fails
+// for another reason has removed its own.
+QString SerialLine::WhyNotOpen() const
+{
+    const std::optional<PortLock> lock = PortLock::Find(name);
+    return lock ? lock->Text() : port.errorString();
 }
 
 QByteArray SerialLine::Read(qint64 maxSize)
@@ -49,7 +62,7 @@ void SerialLine::Write(const QByteArray& bytes)
     CloseBroken();
     if (!port.isOpen())
         return;
-    const bool full = port.bytesToWrite() + bytes.size() > WriteBufferSize;
+    const bool full = port.bytesToWrite() >= MostWaiting;
     if (full && !wasFull)
         Log(tr("The modem port %1 takes no more data, %2 bytes dropped").arg(name).arg(bytes.size()));
     wasFull = full;

@@ -16,18 +16,21 @@ public:
     explicit SerialLine(const QString& portName, QObject* parent = nullptr);
 
     /// What has come since the last read, also while the thread was blocked; at most `maxSize` bytes, the rest stays
-    /// for the next read. What nobody reads is kept up to 1 MiB, then by the system.
+    /// for the next read. While the thread is blocked the system keeps what comes, as much as its buffer holds (20 KiB
+    /// on a pseudo-terminal, ten seconds of a busy line); the event loop takes it over, up to 1 MiB.
     [[nodiscard]] QByteArray Read(qint64 maxSize = ReadBufferSize);
 
-    /// Hands `bytes` to the system, which takes them at once or as the line drains. Up to 64 KiB wait for that (34
-    /// seconds of this line); a write beyond is dropped whole, and the log says so once.
+    /// Hands `bytes` to the system, which takes them at once or as the line drains. While 64 KiB or more wait for that
+    /// (34 seconds of this line) a write is dropped whole, and the log says so once; otherwise it is kept whole,
+    /// however long it is.
     void Write(const QByteArray& bytes);
 
     static constexpr qint64 ReadBufferSize = 1048576;
-    static constexpr qint64 WriteBufferSize = 65536;
+    static constexpr qint64 MostWaiting = 65536;
 
 private:
     void Open();
+    [[nodiscard]] QString WhyNotOpen() const;
     void OnError(QSerialPort::SerialPortError error);
     void CloseBroken();
     void Report(const QString& text, const QString& reason);

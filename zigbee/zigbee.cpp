@@ -25,11 +25,11 @@ QString AnswerText(const QByteArray& answer)
 ZigBee::ZigBee(QObject* parent, const QString& portName, bool option)
     : QObject(parent),
       Port(std::make_unique<SerialLine>(portName)),
-      Timer(std::make_unique<QTimer>()),
       Option(option)
 {
     Init();
-    connect(Timer.get(), &QTimer::timeout, this, &ZigBee::timer_event);
+    Timer = new QTimer(this);
+    connect(Timer, &QTimer::timeout, this, &ZigBee::timer_event);
     Timer->start(500);
 }
 

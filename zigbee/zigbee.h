@@ -79,7 +79,10 @@ private:
 
     std::unique_ptr<SerialLine> Port;
     std::unique_ptr<ZDevice> ZDevices;
-    std::unique_ptr<QTimer> Timer;
+    QTimer* Timer = nullptr; // of the polls; null during the first Init()
+    // Part of the given interface; the driver does not look at them.
+    QString Text;
     [[maybe_unused]] bool Ready = true;
     [[maybe_unused]] const bool Option;
+    QByteArray Pending;
 };

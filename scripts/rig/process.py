@@ -128,8 +128,14 @@ class Process:
         self.process.send_signal(number)
 
     def wait(self, timeout=20.0):
-        """The exit code."""
-        return self.process.wait(timeout)
+        """The exit code. Whoever was not killed has left no serial line locked: another user could not open it."""
+        code = self.process.wait(timeout)
+        assert code < 0 or not self.port_locks(), f"it ended with {code} and left {self.port_locks()}"
+        return code
+
+    def port_locks(self):
+        """The lock files of the serial lines in its directory."""
+        return glob.glob(f"/run/lock/LCK..{glob.escape(self.directory.replace('/', '_'))}_*")
 
     def __enter__(self):
         return self
@@ -146,7 +152,11 @@ class Process:
         said = self.last_words() if code else ""
         self.peers.close()
         self.home.cleanup()
+        locks = self.port_locks()
+        for lock in locks:
+            os.unlink(lock)
         assert code == 0 or kind, f"exit code {code}: {said}"
+        assert not locks or kind or self.process.returncode < 0, f"left {locks}"
 
     def last_words(self):
         """The end of its debug output, where a sanitizer tells what it found."""

@@ -1,4 +1,4 @@
-# What every target of the house has in common.
+# What all targets have in common.
 
 add_library(ravelin_rules INTERFACE)
 target_compile_options(ravelin_rules INTERFACE -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Werror)
@@ -11,9 +11,9 @@ if(RAVELIN_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# ravelin_floor(NAME SOURCES ... LINKS ...): the static library of the current folder. It exports its own folder alone, so
+# ravelin_library(NAME SOURCES ... LINKS ...): the static library of the current folder. It exports its own folder alone, so
 # an include of a folder that LINKS does not name is not found.
-function(ravelin_floor name)
+function(ravelin_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
     add_library(${name} STATIC ${arg_SOURCES})
     target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})

@@ -1,5 +1,5 @@
 """Days of the default schedule and delays in fast motion: the real daemon, 20 nodes with all that goes wrong in the air, an
-administrator and three peers, two of which come and go. Everything stored and sent is held against what the meters gave."""
+administrator and three peers, two of which come and go. Everything stored and sent is checked against what the meters gave."""
 
 import argparse
 import contextlib

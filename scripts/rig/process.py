@@ -1,4 +1,4 @@
-"""A real program of the house in a directory of its own: its bus, its log and its settings lie there."""
+"""A real program in a directory of its own: its bus, its log and its settings lie there."""
 
 import contextlib
 import glob

@@ -1,7 +1,9 @@
+#include "connector.h"
 #include "defaultpaths.h"
 #include "ending.h"
 #include "heap.h"
 #include "log.h"
+#include "necessity.h"
 #include "ravelin.h"
 #include "version.h"
 
@@ -53,6 +55,9 @@ void LoadAllSettings(Ravelin& controller, const QStringList& arguments)
     }
     if (!fileSeen)
         controller.LoadSettings({});
+    if (controller.Connector->GetServerName().isEmpty())
+        Necessity().Fails(QCoreApplication::translate(
+            "main", "The setting ServerName is missing: there is no bus, and no administrative server is connected"));
 }
 
 } // namespace

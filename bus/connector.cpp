@@ -39,6 +39,21 @@ void Disconnect(QLocalSocket& socket)
         socket.waitForDisconnected(LongestWaitMs);
 }
 
+/// Why a connection did not come about, in words for the operator.
+QString Obstacle(QLocalSocket::LocalSocketError error, const QString& otherwise)
+{
+    switch (error) {
+    case QLocalSocket::ServerNotFoundError:
+        return TConnector::tr("there is no such socket");
+    case QLocalSocket::ConnectionRefusedError:
+        return TConnector::tr("nobody listens");
+    case QLocalSocket::SocketAccessError:
+        return TConnector::tr("no permission to connect");
+    default:
+        return otherwise;
+    }
+}
+
 void Connect(TMyLocalSocket& socket, const QByteArray& identify)
 {
     socket.connectToServer(QString::fromUtf8(socket.Name), QIODevice::ReadWrite);
@@ -125,8 +140,10 @@ void TConnector::timerEvent(QTimerEvent* event)
     const QByteArray identify = BusFrame::Encode(BusFrame::Identify{ServerName.toUtf8()});
 
     // The own server shows peers that this process is ready: at first it waits until all connections stood for a tick.
-    if (!OutConnectionsStood(identify) && ServerNotStarted)
+    if (!OutConnectionsStood(identify) && ServerNotStarted) {
+        TellWhoIsWaitedFor();
         return;
+    }
     if (ReconnectAdmin(identify) && ServerNotStarted)
         return;
     StartServer();
@@ -154,8 +171,25 @@ bool TConnector::ReconnectAdmin(const QByteArray& identify)
     if (AdminConnection->state() == QLocalSocket::ConnectedState || AdminConnection->Name.isEmpty())
         return false;
     Disconnect(*AdminConnection);
+    adminObstacle = tr("it takes no connection");
     Connect(*AdminConnection, identify);
+    const QString name = QString::fromUtf8(AdminConnection->Name);
+    if (AdminConnection->state() == QLocalSocket::ConnectedState)
+        administrator.Works(tr("The administrative server %1 is connected").arg(name));
+    else
+        administrator.Fails(tr("The administrative server %1 cannot be reached: %2").arg(name, adminObstacle));
     return true;
+}
+
+void TConnector::TellWhoIsWaitedFor()
+{
+    QStringList missing;
+    for (const TMyLocalSocket* const socket : std::as_const(OutConnections))
+        if (socket->state() != QLocalSocket::ConnectedState)
+            missing.append(QString::fromUtf8(socket->Name));
+    if (!missing.isEmpty())
+        administrator.Fails(
+            tr("The administrative server has to wait until these peers are connected: %1").arg(missing.join(u' ')));
 }
 
 void TConnector::StartServer()
@@ -195,8 +229,9 @@ void TConnector::connectionInError(QLocalSocket::LocalSocketError)
     Log(tr("Connection In Error: %0\n").arg(QString::fromUtf8(socket->Name)));
 }
 
-void TConnector::connectionAdminError(QLocalSocket::LocalSocketError)
+void TConnector::connectionAdminError(QLocalSocket::LocalSocketError error)
 {
+    adminObstacle = Obstacle(error, AdminConnection->errorString());
     emit ConnectionLost();
     AdminConnection->abort();
 }

@@ -2,6 +2,7 @@
 
 #include "frame.h"
 #include "localsocket.h"
+#include "necessity.h"
 
 #include <QBasicTimer>
 #include <QList>
@@ -21,7 +22,6 @@ public:
 
     /// This process's own bus name. Starts the timer: without this call nothing is ever connected.
     void SetServerName(const QString& name);
-    /// Part of the given interface; the daemon does not call it.
     [[nodiscard]] QString GetServerName() const { return ServerName; }
 
     /// A peer to stay connected with; a name that is there already changes nothing.
@@ -71,6 +71,7 @@ private:
     // --- the reconnect tick
     [[nodiscard]] bool OutConnectionsStood(const QByteArray& identify);
     [[nodiscard]] bool ReconnectAdmin(const QByteArray& identify);
+    void TellWhoIsWaitedFor();
     void StartServer();
     void LookForLostAdmin();
 
@@ -90,4 +91,6 @@ private:
     QList<TMyLocalSocket*> InConnections;
     QList<TMyLocalSocket*> OutConnections;
     QBasicTimer reconnectTimer;
+    Necessity administrator;
+    QString adminObstacle; // why the last connection to the administrator did not come about
 };

@@ -2,6 +2,7 @@
 #include "database.h"
 #include "files.h"
 #include "log.h"
+#include "necessity.h"
 #include "settingsfile.h"
 #include "virtualtime.h"
 
@@ -10,7 +11,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cstdio>
 #include <memory>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -58,6 +62,24 @@ private slots:
         AppendFile full(u"/dev/full"_s);
         QVERIFY(!full.WriteLine("x"_ba));
         QCOMPARE(full.ErrorString(), u"No space left on device"_s);
+    }
+
+    void necessity()
+    {
+        const QByteArray path = Path(u"stderr"_s).toUtf8();
+        const int kept = ::dup(STDERR_FILENO);
+        QVERIFY(std::freopen(path.constData(), "w", stderr));
+        Necessity port;
+        port.Works(u"never failed"_s);
+        for (const char* const reason : {"gone", "busy", "gone"})
+            port.Fails(QString::fromUtf8(reason));
+        port.Works(u"works"_s);
+        port.Works(u"still works"_s);
+        port.Fails(u"gone"_s);
+        std::fflush(stderr);
+        ::dup2(kept, STDERR_FILENO);
+        ::close(kept);
+        QCOMPARE(Contents(QString::fromUtf8(path)), "gone\nbusy\nworks\ngone\n"_ba);
     }
 
     void settings_data()

@@ -264,6 +264,34 @@
         <translation>Соединение разорвано: %0
 </translation>
     </message>
+    <message>
+        <source>there is no such socket</source>
+        <translation>такого сокета нет</translation>
+    </message>
+    <message>
+        <source>nobody listens</source>
+        <translation>никто не слушает</translation>
+    </message>
+    <message>
+        <source>no permission to connect</source>
+        <translation>нет прав на подключение</translation>
+    </message>
+    <message>
+        <source>it takes no connection</source>
+        <translation>он не принимает подключение</translation>
+    </message>
+    <message>
+        <source>The administrative server %1 is connected</source>
+        <translation>Административный сервер %1 подключён</translation>
+    </message>
+    <message>
+        <source>The administrative server %1 cannot be reached: %2</source>
+        <translation>Административный сервер %1 недоступен: %2</translation>
+    </message>
+    <message>
+        <source>The administrative server has to wait until these peers are connected: %1</source>
+        <translation>Административный сервер ждёт, пока не подключатся серверы: %1</translation>
+    </message>
 </context>
 <context>
     <name>TMyLocalSocket</name>
@@ -300,6 +328,10 @@
     <message>
         <source>Start Ok!</source>
         <translation>Запуск выполнен!</translation>
+    </message>
+    <message>
+        <source>The setting ServerName is missing: there is no bus, and no administrative server is connected</source>
+        <translation>Не задана настройка ServerName: шины нет, административный сервер не подключается</translation>
     </message>
 </context>
 <context>

@@ -220,6 +220,21 @@ class ComingUp(unittest.TestCase):
             self.assertEqual([admin.read_frame(), admin.read_frame()],
                              [bus.identify(b"probe"), bus.action(b"Watch_Arrow", b"4", b"by name", -1)])
 
+    def test_told_on_stderr(self):
+        """Whatever the log does, once per reason."""
+        with Process("busprobe", ONE_PEER + "Log=0\n") as home:
+            home.start()
+            said_so_far = ["The administrative server has to wait until these peers are connected: first"]
+            wait_for(lambda: home.stderr().splitlines() == said_so_far, "waits for the peer")
+            listener = home.listen("first")
+            said_so_far += ["The administrative server admin cannot be reached: there is no such socket"]
+            wait_for(lambda: home.stderr().splitlines() == said_so_far, "no administrator")
+            home.accept(listener)
+            home.listen("admin")
+            said_so_far += ["The administrative server admin is connected"]
+            wait_for(lambda: home.stderr().splitlines() == said_so_far, "administrator")
+            self.assertEqual(home.log(), [])
+
     def test_no_name_no_bus(self):
         rows = [(None, ["Error load settings AdminServerName: NoName ", "Error load settings ServerName: NoName ",
                         "Warrning: No Connections "], "Start Ok!"),

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QSet>
+#include <QString>
+
+/// One thing that the daemon cannot work without: its modem, its database, its administrator. What is wrong with it is
+/// told on stderr, the journal of a service, whatever the setting "Log" says; what goes to the log is the caller's
+/// business.
+class Necessity final {
+public:
+    /// It does not work. `text`, a sentence for the operator, names the thing and the reason: the same one is told
+    /// once, until Works().
+    void Fails(const QString& text);
+
+    /// It works. Tells `text`, unless no failure had been told.
+    void Works(const QString& text);
+
+private:
+    QSet<QString> told;
+};

@@ -10,6 +10,7 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
+#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -123,6 +124,7 @@ private:
     void ReportInvalidPatterns() const;
 
     // --- the polling cycle: pollingcycle.cpp
+    void TellWhatWasMissed(const QDateTime& now) const;
     enum class TimeSweepStart { Done, NobodyToAsk, NtpCheckUnfinished };
     [[nodiscard]] TimeSweepStart StartTimeSweepWhenDue(const QDateTime& now);
     [[nodiscard]] QStringList NodesWithoutClockReading();
@@ -168,6 +170,7 @@ private:
     [[nodiscard]] bool StoreReferenceClock();
 
     // --- answers: responses.cpp
+    void ForgetEndless(const QByteArray& uin);
     void RaiseCaseOpened(const QByteArray& uin);
     [[nodiscard]] QByteArray StoreAnswer(const QByteArray& uin, const QString& model, qint32 globalId);
     void StoreEnergy(const QByteArray& uin, qint32 globalId, const std::optional<Energy>& energy);
@@ -185,4 +188,7 @@ private:
     DeliveryReports reports;
     QList<QString> timeAnswered; // whose clock is stored for the date of the sweep
     QMap<QString, QDateTime> timeQuerySent;
+    QDateTime lastTick; // when it began
+    bool strangersTold = false;
+    QSet<QByteArray> endlessTold;
 };

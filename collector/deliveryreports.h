@@ -18,12 +18,22 @@ public:
     std::optional<QByteArray> Acknowledged() { return TakeReport(NodeHeard); }
     std::optional<QByteArray> Refused() { return TakeReport(DeliveryFailed); }
 
-    void Heard(const QByteArray& uin) { meterState[uin] = NodeHeard; }
+    /// Of a sender that was never asked nothing is kept once MostNodes are known: anybody in the air can invent
+    /// addresses. False then.
+    bool Heard(const QByteArray& uin)
+    {
+        if (meterState.size() >= MostNodes && !meterState.contains(uin))
+            return false;
+        meterState[uin] = NodeHeard;
+        return true;
+    }
     void CouldNotDecode(const QByteArray& uin) { meterState[uin] = Undecodable; }
     void Forget(const QByteArray& uin) { meterState[uin] = NothingHeard; }
 
     /// The status of the row of a meter that gave no reading; 0 for a node of which nothing is known.
     [[nodiscard]] unsigned char StatusOf(const QByteArray& uin) const { return meterState.value(uin); }
+
+    static constexpr qsizetype MostNodes = 100'000;
 
 private:
     enum State : unsigned char { Undecodable = 1, NodeHeard = 2, DeliveryFailed = 3, NothingHeard = 0xFF };

@@ -2,11 +2,11 @@
 
 #include "ending.h"
 #include "log.h"
+#include "necessity.h"
 #include "statements.h"
 #include "sysvar.h"
 
 #include <QCoreApplication>
-#include <QSet>
 #include <QSqlRecord>
 
 #include <algorithm>
@@ -47,23 +47,24 @@ void CloseBroken(QSqlDatabase& database)
         database.close();
 }
 
-/// The failures of one kind of statement, as the log tells them.
-class FailureLog final {
+/// Statements of one kind: when they fail is told in the log and on stderr, once for each reason, and when they work
+/// again.
+class StatementKind final {
 public:
-    FailureLog(const char* failing, const char* working) : failingText(failing), workingText(working) { }
+    StatementKind(const char* failing, const char* working) : failingText(failing), workingText(working) { }
 
     void Note(bool done, const QSqlError& error)
     {
-        if (done && !told.isEmpty()) {
-            Log(QCoreApplication::translate("MainBase", workingText));
-            told.clear();
-        } else if (const QString reason = Reason(error); !done && !told.contains(reason)) {
-            Log(QCoreApplication::translate("MainBase", failingText).arg(reason));
-            told.insert(reason);
-        }
+        if (done && !failed)
+            return;
+        failed = !done;
+        const QString text = QCoreApplication::translate("MainBase", done ? workingText : failingText);
+        const QString sentence = done ? text : text.arg(Reason(error));
+        if (done ? necessity.Works(sentence) : necessity.Fails(sentence))
+            Log(sentence);
     }
 
-    void Forget() { told.clear(); }
+    void Forget() { necessity = Necessity(); }
 
 private:
     // Without the statement, which some databases quote behind it: the same reason is told once for all meters.
@@ -75,12 +76,13 @@ private:
 
     const char* failingText;
     const char* workingText;
-    QSet<QString> told;
+    Necessity necessity;
+    bool failed = false;
 };
 
-FailureLog insertFailures(
+StatementKind inserts(
     QT_TRANSLATE_NOOP("MainBase", "Rows are not stored: %1"), QT_TRANSLATE_NOOP("MainBase", "Rows are stored again"));
-FailureLog queryFailures(QT_TRANSLATE_NOOP("MainBase", "The database cannot be read: %1"),
+StatementKind queries(QT_TRANSLATE_NOOP("MainBase", "The database cannot be read: %1"),
     QT_TRANSLATE_NOOP("MainBase", "The database can be read again"));
 
 struct Attempt {
@@ -116,8 +118,8 @@ QSqlDatabase MainBase::Add(const QString& connection, const SysVar& vars)
 
 QSqlError MainBase::Open(const SysVar& vars)
 {
-    insertFailures.Forget();
-    queryFailures.Forget();
+    inserts.Forget();
+    queries.Forget();
     QSqlDatabase database = Add(ConnectionName, vars);
     if (!database.open())
         return database.lastError();
@@ -150,7 +152,7 @@ void MainBase::PrepareSession(const QSqlDatabase& database)
     QSqlQuery query(database);
     for (const QStringView statement : Statements::PostgresSession)
         if (!query.exec(statement.toString()))
-            queryFailures.Note(false, query.lastError());
+            queries.Note(false, query.lastError());
 }
 
 QSqlQuery MainBase::Run(const QString& statement, Failure failure)
@@ -159,7 +161,7 @@ QSqlQuery MainBase::Run(const QString& statement, Failure failure)
     if (attempt.connectionBroke)
         attempt = Try(statement);
     if (failure == Failure::Told)
-        queryFailures.Note(attempt.query.isActive(), attempt.query.lastError());
+        queries.Note(attempt.query.isActive(), attempt.query.lastError());
     return std::move(attempt.query);
 }
 
@@ -172,7 +174,7 @@ void MainBase::Insert(const QString& statement, const std::function<bool()>& may
         attempt = Try(statement);
     }
     if (failure == Failure::Told)
-        insertFailures.Note(attempt.query.isActive(), attempt.query.lastError());
+        inserts.Note(attempt.query.isActive(), attempt.query.lastError());
 }
 
 bool MainBase::RunTogether(const QStringList& statements)
@@ -185,7 +187,7 @@ bool MainBase::RunTogether(const QStringList& statements)
     if (!committed)
         database.rollback();
     else if (!statements.isEmpty())
-        insertFailures.Note(true, {});
+        inserts.Note(true, {});
     CloseBroken(database);
     return committed;
 }

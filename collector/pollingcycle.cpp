@@ -4,6 +4,7 @@
 #include "clock.h"
 #include "collector.h"
 #include "delay.h"
+#include "log.h"
 #include "maindatabase.h"
 #include "metermodel.h"
 #include "nodecommands.h"
@@ -41,6 +42,8 @@ void TCollector::timer_event()
     const QDateTime now = CurrentDateTime();
     LogText(tr("Timer event: %1").arg(Schedule::Stamp(now)));
     pollTimer->stop(); // ticks never overlap, and the next comes a whole interval after this one's end
+    TellWhatWasMissed(now);
+    lastTick = now;
 
     if (Due(vars.TimeOfSetTime, now))
         SetMeterClocks();
@@ -58,6 +61,25 @@ void TCollector::timer_event()
 
     emit SendBroadcastMessage(NodeCommands::Empty.toByteArray());
     pollTimer->start();
+}
+
+/// A tick that lasts longer than its minute leaves minutes behind that no tick looks at. Nothing is made up for.
+void TCollector::TellWhatWasMissed(const QDateTime& now) const
+{
+    constexpr int MostMinutes = 24 * 60; // of a clock that was set forward by years
+    if (!lastTick.isValid())
+        return;
+    const QString last = Schedule::Stamp(now);
+    QStringList missed;
+    QDateTime minute = lastTick.addSecs(60);
+    for (int i = 0; i < MostMinutes && minute < now && Schedule::Stamp(minute) != last;
+         ++i, minute = minute.addSecs(60))
+        for (const auto& [pattern, what] : {std::pair(vars.TimeOfSetTime, tr("clock setting")),
+                 {vars.TimeOfGetTime, tr("time sweep")}, {vars.TimeOfQuery, tr("query sweep")}})
+            if (Due(pattern, minute))
+                missed.append(what + u' ' + Schedule::Stamp(minute));
+    if (!missed.isEmpty())
+        Log(tr("Due while the tick before lasted, and not made: %1").arg(missed.join(", "_L1)));
 }
 
 TCollector::TimeSweepStart TCollector::StartTimeSweepWhenDue(const QDateTime& now)

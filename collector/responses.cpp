@@ -3,6 +3,7 @@
 
 #include "clock.h"
 #include "collector.h"
+#include "log.h"
 #include "maindatabase.h"
 #include "metermodel.h"
 #include "nodecommands.h"
@@ -25,7 +26,10 @@ void TCollector::ReceivedBCAST(QByteArray, QByteArray) { }
 
 void TCollector::ReceivedUCAST(QByteArray uin, QByteArray message)
 {
-    reports.Heard(uin);
+    if (!reports.Heard(uin) && !strangersTold) {
+        Log(tr("More than %1 nodes were heard: of further ones nothing is kept").arg(DeliveryReports::MostNodes));
+        strangersTold = true;
+    }
     if (message == NodeCommands::CaseOpened) {
         RaiseCaseOpened(uin);
         return;
@@ -33,12 +37,27 @@ void TCollector::ReceivedUCAST(QByteArray uin, QByteArray message)
     const QString address = InLiteral(QString::fromUtf8(uin));
     for (const QString& type : MainBase::ColumnOf(Execute(Statements::TypeOf, address))) {
         ucastBuffer->AppendUCAST(uin, message);
+        ForgetEndless(uin);
         if (type.toInt() != 0)
             continue;
         const QVariantList meter = MainBase::FirstRowOf(Execute(Statements::ModelAndGlobalIdOf, address));
         if (!meter.isEmpty())
             ucastBuffer->SetUCAST(uin, StoreAnswer(uin, meter[0].toString(), meter[1].toInt()));
     }
+}
+
+/// A frame that never ends, or what a meter sends before which no node stands, would be kept for ever.
+void TCollector::ForgetEndless(const QByteArray& uin)
+{
+    constexpr qsizetype MostKept = 65536;
+    if (ucastBuffer->FindItem(uin)->Data.size() <= MostKept)
+        return;
+    ucastBuffer->SetUCAST(uin, {});
+    if (!endlessTold.contains(uin))
+        Log(tr("Node %1 sent more than %2 bytes without the end of a frame: they are dropped")
+                .arg(QString::fromUtf8(uin))
+                .arg(MostKept));
+    endlessTold.insert(uin);
 }
 
 void TCollector::RaiseCaseOpened(const QByteArray& uin)

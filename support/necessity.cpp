@@ -11,18 +11,20 @@ void Tell(const QString& text)
 
 } // namespace
 
-void Necessity::Fails(const QString& text)
+bool Necessity::Fails(const QString& text)
 {
     if (told.contains(text))
-        return;
+        return false;
     told.insert(text);
     Tell(text);
+    return true;
 }
 
-void Necessity::Works(const QString& text)
+bool Necessity::Works(const QString& text)
 {
     if (told.isEmpty())
-        return;
+        return false;
     told.clear();
     Tell(text);
+    return true;
 }

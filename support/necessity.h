@@ -9,11 +9,11 @@
 class Necessity final {
 public:
     /// It does not work. `text`, a sentence for the operator, names the thing and the reason: the same one is told
-    /// once, until Works().
-    void Fails(const QString& text);
+    /// once, until Works(). True when it is told now.
+    bool Fails(const QString& text);
 
-    /// It works. Tells `text`, unless no failure had been told.
-    void Works(const QString& text);
+    /// It works. Tells `text`, unless no failure had been told. True when it is told.
+    bool Works(const QString& text);
 
 private:
     QSet<QString> told;

@@ -155,8 +155,10 @@ private slots:
         RegisterNode(2, u"SET1"_s);
         Tick(QTime(9, 0, 25));
         QCOMPARE(journal.last(), u"bus: tempdb 2014-03-04-09-00-00.db 1/2 2/0"_s);
+        QCOMPARE(LogLines("Due while"), 0);
         Tick(QTime(9, 30));
         QCOMPARE(journal.last(), u"bus: tempdb 2014-03-04-09-00-25.db 1/255 2/255"_s);
+        QCOMPARE(LogLines("Due while the tick before lasted, and not made: time sweep 04 09:15\n"), 1);
     }
 
     void ticks_data()

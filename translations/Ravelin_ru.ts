@@ -209,6 +209,30 @@
         <source>Read database failed</source>
         <translation>Ошибка чтения базы данных</translation>
     </message>
+    <message>
+        <source>clock setting</source>
+        <translation>установка часов</translation>
+    </message>
+    <message>
+        <source>time sweep</source>
+        <translation>опрос часов</translation>
+    </message>
+    <message>
+        <source>query sweep</source>
+        <translation>опрос показаний</translation>
+    </message>
+    <message>
+        <source>Due while the tick before lasted, and not made: %1</source>
+        <translation>Наступило, пока длился предыдущий такт, и не выполнено: %1</translation>
+    </message>
+    <message>
+        <source>More than %1 nodes were heard: of further ones nothing is kept</source>
+        <translation>Услышано более %1 узлов: о следующих ничего не хранится</translation>
+    </message>
+    <message>
+        <source>Node %1 sent more than %2 bytes without the end of a frame: they are dropped</source>
+        <translation>Узел %1 прислал более %2 байт без конца кадра: они отброшены</translation>
+    </message>
 </context>
 <context>
     <name>TConnector</name>

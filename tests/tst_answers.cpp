@@ -155,7 +155,7 @@ private slots:
         QCOMPARE(collector->ReadPowerFromKTP(e.total, e.t1, e.t2, e.t3, e.t4), !c.registers.isEmpty());
         if (!c.registers.isEmpty())
             QCOMPARE((QList<float>{e.total, e.t1, e.t2, e.t3, e.t4}), c.registers);
-        QCOMPARE(substationSpeed, static_cast<speed_t>(c.model == "SET3"_L1 ? B2400 : B19200));
+        QCOMPARE(substationSettings, c.model == "SET3"_L1 ? "2400 8N1"_ba : "19200 7E1"_ba);
         QCOMPARE(journal,
             Lines(c.model == "SET3"_L1 ? "ktp <- 701101120022b4|wait 1000"
                                        : "ktp <- 052f3f210d0a|wait 400|ktp <- 063036310d0a|wait 400|"

@@ -1,6 +1,8 @@
 #include "files.h"
 #include "log.h"
 #include "ravelin.h"
+#include "terminal.h"
+#include "virtualtime.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -63,6 +65,33 @@ private slots:
         QFile::remove(besideProgram);
         QCOMPARE(controller.LoadedSettings().PortKS, u"/dev/beside"_s);
         QVERIFY(pLog->Path() != directory.filePath(u"the.log"_s)); // the bus settings were not in that file
+    }
+
+    void startedWithItsModem()
+    {
+        PseudoTerminal line;
+        QString error;
+        QVERIFY2(line.Open(directory.filePath(u"modem"_s), error), qPrintable(error));
+        pollfd end{line.Descriptor(), POLLIN, 0};
+        VirtualTime::WhileWaiting([&] {
+            if (::poll(&end, 1, 50) == 1 && line.Read().endsWith("ati\r\n"))
+                SayTo(line, "\r\nR123X\r\n000D6F00001733EB\r\n");
+        });
+        static auto* const controller = new Ravelin; // what it starts lives as long as the process
+        const QByteArray place = directory.path().toUtf8();
+        controller->LoadSettings(Write(directory.filePath(u"a.ini"_s),
+            "[Base]\nBaseName=" + place + "/z.db\n[Main]\nPortKS=" + place + "/modem\n"));
+        controller->Start();
+        VirtualTime::WhileWaiting(nullptr);
+        QCOMPARE(controller->Fragments()->UIN, "000D6F00001733EB"_ba);
+
+        const QByteArray announcement = "at+sn\r\nat+bcastb:13,00\r\xC0\x05"
+                                        "000D6F00001733EB\xC1"_ba;
+        emit controller->ScanNet();
+        QByteArray written;
+        while (!written.endsWith(announcement + "at+sn\r\n") && ::poll(&end, 1, 5000) == 1)
+            written += line.Read();
+        QCOMPARE(written, announcement + "at+sn\r\n");
     }
 
     void templateSettings()

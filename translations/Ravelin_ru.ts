@@ -277,6 +277,13 @@
     </message>
 </context>
 <context>
+    <name>ZUCASTBuffer</name>
+    <message>
+        <source>%1 bytes of node %2 could not be used and were dropped</source>
+        <translation>Байт от узла %2 не удалось использовать и отброшено: %1</translation>
+    </message>
+</context>
+<context>
     <name>main</name>
     <message>
         <source>Start Ok!</source>

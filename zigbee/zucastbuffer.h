@@ -22,8 +22,12 @@ public:
     /// Inserts directly behind this item, without a look-up.
     ZUCASTBuffer* NewItem(const QByteArray& uin, const QByteArray& data);
 
-    /// Add to what the sender has sent, or replace it. Return its item, which is made behind this one if there was
-    /// none.
+    /// The most that is kept of a sender, in bytes: what comes beyond belongs to no answer.
+    static constexpr qsizetype MostData = 65536;
+
+    /// Add to what the sender has sent, or replace it. What would become more than MostData by an addition is dropped
+    /// first, so that an answer which begins now is not lost; the log says so, once for each sender. Return its item,
+    /// which is made behind this one if there was none.
     ZUCASTBuffer* AppendUCAST(const QByteArray& uin, const QByteArray& data);
     ZUCASTBuffer* SetUCAST(const QByteArray& uin, const QByteArray& data);
 
@@ -53,5 +57,8 @@ private:
 
     ZUCASTBuffer(const QByteArray& uin, const QByteArray& data, ZUCASTBuffer* previous);
 
+    void DropData();
+
     std::shared_ptr<Index> index; // one for the whole list
+    bool toldOfDrop = false;
 };

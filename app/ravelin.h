@@ -27,6 +27,9 @@ public:
 
     [[nodiscard]] const SysVar& LoadedSettings() const { return Settings; }
 
+    /// What the nodes have sent of unfinished answers; null before Start().
+    [[nodiscard]] const ZUCASTBuffer* Fragments() const { return UnicastBuffer; }
+
     /// Sends the read-out command to one fixed node. Part of the given interface; the daemon does not call it.
     void Test();
 

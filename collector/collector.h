@@ -10,7 +10,6 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
-#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -170,7 +169,6 @@ private:
     [[nodiscard]] bool StoreReferenceClock();
 
     // --- answers: responses.cpp
-    void ForgetEndless(const QByteArray& uin);
     void RaiseCaseOpened(const QByteArray& uin);
     [[nodiscard]] QByteArray StoreAnswer(const QByteArray& uin, const QString& model, qint32 globalId);
     void StoreEnergy(const QByteArray& uin, qint32 globalId, const std::optional<Energy>& energy);
@@ -190,5 +188,4 @@ private:
     QMap<QString, QDateTime> timeQuerySent;
     QDateTime lastTick; // when it began
     bool strangersTold = false;
-    QSet<QByteArray> endlessTold;
 };

@@ -37,27 +37,12 @@ void TCollector::ReceivedUCAST(QByteArray uin, QByteArray message)
     const QString address = InLiteral(QString::fromUtf8(uin));
     for (const QString& type : MainBase::ColumnOf(Execute(Statements::TypeOf, address))) {
         ucastBuffer->AppendUCAST(uin, message);
-        ForgetEndless(uin);
         if (type.toInt() != 0)
             continue;
         const QVariantList meter = MainBase::FirstRowOf(Execute(Statements::ModelAndGlobalIdOf, address));
         if (!meter.isEmpty())
             ucastBuffer->SetUCAST(uin, StoreAnswer(uin, meter[0].toString(), meter[1].toInt()));
     }
-}
-
-/// A frame that never ends, or what a meter sends before which no node stands, would be kept for ever.
-void TCollector::ForgetEndless(const QByteArray& uin)
-{
-    constexpr qsizetype MostKept = 65536;
-    if (ucastBuffer->FindItem(uin)->Data.size() <= MostKept)
-        return;
-    ucastBuffer->SetUCAST(uin, {});
-    if (!endlessTold.contains(uin))
-        Log(tr("Node %1 sent more than %2 bytes without the end of a frame: they are dropped")
-                .arg(QString::fromUtf8(uin))
-                .arg(MostKept));
-    endlessTold.insert(uin);
 }
 
 void TCollector::RaiseCaseOpened(const QByteArray& uin)

@@ -174,7 +174,7 @@ void CollectorBench::FakeNtpq(const QByteArray& script)
 void CollectorBench::OpenSubstation(const QByteArray& answer)
 {
     substationAnswer = answer;
-    substationSpeed = B0;
+    substationSettings.clear();
     substation = std::make_unique<PseudoTerminal>();
     QString error;
     QVERIFY2(substation->Open(vars.PortCounterKTP, error), qPrintable(error));
@@ -198,8 +198,8 @@ void CollectorBench::Waited()
 void CollectorBench::ActAsSubstation(unsigned int ms)
 {
     pollfd line{substation->Descriptor(), POLLIN, 0};
-    if (substationSpeed == B0)
-        substationSpeed = SpeedOf(*substation);
+    if (substationSettings.isEmpty())
+        substationSettings = LineSettings();
     if (::poll(&line, 1, 50) == 1)
         journal.append(u"ktp <- "_s + QString::fromLatin1(substation->Read().toHex()));
     if (ms == 1000)

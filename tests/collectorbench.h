@@ -63,7 +63,7 @@ protected:
     std::unique_ptr<TCollector> collector;
     std::unique_ptr<PseudoTerminal> substation;
     QByteArray substationAnswer; // given when the collector has written its last message
-    speed_t substationSpeed = B0; // to which the collector set its line
+    QByteArray substationSettings; // to which the collector set its line
     std::function<void()> duringWait;
     int waits = 0;
     QStringList journal;

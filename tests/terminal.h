@@ -7,13 +7,9 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 
-/// To which the daemon has set `line`, until its other side reads.
-inline speed_t SpeedOf(const PseudoTerminal& line)
-{
-    termios settings{};
-    ::tcgetattr(line.DaemonSide(), &settings);
-    return ::cfgetospeed(&settings);
-}
+/// What the system was last asked to make of a line, for example "19200 8N1", with its flow control, if any, behind it:
+/// by the daemon, until the other side reads. A pseudo-terminal itself forgets word size and parity.
+[[nodiscard]] QByteArray LineSettings();
 
 /// Returns when the daemon's side of `line` can read all of `bytes`.
 inline void SayTo(PseudoTerminal& line, const QByteArray& bytes)

@@ -42,7 +42,7 @@ class tst_RadioLink : public QObject {
     Answers answers;
     Lines written; // by the driver, each with its time in ms
     qint64 lastAct = 0;
-    speed_t speed = B0; // of the driver's side, before this side reads
+    QByteArray settings; // of the line, before this side reads
 
     [[nodiscard]] QString Port() const { return directory->filePath(u"modem"_s); }
 
@@ -63,8 +63,8 @@ class tst_RadioLink : public QObject {
 
     void Act()
     {
-        if (speed == B0)
-            speed = SpeedOf(*line);
+        if (settings.isEmpty())
+            settings = LineSettings();
         const QByteArray bytes = Heard(1, SilenceMs);
         if (!bytes.isEmpty())
             written += QByteArray::number(lastAct) + ' ' + bytes;
@@ -123,7 +123,7 @@ private slots:
         modem.reset();
         pLog = nullptr;
         written.clear();
-        speed = B0;
+        settings.clear();
         lastAct = 0;
     }
 
@@ -132,12 +132,15 @@ private slots:
         const Lines fresh{"000D6F00001733EB Main Device"};
         Begin({{"ati\r\n", Identity}, {"at+sn\r\n", "\r\nOK\r\n\r\nCOO:000D6F0000001000\r\n"}});
         QCOMPARE(Table(), fresh);
-        QCOMPARE(speed, speed_t{B19200});
+        QCOMPARE(settings, "19200 8N1"_ba);
         Act();
         modem->UpdateZNetwork();
         QCOMPARE(Table(), fresh + Lines{"000D6F0000001000 COO:"});
+        answers["ati\r\n"] = "\r\nR303X\r\n000D6F0000FFFFFF\r\n"; // the modem was exchanged
         modem->Reset();
-        QCOMPARE(Table(), fresh);
+        QCOMPARE(Table(), Lines{"000D6F0000FFFFFF Main Device"});
+        QCOMPARE(modem->MainUIN, "000D6F0000FFFFFF"_ba);
+        QCOMPARE(modem->ModemVersion, 303);
         QCOMPARE(written,
             (Lines{"0 atz\r\n", "5000 ati\r\n", "6000 atz\r\n", "11200 at+jn\r\n", "12200 at+en\r\n", "13200 at+sn\r\n",
                 "13200 atz\r\n", "18200 ati\r\n", "19200 atz\r\n", "24400 at+jn\r\n", "25400 at+en\r\n"}));
@@ -156,7 +159,23 @@ private slots:
         check("\r\nr123X\r\n000D6F00001733EB", "0|\n000D6F00001733E"); // lower case is no version line either
         check("\r\nR123X\r\n000D\0F00001733EB"_ba, "123|000D"); // a zero byte ends the text, as does its 80th byte
         check(QByteArray(62, 'x') + "\r\nR123X\r\n000D6F00001733EB\r\n", "123|000D6F000");
+        QCOMPARE(modem->GetMessageFromModem(), "01733EB\r\n" + QByteArray(80, '?')); // and stays for the next read
         check("", "0|");
+    }
+
+    // What came before the question is shown, the answer is not.
+    void askedForItsAddress()
+    {
+        Begin({{"ati\r\n", Identity}});
+        Lines shown;
+        connect(&*modem, &ZigBee::Received, this, [&](const QByteArray& data) { shown += data; });
+        Act();
+        SayTo(*line, "\r\nOK\r\n");
+        QCOMPARE(modem->GetModemUIN(), "000D6F00001733EB"_ba);
+        QCOMPARE(shown, Lines{"\r\nOK\r\n"});
+        QCOMPARE(modem->SendMainUIN(),
+            "\xC0\x05"
+            "000D6F00001733EB\xC1"_ba);
     }
 
     void unicastLengths()

@@ -1,6 +1,9 @@
+#include "files.h"
+#include "log.h"
 #include "zdevice.h"
 #include "zucastbuffer.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -102,6 +105,26 @@ private slots:
         head.DeleteItem("A");
         QCOMPARE(head.GetUCAST("A"), "old"_ba);
         QCOMPARE(head.FindItem("M"), &head);
+    }
+
+    void fragmentsWithoutAnEnd()
+    {
+        QTemporaryDir directory;
+        TLog log(directory.filePath(u"log"_s));
+        pLog = &log;
+        ZUCASTBuffer head("M", {});
+        head.AppendUCAST("A", QByteArray(65'535, 'a'));
+        QCOMPARE(head.AppendUCAST("A", "b")->Data.size(), 65'536);
+        QCOMPARE(head.AppendUCAST("A", "c")->Data, "c"_ba); // an answer that begins now is not lost
+        head.AppendUCAST("A", QByteArray(65'536, 'd'));
+        QCOMPARE(head.GetUCAST("A"), QByteArray(65'536, 'd'));
+        for (int i = 0; i < 2; ++i)
+            head.AppendUCAST("M", QByteArray(40'000, 'm'));
+        pLog = nullptr;
+        const QByteArray lines = Contents(log.Path());
+        QCOMPARE(lines.count('\n'), 2); // once for each node
+        QVERIFY(lines.contains(" 65536 bytes of node A could not be used and were dropped\n"));
+        QVERIFY(lines.contains(" 40000 bytes of node M could not be used and were dropped\n"));
     }
 
     // Of two empty neighbours a pass removes only the first. A zero byte first counts as empty.

@@ -117,16 +117,24 @@ private slots:
         QVERIFY(Contents(pLog->Path()).endsWith(" Cannot open database x: unknown BDType \"mysql\"\n"));
     }
 
-    void queryCounterWaits()
+    void startedWithItsModem()
     {
         PseudoTerminal modem;
         QString error;
         QVERIFY2(modem.Open(Path(u"modem"_s), error), qPrintable(error));
+        VirtualTime::WhileWaiting([&] {
+            if (Heard(modem).endsWith("ati\r\n"))
+                SayTo(modem, "\r\nR123X\r\n000D6F00001733EB\r\n");
+        });
         static auto* const controller = new Ravelin; // as in the daemon, its parts live until the process ends
         controller->LoadSettings(Write(Path(u"a.ini"_s),
             "[Main]\nPortKS=" + Path(u"modem"_s).toUtf8() + "\n[Base]\nBaseName=" + Path(u"z.db"_s).toUtf8() + '\n'));
         controller->Start();
-        static_cast<void>(Heard(modem));
+        QCOMPARE(controller->Fragments()->UIN, "000D6F00001733EB"_ba);
+        const QByteArray announcement = "at+bcastb:13,00\r\xC0\x05"
+                                        "000D6F00001733EB\xC1"_ba;
+        emit controller->ScanNet();
+        QCOMPARE(Heard(modem), "at+sn\r\n" + announcement + "at+sn\r\n");
 
         QByteArrayList before;
         VirtualTime::Reset(QDateTime(QDate(2014, 3, 4), QTime(8, 29, 30)));

@@ -229,10 +229,6 @@
         <source>More than %1 nodes were heard: of further ones nothing is kept</source>
         <translation>Услышано более %1 узлов: о следующих ничего не хранится</translation>
     </message>
-    <message>
-        <source>Node %1 sent more than %2 bytes without the end of a frame: they are dropped</source>
-        <translation>Узел %1 прислал более %2 байт без конца кадра: они отброшены</translation>
-    </message>
 </context>
 <context>
     <name>TConnector</name>
@@ -345,6 +341,13 @@
     <message>
         <source>Cannot open database %1: %2</source>
         <translation>Не удалось открыть базу данных %1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>ZUCASTBuffer</name>
+    <message>
+        <source>%1 bytes of node %2 could not be used and were dropped</source>
+        <translation>Байт от узла %2 не удалось использовать и отброшено: %1</translation>
     </message>
 </context>
 <context>

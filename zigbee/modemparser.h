@@ -44,8 +44,8 @@ using IsKnownNode = std::function<bool(const QByteArray& uin)>;
 
 using TakeModemEvent = std::function<void(const ModemEvent::Any& event)>;
 
-/// The longest payload of one message, in bytes. Text messages of one chunk add up, and broadcasts nested without a
-/// line end would add up to the square of the chunk.
+/// The longest payload of one message, in bytes. Each text of a chunk is added to those before it, and a text without a
+/// line end goes on to the end of the chunk: a chunk full of "BCAST:" would cost memory with the square of its size.
 constexpr qsizetype MaxPayload = 65536;
 
 /// Cuts `chunk`, the modem's output between two polls, into events and gives them to `take` one by one, grouped by kind

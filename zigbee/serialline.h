@@ -5,10 +5,9 @@
 #include <QSerialPort>
 #include <QString>
 
-/// The modem's wire: 19200 baud, 8N1, raw. Its callers check nothing, so every operation does what it can: a port that
-/// cannot be opened or that breaks reads empty and swallows writes. It is opened again at the next read that finds it
-/// closed; an operator finds the system's reason in the log, once until the port has worked again or the reason
-/// changes.
+/// The modem's serial line: 19200 baud, 8N1, raw. No operation returns a failure: while the port cannot be opened, or
+/// after it broke, reads are empty and writes are lost. The next read opens it again. The log tells the system's reason
+/// once, and again when the port has worked in between or the reason has changed.
 class SerialLine final : public QObject {
     Q_OBJECT
 

@@ -6,7 +6,7 @@
 #include <memory>
 
 /// The radio nodes that the modem has reported: a singly linked list whose head, the modem's own entry, is the table.
-/// All operations belong to the head. Not prevented here: two entries with one address; callers look first.
+/// All operations belong to the head. The table takes an address twice: callers look for it before they add it.
 class ZDevice final {
 public:
     /// A new table that holds the modem alone.
@@ -20,7 +20,8 @@ public:
     /// Appends a node at the end of the list. The all-zero address, read up to its first zero byte, is refused.
     void AddDevice(const QByteArray& uin, const QString& type);
 
-    /// Removes the first node behind the head with this address, if there is one.
+    /// Removes the first node behind the head with this address, if there is one. Part of the given interface; the
+    /// daemon does not call it.
     void DeleteDevice(const QByteArray& uin);
 
     void DeleteAllDevices();

@@ -71,7 +71,8 @@ QByteArray ZigBee::GetModemUIN()
     WriteToPort("ati\r\n"_ba);
     Delay(1000);
     const QString answer = AnswerText(Port->Read(80));
-    // Without the version line this is -1, and the places count from there: some modems are read like that.
+    // Without a version line the search gives -1. The two texts are then taken at the same distances from -1: modems
+    // that answer without that line are read so.
     static const QRegularExpression versionLine(u"\r\nR...X\r\n"_s, QRegularExpression::DotMatchesEverythingOption);
     const qsizetype i = answer.indexOf(versionLine);
     ModemVersion = answer.mid(i + 3, 3).toInt();

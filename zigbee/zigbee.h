@@ -32,7 +32,7 @@ public:
     QByteArray GetMessageFromModem();
 
     /// The tag that announced a node, "none" for one that is not in the table. The table's head, the modem itself, does
-    /// not count.
+    /// not count. Part of the given interface; the daemon does not call it.
     [[nodiscard]] QString SearchZDeviceFromUIN(const QByteArray& uin) const;
 
     /// Reads and parses what has come.
@@ -48,14 +48,17 @@ public:
     [[nodiscard]] const ZDevice* Nodes() const { return ZDevices.get(); }
 
     QByteArray MainUIN;
-    qint32 ModemVersion = 0; ///< the three digits between "R" and "X" of the version line
+    qint32 ModemVersion = 0; ///< the three digits between "R" and "X" of the version line; the daemon does not read it
 
 public slots: // NOLINT(readability-redundant-access-specifiers)
-    /// The length field counts modulo 256; nothing is split.
+    /// To one node, and to all. The payload is sent whole, however long it is; its length field has only two
+    /// hexadecimal digits, the length modulo 256.
     void SendMessageToZDevice(const QByteArray& uin, const QByteArray& message);
     void SendBroadcastMessageToZDevice(const QByteArray& message);
     void timer_event();
     void ScanNetwork();
+
+    /// Init() once more. Part of the given interface; the daemon does not call it.
     void Reset();
 
 signals:

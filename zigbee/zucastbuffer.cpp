@@ -1,5 +1,8 @@
 #include "zucastbuffer.h"
 
+#include "log.h"
+
+#include <QCoreApplication>
 #include <QMultiHash>
 
 #include <utility>
@@ -60,8 +63,19 @@ ZUCASTBuffer* ZUCASTBuffer::AppendUCAST(const QByteArray& uin, const QByteArray&
     ZUCASTBuffer* const item = FindItem(uin);
     if (!item)
         return NewItem(uin, data);
+    if (item->Data.size() + data.size() > MostData)
+        item->DropData();
     item->Data += data;
     return item;
+}
+
+void ZUCASTBuffer::DropData()
+{
+    if (!std::exchange(toldOfDrop, true))
+        Log(QCoreApplication::translate("ZUCASTBuffer", "%1 bytes of node %2 could not be used and were dropped")
+                .arg(Data.size())
+                .arg(QString::fromUtf8(UIN)));
+    Data.clear();
 }
 
 ZUCASTBuffer* ZUCASTBuffer::SetUCAST(const QByteArray& uin, const QByteArray& data)

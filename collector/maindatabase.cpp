@@ -88,6 +88,7 @@ StatementKind queries(QT_TRANSLATE_NOOP("MainBase", "The database cannot be read
 struct Attempt {
     QSqlQuery query;
     bool connectionBroke;
+    QSqlError error;
 };
 
 Attempt Try(const QString& statement)
@@ -101,8 +102,9 @@ Attempt Try(const QString& statement)
         done = query.exec(statement);
     }
     const bool broke = !done && wasOpen && !database.isOpen();
+    const QSqlError error = query.lastError().isValid() ? query.lastError() : database.lastError();
     CloseBroken(database);
-    return {std::move(query), broke};
+    return {std::move(query), broke, error};
 }
 
 } // namespace
@@ -161,7 +163,7 @@ QSqlQuery MainBase::Run(const QString& statement, Failure failure)
     if (attempt.connectionBroke)
         attempt = Try(statement);
     if (failure == Failure::Told)
-        queries.Note(attempt.query.isActive(), attempt.query.lastError());
+        queries.Note(attempt.query.isActive(), attempt.error);
     return std::move(attempt.query);
 }
 
@@ -174,7 +176,7 @@ void MainBase::Insert(const QString& statement, const std::function<bool()>& may
         attempt = Try(statement);
     }
     if (failure == Failure::Told)
-        inserts.Note(attempt.query.isActive(), attempt.query.lastError());
+        inserts.Note(attempt.query.isActive(), attempt.error);
 }
 
 bool MainBase::RunTogether(const QStringList& statements)

@@ -95,6 +95,10 @@
         <source>the line was hung up</source>
         <translation>линия разорвана</translation>
     </message>
+    <message>
+        <source>The modem at port %1 does not answer</source>
+        <translation>Модем на порту %1 не отвечает</translation>
+    </message>
 </context>
 <context>
     <name>SettingsFile</name>

@@ -50,11 +50,20 @@ QByteArray SerialLine::Read(qint64 maxSize)
     // Only the event loop fills the port's buffer. After a blocking wait the bytes are still in the system.
     while (port.waitForReadyRead(0)) { }
     QByteArray bytes = port.read(maxSize);
-    if (!bytes.isEmpty() && !reportedReason.isEmpty()) {
-        Log(tr("The modem port %1 works again").arg(name));
+    if (!bytes.isEmpty()) {
+        const QString works = tr("The modem port %1 works again").arg(name);
+        if (!reportedReason.isEmpty())
+            Log(works);
         reportedReason.clear();
+        modem.Works(works);
     }
     return bytes;
+}
+
+void SerialLine::TellNoAnswer()
+{
+    if (port.isOpen())
+        modem.Fails(tr("The modem at port %1 does not answer").arg(name));
 }
 
 void SerialLine::Write(const QByteArray& bytes)
@@ -96,7 +105,9 @@ void SerialLine::CloseBroken()
 
 void SerialLine::Report(const QString& text, const QString& reason)
 {
+    const QString sentence = text.arg(name, reason);
     if (reason != reportedReason)
-        Log(text.arg(name, reason));
+        Log(sentence);
     reportedReason = reason;
+    modem.Fails(sentence);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "necessity.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <QSerialPort>
@@ -24,6 +26,9 @@ public:
     /// however long it is.
     void Write(const QByteArray& bytes);
 
+    /// The modem gave no answer where it must: told on stderr, if not the port is to blame.
+    void TellNoAnswer();
+
     static constexpr qint64 ReadBufferSize = 1048576;
     static constexpr qint64 MostWaiting = 65536;
 
@@ -39,4 +44,5 @@ private:
     bool broken = false;
     bool wasFull = false;
     QString reportedReason; // empty while the port works
+    Necessity modem;
 };

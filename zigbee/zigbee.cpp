@@ -48,6 +48,8 @@ void ZigBee::Init()
     WriteToPort("atz\r\n"_ba);
     Delay(5000);
     MainUIN = GetModemUIN();
+    if (MainUIN.isEmpty())
+        Port->TellNoAnswer();
     WriteToPort("atz\r\n"_ba);
     Delay(5000);
     Delay(100);

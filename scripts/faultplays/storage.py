@@ -75,6 +75,9 @@ def missing():
         os.rename(away, site.path("none/z.db"))
         site.complete_sweep()
         site.look()
+        told = [line for line in site.log_texts() if line.startswith(("Rows are", "The database"))]
+        hold(told == ["The database cannot be read: unable to open database file", "The database can be read again"],
+             f"the log tells {told}")
         site.terminate()
 
         os.rename(site.path("none/z.db"), away)

@@ -16,7 +16,10 @@ Ravelin::Ravelin() : TServerPlugin(nullptr)
             EndOnQuitSignal();
     };
     Ending::WatchWhileWaiting(this, endIfTold);
-    connect(Connector, &TConnector::ConnectionLost, this, endIfTold);
+    connect(Connector, &TConnector::ConnectionLost, this, [this](TMyLocalSocket* socket) {
+        if (Connector->CommandWaits("QuitSignal", socket))
+            EndOnQuitSignal();
+    });
 }
 
 void Ravelin::Start()

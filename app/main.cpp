@@ -12,6 +12,8 @@
 
 #include <cstdio>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -64,6 +66,7 @@ void LoadAllSettings(Ravelin& controller, const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
+    ::umask(0007); // what it makes is for its user and group alone
     KeepFreedHeap();
     const QCoreApplication application(argc, argv);
     if (const QString text = Information(QCoreApplication::arguments()); !text.isEmpty()) {

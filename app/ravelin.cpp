@@ -21,7 +21,10 @@ Ravelin::Ravelin() : TServerPlugin(nullptr)
             EndOnQuitSignal();
     };
     Ending::WatchWhileWaiting(this, endIfTold);
-    connect(Connector, &TConnector::ConnectionLost, this, endIfTold);
+    connect(Connector, &TConnector::ConnectionLost, this, [this](TMyLocalSocket* socket) {
+        if (Connector->CommandWaits("QuitSignal", socket))
+            EndOnQuitSignal();
+    });
 }
 
 bool Ravelin::LoadSettings(const QString& fileName)

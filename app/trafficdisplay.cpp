@@ -2,7 +2,15 @@
 
 #include <QDebug>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
+
+// The two ways of writing differ in control characters: what needs no other alphabet stays as it always was.
+static bool IsAscii(const QByteArray& text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
+}
 
 void Ravelin::Forward(const QString& message, const QByteArray& data)
 {
@@ -14,7 +22,10 @@ void Ravelin::ShowLog(QByteArray text)
 {
     if (InData)
         SetAction("InData"_ba, text, ""_ba, -1);
-    qDebug() << text;
+    if (IsAscii(text) || !text.isValidUtf8())
+        qDebug() << text;
+    else
+        qDebug() << QString::fromUtf8(text);
 }
 
 void Ravelin::ShowLog(QString text)

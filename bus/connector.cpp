@@ -2,68 +2,12 @@
 
 #include "ending.h"
 #include "localserver.h"
-#include "log.h"
+#include "shown.h"
 
-#include <QThread>
-#include <QTimerEvent>
-
-#include <poll.h>
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr int ReconnectEveryMs = 5000;
-constexpr int LongestWaitMs = 30000;
-constexpr int AdminLostExitCode = 5;
-
-// QLocalSocket's own wait spins while the peer's backlog is full, and knows of no requested end.
-bool WaitForConnected(QLocalSocket& socket)
-{
-    constexpr int SliceMs = 20;
-    for (int waited = 0; socket.state() == QLocalSocket::ConnectingState && waited < LongestWaitMs; waited += SliceMs) {
-        QThread::msleep(SliceMs);
-        Ending::LeaveIfRequested();
-        socket.waitForConnected(0);
-    }
-    return socket.state() == QLocalSocket::ConnectedState;
-}
-
-void Disconnect(QLocalSocket& socket)
-{
-    if (socket.state() == QLocalSocket::UnconnectedState)
-        return;
-    socket.flush();
-    socket.disconnectFromServer();
-    if (socket.state() != QLocalSocket::UnconnectedState)
-        socket.waitForDisconnected(LongestWaitMs);
-}
-
-/// Why a connection did not come about, in words for the operator.
-QString Obstacle(QLocalSocket::LocalSocketError error, const QString& otherwise)
-{
-    switch (error) {
-    case QLocalSocket::ServerNotFoundError:
-        return TConnector::tr("there is no such socket");
-    case QLocalSocket::ConnectionRefusedError:
-        return TConnector::tr("nobody listens");
-    case QLocalSocket::SocketAccessError:
-        return TConnector::tr("no permission to connect");
-    default:
-        return otherwise;
-    }
-}
-
-void Connect(TMyLocalSocket& socket, const QByteArray& identify)
-{
-    socket.connectToServer(QString::fromUtf8(socket.Name), QIODevice::ReadWrite);
-    if (WaitForConnected(socket))
-        socket.WriteFrame(identify);
-    else
-        socket.abort();
-}
-
-} // namespace
 
 TConnector::TConnector(QObject* parent)
     : QObject(parent),
@@ -75,11 +19,13 @@ TConnector::TConnector(QObject* parent)
     connect(AdminConnection, &QLocalSocket::errorOccurred, this, &TConnector::connectionAdminError);
     connect(AdminConnection, &TMyLocalSocket::NewData, this, &TConnector::SlotNewData);
     connect(Server, &TMyLocalServer::newConnection, this, &TConnector::newInConnection);
+    Server->Admits = [this](qintptr descriptor) { return Admits(descriptor); };
     Ending::WatchWhileWaiting(this, [this] { LookForLostAdmin(); });
 }
 
 void TConnector::SetServerName(const QString& name)
 {
+    constexpr int ReconnectEveryMs = 5000;
     ServerName = name;
     ServerNotStarted = true;
     reconnectTimer.start(ReconnectEveryMs, Qt::PreciseTimer, this);
@@ -127,180 +73,75 @@ void TConnector::SetOutDataAll(uchar version, const QByteArray& data)
 
 bool TConnector::CommandWaits(QByteArrayView name) const
 {
-    for (TMyLocalSocket* const socket : QList{AdminConnection} + OutConnections + InConnections)
-        if (BusFrame::HoldsCommand(socket->PeekAll(), socket->BlockSize, name))
-            return true;
+    if (CommandWaits(name, AdminConnection))
+        return true;
+    for (const auto* const connections : {&OutConnections, &InConnections})
+        for (TMyLocalSocket* const socket : *connections)
+            if (CommandWaits(name, socket))
+                return true;
     return false;
 }
 
-void TConnector::timerEvent(QTimerEvent* event)
+bool TConnector::CommandWaits(QByteArrayView name, TMyLocalSocket* socket) const
 {
-    if (event->timerId() != reconnectTimer.timerId())
-        return;
-    const QByteArray identify = BusFrame::Encode(BusFrame::Identify{ServerName.toUtf8()});
-
-    // The own server shows peers that this process is ready: at first it waits until all connections stood for a tick.
-    if (!OutConnectionsStood(identify) && ServerNotStarted) {
-        TellWhoIsWaitedFor();
-        return;
-    }
-    if (ReconnectAdmin(identify) && ServerNotStarted)
-        return;
-    StartServer();
-}
-
-/// Reconnects what is down. True when every peer had been connected before.
-bool TConnector::OutConnectionsStood(const QByteArray& identify)
-{
-    bool allStood = true;
-    const QList<TMyLocalSocket*> peers = OutConnections; // a disconnection replaces the socket in the list
-    for (TMyLocalSocket* const socket : peers) {
-        if (socket->state() == QLocalSocket::ConnectedState)
-            continue;
-        allStood = false;
-        Disconnect(*socket);
-        if (OutConnections.contains(socket))
-            Connect(*socket, identify);
-    }
-    return allStood;
-}
-
-/// True when a connection was attempted.
-bool TConnector::ReconnectAdmin(const QByteArray& identify)
-{
-    if (AdminConnection->state() == QLocalSocket::ConnectedState || AdminConnection->Name.isEmpty())
-        return false;
-    Disconnect(*AdminConnection);
-    adminObstacle = tr("it takes no connection");
-    Connect(*AdminConnection, identify);
-    const QString name = QString::fromUtf8(AdminConnection->Name);
-    if (AdminConnection->state() == QLocalSocket::ConnectedState)
-        administrator.Works(tr("The administrative server %1 is connected").arg(name));
-    else
-        administrator.Fails(tr("The administrative server %1 cannot be reached: %2").arg(name, adminObstacle));
-    return true;
-}
-
-void TConnector::TellWhoIsWaitedFor()
-{
-    QStringList missing;
-    for (const TMyLocalSocket* const socket : std::as_const(OutConnections))
-        if (socket->state() != QLocalSocket::ConnectedState)
-            missing.append(QString::fromUtf8(socket->Name));
-    if (!missing.isEmpty())
-        administrator.Fails(
-            tr("The administrative server has to wait until these peers are connected: %1").arg(missing.join(u' ')));
-}
-
-void TConnector::StartServer()
-{
-    if (!Server->isListening()) {
-        QLocalServer::removeServer(ServerName);
-        if (Server->listen(ServerName)) {
-            Log(tr("Start server: %1 Ok!!!! \n").arg(ServerName));
-        } else {
-            Log(tr("Start Error: %1\n").arg(Server->errorString()));
-            Server->close();
-        }
-    }
-    ServerNotStarted = false;
-}
-
-// The event loop stands still during a wait, and with it DisconnectAdminConnection().
-void TConnector::LookForLostAdmin()
-{
-    if (AdminConnection->state() != QLocalSocket::ConnectedState)
-        return;
-    pollfd admin = {static_cast<int>(AdminConnection->socketDescriptor()), POLLRDHUP, 0};
-    if (::poll(&admin, 1, 0) <= 0)
-        return;
-    emit ConnectionLost();
-    Ending::Request(AdminLostExitCode, tr("Admin connection is closed. Stopping application."));
-}
-
-void TConnector::connectionInError(QLocalSocket::LocalSocketError)
-{
-    TMyLocalSocket* const socket = SenderSocket();
-    emit ConnectionLost();
-    InConnections.removeOne(socket);
-    socket->abort();
-    socket->setParent(nullptr);
-    socket->deleteLater();
-    Log(tr("Connection In Error: %0\n").arg(QString::fromUtf8(socket->Name)));
-}
-
-void TConnector::connectionAdminError(QLocalSocket::LocalSocketError error)
-{
-    adminObstacle = Obstacle(error, AdminConnection->errorString());
-    emit ConnectionLost();
-    AdminConnection->abort();
-}
-
-void TConnector::DisconnectInConnection()
-{
-    TMyLocalSocket* const socket = SenderSocket();
-    InConnections.removeOne(socket);
-    socket->setParent(nullptr); // the server would delete its child a second time
-    socket->deleteLater();
-    Log(tr("Connection in disconnection: %0\n").arg(QString::fromUtf8(socket->Name)));
-}
-
-void TConnector::newInConnection(TMyLocalSocket* socket)
-{
-    connect(socket, &QLocalSocket::disconnected, this, &TConnector::DisconnectInConnection);
-    connect(socket, &QLocalSocket::errorOccurred, this, &TConnector::connectionInError);
-    connect(socket, &TMyLocalSocket::NewData, this, &TConnector::SlotNewData);
-    InConnections.append(socket);
-    Log(tr("New In Connection %0\n").arg(QString::fromUtf8(socket->Name)));
-}
-
-void TConnector::newOutConnection()
-{
-    Log(tr("New Out Connnection\n"));
-}
-
-void TConnector::connectionOutError(QLocalSocket::LocalSocketError)
-{
-    TMyLocalSocket* const socket = SenderSocket();
-    Log(tr("Connnection Out Error: %1 %2\n").arg(QString::fromUtf8(socket->Name), socket->errorString()));
-    emit ConnectionLost();
-    socket->abort();
-}
-
-void TConnector::DisconnectOutConnection()
-{
-    TMyLocalSocket* const socket = SenderSocket();
-    const QString name = QString::fromUtf8(socket->Name);
-    Log(tr("Connnection Disconnect: %0\n").arg(name));
-    socket->abort();
-    OutConnections.removeOne(socket);
-    addOutServerName(name);
-    socket->deleteLater();
-}
-
-void TConnector::DisconnectAdminConnection()
-{
-    Ending::Request(AdminLostExitCode, tr("Admin connection is closed. Stopping application."));
+    return BusFrame::HoldsCommand(socket->PeekAll(), socket->BlockSize, name);
 }
 
 void TConnector::SlotNewData(TMyLocalSocket* socket)
 {
-    for (;;) {
-        switch (BusFrame::NextStep(socket->BlockSize, socket->bytesAvailable())) {
-        case BusFrame::Step::Wait:
-            return;
-        case BusFrame::Step::Refuse:
-            socket->abort();
-            return;
-        case BusFrame::Step::ReadLength:
-            socket->BlockSize = BusFrame::Length(socket->read(BusFrame::LengthFieldSize));
-            break;
-        case BusFrame::Step::ReadBody:
-            BusFrame::Frame frame = BusFrame::Decode(socket->read(socket->BlockSize));
-            socket->BlockSize = 0;
-            std::visit([this, socket](auto& received) { Receive(received, socket); }, frame);
-        }
+    while (NextStep(socket)) { }
+    CountHeld(socket);
+}
+
+/// False when nothing can be done before more comes in.
+bool TConnector::NextStep(TMyLocalSocket* socket)
+{
+    switch (BusFrame::NextStep(socket->BlockSize, socket->bytesAvailable())) {
+    case BusFrame::Step::Wait:
+        return false;
+    case BusFrame::Step::Refuse:
+        socket->abort();
+        return false;
+    case BusFrame::Step::ReadLength:
+        socket->BlockSize = BusFrame::Length(socket->read(BusFrame::LengthFieldSize));
+        return true;
+    case BusFrame::Step::ReadBody:
+        BusFrame::Frame frame = BusFrame::Decode(socket->read(socket->BlockSize));
+        socket->BlockSize = 0;
+        std::visit([this, socket](auto& received) { Receive(received, socket); }, frame);
+        return true;
     }
+    Q_UNREACHABLE();
+}
+
+// One peer may send the largest frame at any time; all together may not make the process hold much more than that. A
+// name counts too: it stays as long as the connection. The administrator is trusted: to close his connection would be
+// to end the process.
+void TConnector::CountHeld(TMyLocalSocket* socket)
+{
+    constexpr qint64 MostHeld = qint64{64} * 1024 * 1024 + BusFrame::LargestAwaitedLength;
+    if (socket == AdminConnection)
+        return;
+    const qint64 holds = socket->isValid() ? socket->bytesAvailable() + socket->Name.size() : 0;
+    heldBytes += holds - std::exchange(socket->Held, holds);
+    if (heldBytes > MostHeld)
+        CloseLargest(); // it holds at least what has just come in
+}
+
+void TConnector::CloseLargest()
+{
+    const QList<TMyLocalSocket*> all = OutConnections + InConnections;
+    TMyLocalSocket* const largest =
+        *std::ranges::max_element(all, {}, [](const TMyLocalSocket* socket) { return socket->Held; });
+    refusalLog.Line(tr("Peer %1 is disconnected: all unfinished frames together have %2 bytes, its own %3")
+                        .arg(Shown(largest->Name), QString::number(heldBytes), QString::number(largest->Held)));
+    LetGo(largest);
+    largest->abort();
+}
+
+void TConnector::LetGo(TMyLocalSocket* socket)
+{
+    heldBytes -= std::exchange(socket->Held, 0);
 }
 
 void TConnector::Receive(const BusFrame::Identify& frame, TMyLocalSocket* socket)

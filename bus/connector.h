@@ -1,8 +1,10 @@
 #pragma once
 
 #include "frame.h"
+#include "limitedlog.h"
 #include "localsocket.h"
 #include "necessity.h"
+#include "peerusers.h"
 
 #include <QBasicTimer>
 #include <QList>
@@ -36,8 +38,14 @@ public:
     /// call it.
     void SetOutDataAll(uchar version, const QByteArray& data);
 
-    /// Whether a peer has sent the command `name` and it could not be handled yet, because the thread waits.
+    /// Whose processes may connect to this one, and be connected to. Anybody's in a new connector.
+    void SetPeerUsers(const PeerUsers& newUsers) { users = newUsers; }
+
+    /// Whether a peer has sent the command `name` (not empty) and it could not be handled yet, because the thread
+    /// waits.
     [[nodiscard]] bool CommandWaits(QByteArrayView name) const;
+    /// The same for one connection alone.
+    [[nodiscard]] bool CommandWaits(QByteArrayView name, TMyLocalSocket* socket) const;
 
     /// The connection to the administrative server, owned by the connector. Its Name is whom to connect to.
     TMyLocalSocket* const AdminConnection;
@@ -51,9 +59,10 @@ signals:
     void NewBusMessage(QByteArray iface, QByteArray data, int idConnect);
     /// The other end of a connection has gone. What it sent last and nobody has read yet is dropped behind this signal:
     /// CommandWaits() still sees it.
-    void ConnectionLost();
+    void ConnectionLost(TMyLocalSocket* socket);
 
 public slots:
+    // connectionInError() and DisconnectInConnection() are part of the given interface; the daemon does not call them.
     void connectionInError(QLocalSocket::LocalSocketError error);
     void connectionAdminError(QLocalSocket::LocalSocketError error);
     void DisconnectInConnection();
@@ -68,14 +77,26 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
-    // --- the reconnect tick
+    // --- connections that it makes, and its own server: reconnecting.cpp
     [[nodiscard]] bool OutConnectionsStood(const QByteArray& identify);
     [[nodiscard]] bool ReconnectAdmin(const QByteArray& identify);
+    void Connect(TMyLocalSocket& socket, const QByteArray& identify);
+    void TellObstacle(TMyLocalSocket& socket, const QString& reason);
     void TellWhoIsWaitedFor();
     void StartServer();
     void LookForLostAdmin();
 
-    // --- frames that came in
+    // --- connections that come in: incoming.cpp
+    [[nodiscard]] bool Admits(qintptr descriptor);
+    void FailIn(TMyLocalSocket* socket);
+    void EndIn(TMyLocalSocket* socket);
+    void Forget(TMyLocalSocket* socket);
+
+    // --- frames that came in: connector.cpp
+    [[nodiscard]] bool NextStep(TMyLocalSocket* socket);
+    void CountHeld(TMyLocalSocket* socket);
+    void CloseLargest();
+    void LetGo(TMyLocalSocket* socket);
     void Receive(const BusFrame::Identify& frame, TMyLocalSocket* socket);
     void Receive(BusFrame::Action& frame, TMyLocalSocket* socket);
     void Receive(BusFrame::Command& frame, TMyLocalSocket* socket);
@@ -92,5 +113,9 @@ private:
     QList<TMyLocalSocket*> OutConnections;
     QBasicTimer reconnectTimer;
     Necessity administrator;
-    QString adminObstacle; // why the last connection to the administrator did not come about
+    QString obstacle; // why the last connection that failed did not come about
+    PeerUsers users;
+    LimitedLog incomingLog{100}; // a period is a tick
+    LimitedLog refusalLog{10};
+    qint64 heldBytes = 0; // by all connections together
 };

@@ -71,6 +71,16 @@ QByteArray OnlyArray(QByteArray&& body)
     return std::move(body.remove(0, Begin));
 }
 
+// Without decoding the rest: while the thread waits this is asked of all that strangers have sent, again and again.
+bool IsCommand(QByteArrayView body, QByteArrayView name)
+{
+    if (body.isEmpty() || static_cast<quint8>(body.front()) != BusFrame::CommandKind)
+        return false;
+    const QByteArrayView field = body.sliced(1);
+    return field.size() >= BusFrame::LengthFieldSize && BusFrame::Length(field) == name.size()
+        && field.sliced(BusFrame::LengthFieldSize).startsWith(name);
+}
+
 } // namespace
 
 QByteArray BusFrame::Encode(const Frame& frame)
@@ -136,9 +146,7 @@ bool BusFrame::HoldsCommand(QByteArrayView stream, qint32 blockSize, QByteArrayV
             blockSize = Length(take(LengthFieldSize));
             break;
         case Step::ReadBody:
-            const Frame frame = Decode(take(std::exchange(blockSize, 0)).toByteArray());
-            const auto* const command = std::get_if<Command>(&frame);
-            if (command && command->commandName == name)
+            if (IsCommand(take(std::exchange(blockSize, 0)), name))
                 return true;
         }
     }

@@ -70,8 +70,8 @@ enum class Step {
 /// than there are, reads as null (a number as 0), as do the fields behind it; an empty body is an empty Data frame.
 [[nodiscard]] Frame Decode(QByteArray body);
 
-/// Whether a Command frame `name` is among the whole frames of `stream`, what has come in and is not yet handled;
-/// `blockSize` as for NextStep().
+/// Whether a Command frame `name` (not empty) is among the whole frames of `stream`, what has come in and is not yet
+/// handled; `blockSize` as for NextStep().
 [[nodiscard]] bool HoldsCommand(QByteArrayView stream, qint32 blockSize, QByteArrayView name);
 
 } // namespace BusFrame

@@ -45,6 +45,11 @@ bool TServerPlugin::LoadSettings(const QString& fileName)
     else
         Log(tr("Error load settings ServerName: NoName "));
 
+    const PeerUsers users(settings.Text(u"Field/BusUsers"_s, {}));
+    for (const QString& name : users.Unknown())
+        pLog->Alert(tr("Field/BusUsers: there is no user %1").arg(name));
+    Connector->SetPeerUsers(users);
+
     const QString connections = settings.Text(u"Base/Connections"_s, NoName);
     if (connections == NoName || connections.isEmpty())
         Log(tr("Warrning: No Connections "));

@@ -53,8 +53,8 @@ bool AppendFile::EnsureOpen()
     Close();
 
     QDir().mkpath(QFileInfo(path).path());
-    descriptor =
-        ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644);
+    constexpr int Flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW;
+    descriptor = ::open(QFile::encodeName(path).constData(), Flags, 0644);
     if (descriptor < 0)
         lastError = errno;
     cutShort = false;
@@ -65,7 +65,7 @@ bool AppendFile::StillAtItsPath() const
 {
     struct stat atPath = {};
     struct stat opened = {};
-    return ::stat(QFile::encodeName(path).constData(), &atPath) == 0 && ::fstat(descriptor, &opened) == 0
+    return ::lstat(QFile::encodeName(path).constData(), &atPath) == 0 && ::fstat(descriptor, &opened) == 0
         && atPath.st_dev == opened.st_dev && atPath.st_ino == opened.st_ino;
 }
 

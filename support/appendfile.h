@@ -4,7 +4,8 @@
 #include <QString>
 
 /// A text file that only ever grows at its end, one line a write, opened when the first line comes. Follows its path:
-/// when the file was renamed or deleted (log rotation) the next line opens a new one.
+/// when the file was renamed or deleted (log rotation) the next line opens a new one. A symbolic link at the path is
+/// not followed: whoever may write in the directory could lead the lines into any file.
 class AppendFile final {
 public:
     explicit AppendFile(QString path);

@@ -1,4 +1,5 @@
 #include "files.h"
+#include "localsocket.h"
 #include "log.h"
 #include "ravelin.h"
 #include "terminal.h"
@@ -8,7 +9,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
 #include <utility>
+
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -101,6 +106,61 @@ private slots:
         controller.LoadSettings(Write(Path(u"a.ini"_s), "[Base]\n" + keys + '\n'));
         QTEST(pLog->Path(), "path");
         QTEST(Contents(pLog->Path()).contains("Warrning: No Connections \n"), "written");
+    }
+
+    void unknownBusUser()
+    {
+        Ravelin controller;
+        controller.LoadSettings(Write(Path(u"a.ini"_s),
+            "[Base]\nLogName=" + Path(u"users.log"_s).toUtf8() + "\n[Field]\nBusUsers=root, nobody-of-this-name\n"));
+        QCOMPARE(Contents(pLog->Path()).count("Field/BusUsers: there is no user"), 1);
+        QVERIFY(Contents(pLog->Path()).endsWith("there is no user nobody-of-this-name\n"));
+    }
+
+    void debugOutput_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QByteArray>("line");
+        QTest::addRow("ASCII as ever") << "a\"\\\x01\x7f\r\n b"_ba
+                                       << "\"a\\\"\\\\\\x01\\x7F\\r\\n b\""_ba;
+        QTest::addRow("Cyrillic") << "Опрос \"1\"\n"_ba
+                                  << "\"Опрос \\\"1\\\"\\n\""_ba;
+        QTest::addRow("bytes") << "\xD0\xFF"_ba
+                               << "\"\\xD0\\xFF\""_ba;
+    }
+
+    void debugOutput()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, line);
+        Ravelin controller;
+        QTest::ignoreMessage(QtDebugMsg, line.constData());
+        controller.ShowLog(text);
+    }
+
+    void backlog_data()
+    {
+        QTest::addColumn<QList<int>>("sizes"); // of frames, MiB, to a peer who does not read
+        QTest::addColumn<int>("taken"); // MiB
+        QTest::addRow("up to the bound") << QList{3, 3, 2} << 8;
+        QTest::addRow("a frame counts itself") << QList{5, 4, 2} << 7;
+        QTest::addRow("a large one alone") << QList{20, 1} << 20;
+    }
+
+    void backlog()
+    {
+        QFETCH(QList<int>, sizes);
+        QFETCH(int, taken);
+        constexpr int MiB = 1024 * 1024;
+        std::array<int, 2> ends{};
+        QCOMPARE(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends.data()), 0);
+        TMyLocalSocket socket;
+        QVERIFY(socket.setSocketDescriptor(ends[1]));
+        for (const int size : sizes)
+            socket.WriteFrame(QByteArray(size * MiB, 'x'));
+        const qint64 inKernel = taken * MiB - socket.bytesToWrite();
+        QVERIFY2(inKernel >= 0 && inKernel < MiB, QByteArray::number(inKernel));
+        ::close(ends[0]);
     }
 
     void pluginOpensDatabase()

@@ -1,9 +1,11 @@
 #include "appendfile.h"
 #include "database.h"
 #include "files.h"
+#include "limitedlog.h"
 #include "log.h"
 #include "necessity.h"
 #include "settingsfile.h"
+#include "shown.h"
 #include "virtualtime.h"
 
 #include <QDir>
@@ -35,14 +37,14 @@ private slots:
     void log()
     {
         TLog log(Path(u"new/directory/a.log"_s));
-        log.Message(u"Связь:\r\nb \t\n\r\n"_s);
+        log.Message(u"Связь:\r\nb\t \n\r\n"_s);
         log.Enabled(false);
         log.Message(u"off"_s);
         log.Alert({});
         QVERIFY(QFile::rename(log.Path(), Path(u"a.log.1"_s)));
         VirtualTime::Advance(1000);
         log.Alert(u"two"_s);
-        QCOMPARE(Contents(Path(u"a.log.1"_s)), "2014-03-04T08:29:30.007 Связь:  b \t\n2014-03-04T08:29:30.007 \n"_ba);
+        QCOMPARE(Contents(Path(u"a.log.1"_s)), "2014-03-04T08:29:30.007 Связь:  b\t \n2014-03-04T08:29:30.007 \n"_ba);
         QCOMPARE(Contents(log.Path()), "2014-03-04T08:29:31.007 two\n"_ba);
 
         qputenv("XDG_STATE_HOME", directory->path().toUtf8());
@@ -59,9 +61,53 @@ private slots:
         log.Message(u"kept"_s);
         QCOMPARE(Contents(log.Path()), "2014-03-04T08:29:30.007 kept\n"_ba);
 
+        QVERIFY(QFile::link(log.Path(), Path(u"link"_s)));
+        AppendFile link(Path(u"link"_s));
+        QVERIFY(!link.WriteLine("led astray"_ba));
+        QCOMPARE(Contents(log.Path()), "2014-03-04T08:29:30.007 kept\n"_ba);
+
         AppendFile full(u"/dev/full"_s);
         QVERIFY(!full.WriteLine("x"_ba));
         QCOMPARE(full.ErrorString(), u"No space left on device"_s);
+    }
+
+    void shown_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QString>("text");
+
+        const QString twoHundred(200, u'\u0451');
+        QTest::addRow("200 characters stay") << twoHundred.toUtf8() << twoHundred;
+        QTest::addRow("the 201st does not") << twoHundred.toUtf8() + "ab" << twoHundred + "..."_L1;
+        QTest::addRow("of 49 MB") << QByteArray(49'000'000, 'x') << QString(200, u'x') + "..."_L1;
+        QTest::addRow("four bytes each") << u"\U0001F512"_s.repeated(201).toUtf8()
+                                         << u"\U0001F512"_s.repeated(200) + "..."_L1;
+        QTest::addRow("control characters")
+            << "a\0\t\x1b[1m\x7f\xC2\x85\n"_ba << uR"(a\u{0}\u{9}\u{1b}[1m\u{7f}\u{85}\u{a})"_s;
+        QTest::addRow("order and ends of lines")
+            << u"\u202E\u2028\u2029\u200B\U000E0041"_s.toUtf8() << uR"(\u{202e}\u{2028}\u{2029}\u{200b}\u{e0041})"_s;
+        QTest::addRow("no UTF-8") << "a\xFFz %1 \\"_ba << u"a\uFFFDz %1 \\"_s;
+    }
+
+    void shown()
+    {
+        QFETCH(QByteArray, name);
+        QTEST(Shown(name), "text");
+    }
+
+    void limitedLog()
+    {
+        TLog log(Path(u"a.log"_s));
+        pLog = &log;
+        LimitedLog limited(2);
+        limited.PeriodEnds(u"none"_s);
+        for (int i = 0; i < 3212; ++i)
+            limited.Line(QString::number(i));
+        limited.PeriodEnds(u"and %1 more"_s);
+        limited.Line(u"next"_s);
+        limited.PeriodEnds(u"none"_s);
+        pLog = nullptr;
+        QCOMPARE(Contents(log.Path()).replace("2014-03-04T08:29:30.007 ", ""), "0\n1\nand 3,210 more\nnext\n"_ba);
     }
 
     void necessity()

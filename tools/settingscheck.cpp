@@ -52,7 +52,7 @@ constexpr Key Text(const char* name, KeptIn file, const char* fallback)
     return {QLatin1StringView(name), file, nullptr, QLatin1StringView(fallback)};
 }
 
-constexpr std::array<Key, 24> Keys{{
+constexpr std::array<Key, 25> Keys{{
     Of<&SysVar::PortKS>("Main/PortKS"),
     Of<&SysVar::PortCounterKTP>("Main/PortCounterKTP"),
     Of<&SysVar::PortAlarmButton>("Main/PortAlarmButton"),
@@ -70,6 +70,7 @@ constexpr std::array<Key, 24> Keys{{
     Text("Base/AdminServerName", KeptIn::Bus, "NoName"),
     Text("Base/ServerName", KeptIn::Bus, "NoName"),
     Text("Base/Connections", KeptIn::Bus, "NoName"),
+    Text("Field/BusUsers", KeptIn::Bus, ""),
     Text("Base/BaseIni", KeptIn::Main, ""),
     Of<&SysVar::BDType>("Base/BDType", KeptIn::Database),
     Of<&SysVar::BaseName>("Base/BaseName", KeptIn::Database),
@@ -206,7 +207,7 @@ QStringList SettingsCheck::KeyProblems() const
             if (KnownKeys().contains(key))
                 continue;
             const QString likely = LikelyKey(key);
-            const bool ours = key.startsWith("Main/"_L1) || key.startsWith("Base/"_L1)
+            const bool ours = key.startsWith("Main/"_L1) || key.startsWith("Base/"_L1) || key.startsWith("Field/"_L1)
                 || (!likely.isEmpty() && WithoutGroup(key) == WithoutGroup(likely));
             if (ours)
                 problems.append(u"%1: %2 is no key of the daemon's"_s.arg(file->name, key)

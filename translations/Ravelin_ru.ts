@@ -301,10 +301,6 @@
         <translation>нет прав на подключение</translation>
     </message>
     <message>
-        <source>it takes no connection</source>
-        <translation>он не принимает подключение</translation>
-    </message>
-    <message>
         <source>The administrative server %1 is connected</source>
         <translation>Административный сервер %1 подключён</translation>
     </message>
@@ -315,6 +311,38 @@
     <message>
         <source>The administrative server has to wait until these peers are connected: %1</source>
         <translation>Административный сервер ждёт, пока не подключатся серверы: %1</translation>
+    </message>
+    <message>
+        <source>Peer %1 is disconnected: all unfinished frames together have %2 bytes, its own %3</source>
+        <translation>Сервер %1 отключён: незавершённые кадры занимают %2 байт, из них его — %3</translation>
+    </message>
+    <message>
+        <source>A connection is refused: %1 are open</source>
+        <translation>Подключение отклонено: открыто %1</translation>
+    </message>
+    <message>
+        <source>A connection of the user with number %1 is refused: it is not among BusUsers</source>
+        <translation>Подключение пользователя с номером %1 отклонено: его нет в BusUsers</translation>
+    </message>
+    <message>
+        <source>... and %1 more lines about connections that came and went</source>
+        <translation>... и ещё строк о появившихся и ушедших подключениях: %1</translation>
+    </message>
+    <message>
+        <source>... and %1 more refusals</source>
+        <translation>... и ещё отказов: %1</translation>
+    </message>
+    <message>
+        <source>it does not take its connections, its queue of them is full</source>
+        <translation>он не принимает подключения, очередь переполнена</translation>
+    </message>
+    <message>
+        <source>it belongs to the user with number %1, who is not among BusUsers</source>
+        <translation>он принадлежит пользователю с номером %1, которого нет в BusUsers</translation>
+    </message>
+    <message>
+        <source>Cannot connect to %1: %2</source>
+        <translation>Не удалось подключиться к %1: %2</translation>
     </message>
 </context>
 <context>
@@ -345,6 +373,10 @@
     <message>
         <source>Cannot open database %1: %2</source>
         <translation>Не удалось открыть базу данных %1: %2</translation>
+    </message>
+    <message>
+        <source>Field/BusUsers: there is no user %1</source>
+        <translation>Field/BusUsers: нет пользователя %1</translation>
     </message>
 </context>
 <context>

@@ -66,6 +66,15 @@ class CommandLine(unittest.TestCase):
                     self.assertIn(word, done.stdout)
             self.assertEqual(os.listdir(home.directory), ["twin"])
 
+    def test_rights_of_what_it_makes(self):
+        """The user's and the group's alone, whatever its caller has set."""
+        with Process(speed=50) as home:
+            home.write_settings(SETTINGS % (os.path.join(home.directory, "new.db"), "/none", "/none"))
+            self.addCleanup(os.umask, os.umask(0))
+            home.start_with_admin("probe")
+            for name, rights in (("the.log", 0o640), ("new.db", 0o640), ("probe", 0o770)):
+                self.assertEqual(oct(os.stat(os.path.join(home.directory, name)).st_mode & 0o777), oct(rights), name)
+
     def test_settings_at_the_end(self):
         """Without a file behind it, it stands for the usual files, which then count alone."""
         with contextlib.closing(ModemLine()) as named, contextlib.closing(ModemLine()) as usual, Process() as home:

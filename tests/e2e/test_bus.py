@@ -1,5 +1,6 @@
 """The bus seen from the other end: bytes, order of coming up, ends, and peers that misbehave."""
 
+import contextlib
 import os
 import select
 import shutil
@@ -11,7 +12,7 @@ import unittest
 
 from rig import BUILD
 from rig import buspeer as bus
-from rig.process import SANITIZED, Process, wait_for
+from rig.process import SANITIZED, Process, faketime_environment, wait_for
 
 ALONE = "[Base]\nAdminServerName=admin\nServerName=probe\n"
 PEERS = ALONE + "Connections=first  second\n"
@@ -29,8 +30,11 @@ def renamed(name):
 
 
 def descriptors(process, kind=""):
-    directory = f"/proc/{process.pid}/fd"
-    return sum(os.readlink(os.path.join(directory, number)).startswith(kind) for number in os.listdir(directory))
+    directory, count = f"/proc/{process.pid}/fd", 0
+    for number in os.listdir(directory):
+        with contextlib.suppress(FileNotFoundError):  # closed since
+            count += os.readlink(os.path.join(directory, number)).startswith(kind)
+    return count
 
 
 def resident_kib(process):
@@ -164,9 +168,13 @@ class ComingUp(unittest.TestCase):
             home.start()
             wait_for(lambda: descriptors(home.process, "socket") == 1, "it connects")
             self.assertEqual(select.select([second.socket], [], [], 0)[0], [])
+            full = "Cannot connect to first: it does not take its connections, its queue of them is full"
+            home.wait_for_log(full)  # 30 s later
+            self.assertEqual(home.accept(second).read_frame(), bus.identify(b"probe"))
+            wait_for(lambda: descriptors(home.process, "socket") == 2, "it connects again")
             home.accept(busy)
-            for listener in (busy, second):
-                self.assertEqual(home.accept(listener).read_frame(), bus.identify(b"probe"))
+            self.assertEqual(home.accept(busy).read_frame(), bus.identify(b"probe"))
+            self.assertEqual(home.log_texts().count(full), 1)
 
     def test_own_name_is_taken(self):
         """It is tried again whoever is there meanwhile. A new name waits for the peers once more."""
@@ -250,6 +258,80 @@ class ComingUp(unittest.TestCase):
                 self.assertEqual(home.log_texts()[:3], first)
                 home.signal(signal.SIGINT)
                 self.assertEqual(home.wait(), 0)
+
+
+@unittest.skipUnless(os.geteuid() == 0, "takes the part of other users")
+class OtherUsers(unittest.TestCase):
+    """The user "nobody" beside root, where file permissions let everybody connect."""
+
+    AS_NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
+    BEGINS = "import socket, sys; s = socket.socket(socket.AF_UNIX)\n"
+    SPEAKS = "try:\n c.sendall(bytes.fromhex(sys.argv[2])); print(c.recv(9), flush=True)\nexcept OSError: print('hung up', flush=True)\n"
+    CONNECTS = BEGINS + "c = s; s.connect(sys.argv[1])\n" + SPEAKS
+    POSES = BEGINS + "s.bind(sys.argv[1]); s.listen(); c = s.accept()[0]\n" + SPEAKS + "s.accept()"
+    TURNED_AWAY = (b"b''\n", b"hung up\n")
+
+    def started(self, settings):
+        home = self.enterContext(Process("busprobe", settings))
+        os.chmod(home.directory, 0o777)
+        self.addCleanup(os.umask, os.umask(0))
+        return home
+
+    def nobody(self, home, code, name, says):
+        path = os.path.join(home.directory, name)
+        process = self.enterContext(subprocess.Popen([*self.AS_NOBODY, "/usr/bin/python3", "-c", code, path, says.hex()],
+                                                     stdout=subprocess.PIPE, stderr=subprocess.DEVNULL))
+        self.addCleanup(process.kill)
+        return process
+
+    def test_connecting(self):
+        refused = "A connection of the user with number 65534 is refused: it is not among BusUsers"
+        for users, welcome in (("", True), ("root", False), ("daemon, nobody", True)):
+            with self.subTest(users=users):
+                home = self.started(ALONE + f"[Field]\nBusUsers={users}\n")
+                admin = home.start_with_admin("probe")
+                admin.read_frame()
+                guest = self.nobody(home, self.CONNECTS, "probe", bus.data(7, b"echo"))
+                if welcome:
+                    self.assertEqual(guest.stdout.read(), b"%r\n" % bus.data(7, b"echo")[:9])
+                else:
+                    home.wait_for_log(refused)
+                    self.assertIn(guest.stdout.read(), self.TURNED_AWAY)
+                own = home.connect("probe")
+                own.send(bus.data(8, b"own"))
+                self.assertEqual(own.read_frame(), bus.data(8, b"own"))
+                self.assertEqual(refused in home.log_texts(), not welcome)
+
+    def test_posing_as_administrator(self):
+        stranger = "it belongs to the user with number 65534, who is not among BusUsers"
+        home = self.started(ALONE + "[Field]\nBusUsers=daemon\n")
+        pretender = self.nobody(home, self.POSES, "admin", bus.command(b"Wait_a_minute"))
+        wait_for(lambda: os.path.exists(os.path.join(home.directory, "admin")), "the pretender")
+        home.start()
+        home.wait_for_log(f"Cannot connect to admin: {stranger}")
+        self.assertIn(pretender.stdout.readline(), self.TURNED_AWAY)
+        wait_for(lambda: f"The administrative server admin cannot be reached: {stranger}\n" in home.stderr(), "stderr")
+        pretender.kill()
+        os.unlink(os.path.join(home.directory, "admin"))
+        self.assertEqual(home.accept(home.listen("admin")).read_frame(), bus.identify(b"probe"))
+        self.assertNotIn("Admin connection is closed. Stopping application.", home.log_texts())
+        self.assertEqual(home.log_texts().count("New Out Connnection"), 1)
+
+    def test_no_permission(self):
+        home = self.started(ALONE)
+        # The time is set behind setpriv: its semaphores must not be root's.
+        program, time = os.path.join(BUILD, home.program), faketime_environment(home.speed, home.start_time)
+        home.program, home.speed = shutil.which("setpriv"), 0
+        home.arguments = [*self.AS_NOBODY[1:], "env", *(f"{name}={value}" for name, value in time.items()), program,
+                          "-settings", home.settings_path]
+        listener = home.listen("admin")
+        os.chmod(os.path.join(home.directory, "admin"), 0o600)
+        home.start()
+        home.wait_for_log("Cannot connect to admin: no permission to connect")
+        os.chmod(os.path.join(home.directory, "admin"), 0o666)
+        self.assertEqual(home.accept(listener).read_frame(), bus.identify(b"probe"))
+        home.wait_for_log("Start server: probe Ok!!!! ")
+        self.assertEqual(home.log_texts().count("Cannot connect to admin: no permission to connect"), 1)
 
 
 class Ending(unittest.TestCase):

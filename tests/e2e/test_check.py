@@ -169,7 +169,7 @@ class Installation(unittest.TestCase):
         known = set()
         for source in ("collector/sysvar.cpp", "bus/serverplugin.cpp"):
             with open(os.path.join(ROOT, source), encoding="utf-8") as file:
-                known |= set(re.findall(r'u"((?:Main|Base)/\w+)"_s', file.read()))
+                known |= set(re.findall(r'u"((?:Main|Base|Field)/\w+)"_s', file.read()))
         report = ravelinctl("check", "-settings", os.devnull)[1]
         self.assertEqual({line.split(" = ")[0] for line in report}, known)
         self.assertEqual([line.replace("(default)", f"({EXAMPLE})") for line in report],

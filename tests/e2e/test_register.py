@@ -7,6 +7,7 @@ import os
 import re
 import shutil
 import sqlite3
+import subprocess
 import tempfile
 import unittest
 
@@ -187,13 +188,34 @@ class OnSqlite(Both, unittest.TestCase):
         write_file(self.directory, "the.ini", f"[Base]\nBaseName={copies[0]}\n")
         self.assertIn("meters behind nodes: 0,", self.tool("check")[1][0])
 
-    def test_where_the_daemon_looks(self):
-        """Beside the program: ravelin.ini, and a database without a leading slash."""
+    def test_where_settings_are_looked_for(self):
         program = shutil.copy(os.path.join(BUILD, "ravelinctl"), self.directory)
+        etc = os.path.join(self.directory, "etc")
+        os.makedirs(os.path.join(etc, "ravelin"))
+        with_this_etc = ["-m" if os.geteuid() == 0 else "-rm", "sh", "-c", 'mount --bind "$0" /etc && exec "$@"', etc]
+        if subprocess.run(["unshare", *with_this_etc, "true"], stderr=subprocess.DEVNULL).returncode:
+            self.skipTest("nothing may be mounted here")
+
+        def tool(*words):
+            return ravelinctl(*with_this_etc, program, *words, program=shutil.which("unshare"))
+
+        usual = "/etc/ravelin/ravelin.ini", os.path.join(self.directory, "ravelin.ini")
+        complaint = f"There is no settings file, neither {usual[0]} nor {usual[1]}; name one: -settings FILE"
+        for words in (["register", "check"], ["schedule"]):
+            self.assertEqual(tool(*words), (1, [], [complaint]))
+        self.assertEqual(tool("check"), (1, ["Problems: 1, hints: 0. Looked as the user 0, who may open nearly "
+                                             "everything; settings: none."], [complaint]))
+        # A database without a leading slash, too, is looked for beside the program.
         base = write_file(self.directory, "base.ini", "[Base]\nBaseName=db/other.db\n")
         write_file(self.directory, "ravelin.ini", f"[Base]\nBaseName=unused.db\nBaseIni={base}\n")
-        self.assertEqual(ravelinctl("register", "init", program=program)[0], 0)
+        self.assertEqual(tool("register", "init")[1][0], f"No -settings was given; {usual[1]} is taken.")
         self.assertTrue(os.path.exists(os.path.join(self.directory, "db", "other.db")))
+        write_file(os.path.join(etc, "ravelin"), "ravelin.ini", f"[Base]\nBaseName={self.path}\n")
+        self.assertEqual(tool("register", "init")[1][0], f"No -settings was given; {usual[0]} is taken.")
+        self.assertTrue(os.path.exists(self.path))
+        report = tool("check")[1]
+        self.assertIn(f"hint: {usual[1]} is there, too; a daemon that is started without -settings", report[0])
+        self.assertIn(f"settings: {usual[0]} (no -settings was given).", report[-1])
 
 
 class OnPostgres(Both, unittest.TestCase):
@@ -273,6 +295,10 @@ class Usage(unittest.TestCase):
     def test_refused(self):
         rows = [
             (["bogus"], 2, 'There is no command "bogus". See ravelinctl --help'),
+            (["Shedule"], 2, 'There is no command "Shedule". Is "schedule" meant? See ravelinctl --help'),
+            (["register", "imprt"], 2, 'There is no command "imprt". Is "import" meant? See ravelinctl register --help'),
+            (["check", "-setings", "x"], 2,
+             'There is no option "setings". Is "--settings" meant? See ravelinctl check --help'),
             (["register", "import"], 2, "A file is missing. See ravelinctl register import --help"),
             (["schedule", "--count", "0"], 2, '--from takes "yyyy-MM-dd hh:mm", --count a number from 1 to 1000.'),
             (["register", "check", "/dev/zero"], 1, "/dev/zero: this is not a regular file"),
@@ -284,6 +310,14 @@ class Usage(unittest.TestCase):
             with self.subTest(words):
                 done = ravelinctl(*words)
                 self.assertEqual((done[0], done[1], done[2][0]), (code, [], complaint))
+
+    def test_help_and_version(self):
+        self.assertRegex(ravelinctl("-v")[1][0], r"^\d+\.\d+\.\d+$")
+        for words, first in ((["help"], "Usage: ravelinctl COMMAND ..."),
+                             (["register", "help"], "Usage: ravelinctl register COMMAND ..."),
+                             (["help", "register", "import"], "Usage: ravelinctl register import [options] FILE.csv")):
+            self.assertEqual(ravelinctl(*words)[::2], (0, []))
+            self.assertEqual(ravelinctl(*words)[1][0], first)
 
 
 if __name__ == "__main__":

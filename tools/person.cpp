@@ -3,7 +3,6 @@
 #include <QList>
 
 #include <algorithm>
-
 #include <grp.h>
 #include <pwd.h>
 

@@ -311,6 +311,14 @@ class Usage(unittest.TestCase):
                 done = ravelinctl(*words)
                 self.assertEqual((done[0], done[1], done[2][0]), (code, [], complaint))
 
+    def test_in_russian(self):
+        csv = write_file(self.enterContext(tempfile.TemporaryDirectory()), "r.csv", HEADER + f"1,{UIN},1,СET3,0,\n")
+        english = f'{csv}, line 2: Model must be CE102, CE301, SET1 or SET3, not "СET3"; the first letter is Cyrillic'
+        russian = f"{csv}, строка 2: Model должен быть CE102, CE301, SET1 или SET3, а не «СET3»; первая буква — кириллица"
+        for complaint, environment in ((russian, {"LC_ALL": "ru_RU.UTF-8"}), (russian, {"LC_ALL": "", "LC_MESSAGES": "",
+                                       "LANG": "ru_RU.UTF-8"}), (english, {"LC_ALL": "C", "LANG": "ru_RU.UTF-8"})):
+            self.assertEqual(ravelinctl("register", "check", csv, **environment), (1, [], [complaint]))
+
     def test_help_and_version(self):
         self.assertRegex(ravelinctl("-v")[1][0], r"^\d+\.\d+\.\d+$")
         for words, first in ((["help"], "Usage: ravelinctl COMMAND ..."),

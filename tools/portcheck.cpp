@@ -48,21 +48,35 @@ QString ProgramOf(const QString& process)
     return name.open(QIODevice::ReadOnly) ? QString::fromUtf8(name.readAll()).trimmed() : QString();
 }
 
-// The daemon wants its line for itself, so this is how it looks while it runs. Other users' programs are not seen.
-Port Held(dev_t device)
+struct Holder {
+    QString program;
+    QString process; ///< its number
+    [[nodiscard]] bool IsDaemon() const { return program == "ravelin"_L1; }
+};
+
+// Of another user's programs only root sees what they have open.
+Holder HolderOf(dev_t device)
 {
-    Port port{Texts::tr("a program of another user has it, the daemon if that is running"), Weight::Problem, device};
+    Holder holder;
     for (const QString& process : QDir(u"/proc"_s).entryList({u"[1-9]*"_s}, QDir::Dirs)) {
-        if (!HasOpen(process, device))
-            continue;
-        const QString program = ProgramOf(process);
-        if (program == "ravelin"_L1)
-            return {Texts::tr("the daemon runs (process %1) and has it, so that it is there is all that can be seen")
-                        .arg(process),
-                Weight::Hint, device};
-        port.remark = Texts::tr("another program has it: %1 (process %2)").arg(program, process);
+        if (HasOpen(process, device))
+            holder = {ProgramOf(process), process};
+        if (holder.IsDaemon())
+            break;
     }
-    return port;
+    return holder;
+}
+
+// The daemon wants its line for itself: while it runs the line can be opened by nobody but root.
+Port Held(const Holder& holder, dev_t device)
+{
+    if (holder.IsDaemon())
+        return {Texts::tr("the daemon runs (process %1) and has it, as it should").arg(holder.process), Weight::Hint,
+            device};
+    if (holder.process.isEmpty())
+        return {Texts::tr("a program of another user has it, the daemon if that is running"), Weight::Problem, device};
+    return {Texts::tr("another program has it: %1 (process %2)").arg(holder.program, holder.process), Weight::Problem,
+        device};
 }
 
 Port Refused(const struct stat& status)
@@ -86,14 +100,17 @@ Port LookAt(const QString& name)
         return {Texts::tr("it is no device")};
     const int descriptor = ::open(path.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0 && errno == EBUSY)
-        return Held(status.st_rdev);
+        return Held(HolderOf(status.st_rdev), status.st_rdev);
     if (descriptor < 0 && errno == EACCES)
         return Refused(status);
     if (descriptor < 0)
         return {qt_error_string(errno)};
     const bool isLine = ::isatty(descriptor) == 1;
     ::close(descriptor);
-    return {isLine ? QString() : Texts::tr("it is no serial line"), Weight::Problem, status.st_rdev};
+    if (!isLine)
+        return {Texts::tr("it is no serial line"), Weight::Problem, status.st_rdev};
+    const Holder holder = HolderOf(status.st_rdev);
+    return holder.IsDaemon() ? Held(holder, status.st_rdev) : Port{{}, Weight::Problem, status.st_rdev};
 }
 
 Finding Sentence(const QString& key, const QString& name, const QString& remark, Weight weight = Weight::Problem)

@@ -56,6 +56,17 @@ QStringList SchemaStatements(const QString& file)
     return statements;
 }
 
+/// That has the driver of the daemon's database; empty when it is installed.
+QString MissingPackage(const SysVar& vars)
+{
+    const bool isFile = vars.BDType == "sqlite3"_L1;
+    if (!isFile && vars.BDType != "postgres"_L1) // that is told elsewhere
+        return {};
+    if (QSqlDatabase::isDriverAvailable(isFile ? u"QSQLITE"_s : u"QPSQL"_s))
+        return {};
+    return isFile ? u"libqt6sql6-sqlite"_s : u"libqt6sql6-psql"_s;
+}
+
 // In the database's own words, if it had any.
 QString Reason(const QSqlError& error)
 {
@@ -64,9 +75,11 @@ QString Reason(const QSqlError& error)
 
 } // namespace
 
-RegisterDatabase::RegisterDatabase(const SysVar& vars_) : vars(vars_), database(MainBase::Add(Connection, vars))
+RegisterDatabase::RegisterDatabase(const SysVar& vars_)
+    : vars(vars_),
+      database(MissingPackage(vars).isEmpty() ? MainBase::Add(Connection, vars) : QSqlDatabase())
 {
-    if (IsFile())
+    if (IsFile() && database.isValid())
         vars.BaseName = database.databaseName();
 }
 
@@ -78,13 +91,15 @@ RegisterDatabase::~RegisterDatabase()
 
 bool RegisterDatabase::Open(Missing file)
 {
-    return (!IsFile() || FindFile(file)) && Connect();
+    return HasDriver() && (!IsFile() || FindFile(file)) && Connect();
 }
 
 // Even a reader makes the files of the write-ahead log, and leaves them behind. It makes none of a file that it takes
 // for unchangeable, which is true when there is no log, that is, no writer and nothing that one left.
 bool RegisterDatabase::OpenToRead()
 {
+    if (!HasDriver())
+        return false;
     if (!IsFile())
         return Connect();
     if (!FindFile(Missing::Fails))
@@ -94,6 +109,12 @@ bool RegisterDatabase::OpenToRead()
     database.setDatabaseName(u"file:%1?%2"_s.arg(path, hasLog ? u"mode=ro"_s : u"immutable=1"_s));
     database.setConnectOptions(u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s);
     return Connect();
+}
+
+bool RegisterDatabase::HasDriver()
+{
+    const QString package = MissingPackage(vars);
+    return package.isEmpty() || Fail(Texts::tr("its driver is not installed; it is in the package %1").arg(package));
 }
 
 bool RegisterDatabase::Connect()

@@ -571,10 +571,6 @@ Commands:
         <translation>его держит программа другого пользователя; если демон работает, то он</translation>
     </message>
     <message>
-        <source>the daemon runs (process %1) and has it, so that it is there is all that can be seen</source>
-        <translation>его держит работающий демон (процесс %1), поэтому видно только, что он есть</translation>
-    </message>
-    <message>
         <source>another program has it: %1 (process %2)</source>
         <translation>его держит другая программа: %1 (процесс %2)</translation>
     </message>
@@ -857,6 +853,14 @@ Ends with exit code 1 when one cannot be over even if every meter answers at onc
     <message>
         <source>%1: no meter with global_id &quot;%2&quot; is registered</source>
         <translation>%1: счётчик с global_id «%2» не зарегистрирован</translation>
+    </message>
+    <message>
+        <source>the daemon runs (process %1) and has it, as it should</source>
+        <translation>его держит работающий демон (процесс %1), как и должно быть</translation>
+    </message>
+    <message>
+        <source>its driver is not installed; it is in the package %1</source>
+        <translation>её драйвер не установлен; он в пакете %1</translation>
     </message>
 </context>
 <context>

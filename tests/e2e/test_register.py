@@ -188,6 +188,14 @@ class OnSqlite(Both, unittest.TestCase):
         write_file(self.directory, "the.ini", f"[Base]\nBaseName={copies[0]}\n")
         self.assertIn("meters behind nodes: 0,", self.tool("check")[1][0])
 
+    def test_driver_that_is_not_installed(self):
+        program = shutil.copy(os.path.join(BUILD, "ravelinctl"), self.directory)
+        write_file(self.directory, "qt.conf", "[Paths]\nPlugins=/none\n")
+        for kind, package in (("sqlite3", "sqlite"), ("postgres", "psql")):
+            write_file(self.directory, "the.ini", f"[Base]\nBDType={kind}\n")
+            self.assertRegex(ravelinctl("register", "init", "-settings", self.settings_path, program=program)[2][0],
+                             rf"its driver is not installed; it is in the package libqt6sql6-{package}$")
+
     def test_where_settings_are_looked_for(self):
         program = shutil.copy(os.path.join(BUILD, "ravelinctl"), self.directory)
         etc = os.path.join(self.directory, "etc")
@@ -310,6 +318,27 @@ class Usage(unittest.TestCase):
             with self.subTest(words):
                 done = ravelinctl(*words)
                 self.assertEqual((done[0], done[1], done[2][0]), (code, [], complaint))
+
+    def test_spreadsheets(self):
+        semicolons = HEADER.replace(",", ";").replace("\n", ";;\n")
+        rows = [
+            ((semicolons + "1;КТП;9;CE301;1;;;\n").encode("cp1251"), 'line 2: this is not UTF-8 text; have the spreadsheet '
+                                                                     'save it as "CSV UTF-8"'),
+            ((semicolons + f"7;{UIN};9,21703E+12;CE301;0;40;;\n").encode(), "line 2: the Number must have all its digits (in "
+             'the spreadsheet, make the column text), not "9,21703E+12"'),
+            ((semicolons + f"7;{UIN};1;SET1;0;дом;;\n").encode(), 'line 2: KI_Number must be of Latin letters, digits and '
+             'signs (Latin-1), not "дом"; Cyrillic letters: 1, 2, 3'),
+            ((HEADER.replace(",", "\t") + "1\tКТП\t9\tCE301\t1\t\n").encode("utf-16"), None),
+        ]
+        with tempfile.NamedTemporaryFile() as file:
+            for contents, complaint in rows:
+                with self.subTest(complaint):
+                    file.seek(0)
+                    file.truncate()
+                    file.write(contents)
+                    file.flush()
+                    done = ravelinctl("register", "check", file.name)
+                    self.assertEqual(done[::2], (1, [f"{file.name}, {complaint}"]) if complaint else (0, []))
 
     def test_in_russian(self):
         csv = write_file(self.enterContext(tempfile.TemporaryDirectory()), "r.csv", HEADER + f"1,{UIN},1,СET3,0,\n")

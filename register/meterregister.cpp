@@ -1,8 +1,11 @@
 #include "meterregister.h"
 
+#include "lookalikes.h"
 #include "metermodel.h"
+#include "registertexts.h"
 
 #include <QHash>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -30,6 +33,18 @@ bool IsMeterNumber(const QString& text)
     return text.toInt(&isNumber) >= 0 && isNumber;
 }
 
+// What a spreadsheet makes of a long number: 9,21703E+12.
+bool HasExponent(const QString& text)
+{
+    static const QRegularExpression form(u"^[+-]?[0-9]+([.,][0-9]*)?[eE][+-]?[0-9]+$"_s);
+    return form.match(text).hasMatch();
+}
+
+bool IsLatin1(const QString& text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x100; });
+}
+
 bool SameMeter(const RegisterRow& a, const RegisterRow& b)
 {
     return std::all_of(RegisterColumns.begin(), RegisterColumns.end(),
@@ -45,13 +60,11 @@ QStringList NamesOfModels(bool forSubstation)
     return names;
 }
 
-/// "a CE301 or a SET3" with the article "a ".
-QString Either(QStringList names, const QString& article)
+/// "CE301 or SET3".
+QString Either(QStringList names)
 {
-    const QString last = article + names.takeLast();
-    for (QString& name : names)
-        name.prepend(article);
-    return names.join(", "_L1) + " or "_L1 + last;
+    const QString last = names.takeLast();
+    return names.join(", "_L1) + RegisterTexts::tr(" or ") + last;
 }
 
 QStringList ProblemsAlone(const RegisterRow& row)
@@ -60,22 +73,31 @@ QStringList ProblemsAlone(const RegisterRow& row)
     QStringList problems;
     const auto unless = [&](bool right, const QString& what, const QString& value) {
         if (!right)
-            problems.append(u"%1: %2, not \"%3\""_s.arg(row.place, what, value));
+            problems.append(
+                RegisterTexts::tr("%1: %2, not \"%3\"").arg(row.place, what, value) + CyrillicRemark(value));
     };
+    const bool isExponent = HasExponent(row.number);
     const bool substation = row.type == u'1';
-    unless(IsKey(row.globalId), u"global_id must be a whole number from 1 to 2147483647"_s, row.globalId);
+    unless(
+        IsKey(row.globalId), RegisterTexts::tr("global_id must be a whole number from 1 to 2147483647"), row.globalId);
     if (row.type == u'0') {
-        unless(IsNodeAddress(row.uin), u"the UIN of a node must be 16 digits 0-9 A-F"_s, row.uin);
-        unless(row.uin.count(u'0') != 16, u"the UIN must be that of a node"_s, row.uin);
+        unless(IsNodeAddress(row.uin), RegisterTexts::tr("the UIN of a node must be 16 digits 0-9 A-F"), row.uin);
+        unless(row.uin.count(u'0') != 16, RegisterTexts::tr("the UIN must be that of a node"), row.uin);
     } else {
-        unless(!row.uin.isEmpty(), u"the UIN of a substation meter may be any name"_s, row.uin);
+        unless(!row.uin.isEmpty(), RegisterTexts::tr("the UIN of a substation meter may be any name"), row.uin);
     }
-    unless(model, u"Model must be %1"_s.arg(Either(NamesOfModels(false), {})), row.model);
+    unless(model, RegisterTexts::tr("Model must be %1").arg(Either(NamesOfModels(false))), row.model);
     unless(!substation || !model || model->substation,
-        u"the substation meter must be %1"_s.arg(Either(NamesOfModels(true), u"a "_s)), row.model);
-    unless(row.type == u'0' || substation, u"Type must be 0 (behind a node) or 1 (substation meter)"_s, row.type);
-    unless(!model || !model->numberIsAddress || IsMeterNumber(row.number),
-        u"the Number of a %1 must be a whole number from 0 to 2147483647"_s.arg(row.model), row.number);
+        RegisterTexts::tr("the Model of a substation meter must be %1").arg(Either(NamesOfModels(true))), row.model);
+    unless(row.type == u'0' || substation, RegisterTexts::tr("Type must be 0 (behind a node) or 1 (substation meter)"),
+        row.type);
+    unless(!model || !model->numberIsAddress || isExponent || IsMeterNumber(row.number),
+        RegisterTexts::tr("the Number of a %1 must be a whole number from 0 to 2147483647").arg(row.model), row.number);
+    unless(!isExponent,
+        RegisterTexts::tr("the Number must have all its digits (in the spreadsheet, make the column text)"),
+        row.number);
+    unless(IsLatin1(row.kiNumber), RegisterTexts::tr("KI_Number must be of Latin letters, digits and signs (Latin-1)"),
+        row.kiNumber);
     return problems;
 }
 
@@ -91,16 +113,16 @@ QStringList RegisterProblems(const QList<RegisterRow>& rows)
         if (first.isEmpty())
             first = row.place;
         else
-            problems.append(u"%1: %2, as in %3"_s.arg(row.place, what, first));
+            problems.append(RegisterTexts::tr("%1: %2, as in %3").arg(row.place, what, first));
     };
     for (const RegisterRow& row : rows) {
         problems += ProblemsAlone(row);
         if (!row.globalId.isEmpty())
-            noteTwice(keyPlaces[row.globalId], row, u"global_id is \"%1\""_s.arg(row.globalId));
+            noteTwice(keyPlaces[row.globalId], row, RegisterTexts::tr("global_id is \"%1\"").arg(row.globalId));
         if (!row.uin.isEmpty())
-            noteTwice(uinPlaces[row.uin], row, u"the UIN is \"%1\""_s.arg(row.uin));
+            noteTwice(uinPlaces[row.uin], row, RegisterTexts::tr("the UIN is \"%1\"").arg(row.uin));
         if (row.type == u'1')
-            noteTwice(substationPlace, row, u"this is a substation meter"_s);
+            noteTwice(substationPlace, row, RegisterTexts::tr("this is a substation meter"));
     }
     return problems;
 }
@@ -109,7 +131,9 @@ QString RegisterSummary(const QList<RegisterRow>& rows)
 {
     const auto substations =
         std::count_if(rows.begin(), rows.end(), [](const RegisterRow& row) { return row.type == u'1'; });
-    return u"meters behind nodes: %1, substation meters: %2"_s.arg(rows.size() - substations).arg(substations);
+    return RegisterTexts::tr("meters behind nodes: %1, substation meters: %2")
+        .arg(rows.size() - substations)
+        .arg(substations);
 }
 
 RegisterChange PlannedChange(const QList<RegisterRow>& stored, const QList<RegisterRow>& incoming)

@@ -1,7 +1,11 @@
 #include "registercsv.h"
 
+#include "lookalikes.h"
+#include "registertexts.h"
+
 #include <QFile>
 #include <QFileInfo>
+#include <QStringDecoder>
 
 #include <algorithm>
 #include <optional>
@@ -39,7 +43,21 @@ bool SaysNothing(const QString& line)
 {
     const QString text = line.trimmed();
     return text.startsWith(u'#') || text.startsWith("\"#"_L1)
-        || std::all_of(text.begin(), text.end(), [](QChar c) { return c == u',' || c == u';'; });
+        || std::all_of(text.begin(), text.end(), [](QChar c) { return c == u',' || c == u';' || c == u'\t'; });
+}
+
+// Of a header, whose names hold none of them.
+QChar SeparatorIn(const QString& header)
+{
+    return header.contains(u';') ? u';' : header.contains(u'\t') ? u'\t' : u',';
+}
+
+// A spreadsheet may take columns along in which nothing stands.
+QStringList WithoutEmptyEnd(QStringList fields, qsizetype least)
+{
+    while (fields.size() > least && fields.constLast().isEmpty())
+        fields.removeLast();
+    return fields;
 }
 
 class Reader final {
@@ -59,29 +77,32 @@ private:
     int lineNumber = 0;
     QChar separator;
     bool headerSeen = false;
+    bool isOtherText = false;
     QList<const RegisterColumn*> columns; // as the header has them; empty when it is wrong
     RegisterText result;
 };
 
 void Reader::Read(QByteArrayView line)
 {
-    place = u"%1, line %2"_s.arg(fileName, QString::number(++lineNumber));
+    place = RegisterTexts::tr("%1, line %2").arg(fileName, QString::number(++lineNumber));
     if (!QUtf8StringView(line).isValidUtf8() || line.contains('\0')) {
-        Report(u"this is not UTF-8 text"_s);
+        if (!isOtherText) // then most lines are
+            Report(RegisterTexts::tr("this is not UTF-8 text; have the spreadsheet save it as \"CSV UTF-8\""));
+        isOtherText = true;
         return;
     }
     const QString text = QString::fromUtf8(line);
     if (SaysNothing(text))
         return;
     if (!headerSeen)
-        separator = text.contains(u';') ? u';' : u',';
+        separator = SeparatorIn(text);
     const std::optional<QStringList> fields = Fields(text, separator);
     if (!fields)
-        Report(u"a quote is not closed"_s);
+        Report(RegisterTexts::tr("a quote is not closed"));
     else if (!headerSeen)
-        ReadHeader(*fields);
+        ReadHeader(WithoutEmptyEnd(*fields, 0));
     else if (!columns.isEmpty())
-        ReadRow(*fields);
+        ReadRow(WithoutEmptyEnd(*fields, columns.size()));
     headerSeen = true;
 }
 
@@ -92,15 +113,15 @@ void Reader::ReadHeader(const QStringList& names)
         const auto* const column = std::find_if(RegisterColumns.begin(), RegisterColumns.end(),
             [&](const RegisterColumn& known) { return known.name == name; });
         if (column == RegisterColumns.end())
-            Report(u"there is no column \"%1\" in a register"_s.arg(name));
+            Report(RegisterTexts::tr("there is no column \"%1\" in a register").arg(name) + CyrillicRemark(name));
         else if (columns.contains(column))
-            Report(u"the column \"%1\" is there twice"_s.arg(name));
+            Report(RegisterTexts::tr("the column \"%1\" is there twice").arg(name));
         else
             columns.append(column);
     }
     for (const RegisterColumn& column : RegisterColumns)
         if (!columns.contains(&column))
-            Report(u"the column \"%1\" is missing"_s.arg(column.name));
+            Report(RegisterTexts::tr("the column \"%1\" is missing").arg(column.name));
     if (result.problems.size() != problemsBefore)
         columns.clear();
 }
@@ -108,7 +129,7 @@ void Reader::ReadHeader(const QStringList& names)
 void Reader::ReadRow(const QStringList& values)
 {
     if (values.size() != columns.size()) {
-        Report(u"there are %1 values under %2 columns"_s.arg(values.size()).arg(columns.size()));
+        Report(RegisterTexts::tr("there are %1 values under %2 columns").arg(values.size()).arg(columns.size()));
         return;
     }
     RegisterRow row;
@@ -120,9 +141,22 @@ void Reader::ReadRow(const QStringList& values)
 
 RegisterText Reader::Result()
 {
-    if (!headerSeen)
-        result.problems.append(fileName + ": there is no header with the names of the columns"_L1);
+    if (!headerSeen && !isOtherText)
+        result.problems.append(RegisterTexts::tr("%1: there is no header with the names of the columns").arg(fileName));
     return result;
+}
+
+// As UTF-8, if its byte-order mark says that it is UTF-16: a spreadsheet's "Unicode text". Null if it is not, or is
+// wrong.
+QByteArray FromUtf16(QByteArrayView bytes)
+{
+    const bool isLittleEndian = bytes.startsWith("\xFF\xFE");
+    if (!isLittleEndian && !bytes.startsWith("\xFE\xFF"))
+        return {};
+    QStringDecoder decoder(isLittleEndian ? QStringDecoder::Utf16LE : QStringDecoder::Utf16BE);
+    const QString text = decoder(bytes);
+    const bool isWhole = bytes.size() % 2 == 0 && !decoder.hasError() && text.isValidUtf16();
+    return isWhole ? text.toUtf8() : QByteArray();
 }
 
 } // namespace
@@ -130,6 +164,9 @@ RegisterText Reader::Result()
 RegisterText ParseRegisterCsv(const QString& fileName, QByteArrayView bytes)
 {
     constexpr QByteArrayView ByteOrderMark("\xEF\xBB\xBF");
+    const QByteArray converted = FromUtf16(bytes);
+    if (!converted.isNull())
+        bytes = converted;
     if (bytes.startsWith(ByteOrderMark))
         bytes = bytes.sliced(ByteOrderMark.size());
     Reader reader(fileName);
@@ -147,14 +184,14 @@ RegisterText ReadRegisterCsv(const QString& fileName)
     const auto refuse = [&](const QString& why) { return RegisterText{{}, {u"%1: %2"_s.arg(fileName, why)}}; };
     const QFileInfo info(fileName);
     if (info.exists() && !info.isFile())
-        return refuse(u"this is not a regular file"_s);
+        return refuse(RegisterTexts::tr("this is not a regular file"));
     if (info.size() > LargestFile)
-        return refuse(u"this is larger than a register can be"_s);
+        return refuse(RegisterTexts::tr("this is larger than a register can be"));
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return refuse(file.errorString());
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError || bytes.size() < file.size()) // a failure half-way leaves no error
-        return refuse(u"this cannot be read to its end"_s);
+        return refuse(RegisterTexts::tr("this cannot be read to its end"));
     return ParseRegisterCsv(fileName, bytes);
 }

@@ -1,8 +1,8 @@
 #include "registertable.h"
 
-#include <QVariant>
+#include "registertexts.h"
 
-using namespace Qt::StringLiterals;
+#include <QVariant>
 
 QList<RegisterRow> RegisterRows(QSqlQuery& query, const QString& name)
 {
@@ -11,7 +11,7 @@ QList<RegisterRow> RegisterRows(QSqlQuery& query, const QString& name)
         RegisterRow row;
         for (int i = 0; const RegisterColumn& column : RegisterColumns)
             row.*column.field = query.value(i++).toString();
-        row.place = u"%1, global_id %2"_s.arg(name, row.globalId);
+        row.place = RegisterTexts::tr("%1, global_id %2").arg(name, row.globalId);
         rows.append(row);
     }
     return rows;

@@ -29,7 +29,9 @@ public:
     /// All that the file sets, used or not. Keys of no group have no slash.
     [[nodiscard]] QStringList Keys() const { return settings->allKeys(); }
 
-    /// Why the file was not read (properly), if so, then each value met so far that was of the wrong type: one sentence
+    /// Why the file was not read (properly), a sentence; empty when it was.
+    [[nodiscard]] QString FileProblem() const { return fileProblem; }
+    /// FileProblem(), if so, then each value met so far that was of the wrong type: one sentence
     /// each.
     [[nodiscard]] QStringList Problems() const;
     /// Counts the problems of `named`, a file that a value of this one named, among the values' problems.

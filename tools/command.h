@@ -1,6 +1,5 @@
 #pragma once
 
-#include "settingsfile.h"
 #include "sysvar.h"
 
 #include <QCommandLineParser>
@@ -20,8 +19,9 @@ struct Command {
     int (*run)(const QStringList& words);
 };
 
-/// Runs the command that the second of `words` names; tells the ways to go on for "--help", a missing and a wrong name.
-[[nodiscard]] int RunOneOf(const QList<Command>& commands, const QString& about, const QStringList& words);
+/// Runs the command that the second of `words` names; tells the ways to go on for "--help", "help", a missing and a
+/// wrong name.
+[[nodiscard]] int RunOneOf(const QList<Command>& commands, const QString& about, QStringList words);
 
 /// The options of one command and what it takes beside them.
 class CommandLine final {
@@ -30,6 +30,8 @@ public:
 
     CommandLine(const QString& about, Takes takes);
 
+    /// Takes no value.
+    void AddFlag(const QString& name, const QString& about);
     /// `name` takes a value, which `meaning` names.
     void AddOption(const QString& name, const QString& meaning, const QString& about, const QString& defaultValue);
 
@@ -44,24 +46,29 @@ public:
 
     [[nodiscard]] QString Option(const QString& name) const { return parser.value(name); }
 
-    /// Empty when none was given.
-    [[nodiscard]] QString NamedSettings() const { return parser.value(QStringLiteral("settings")); }
+    [[nodiscard]] bool HasFlag(const QString& name) const { return parser.isSet(name); }
+
+    /// The settings file to work with: the last that was named, or else the first that is there of the usual ones.
+    struct SettingsChoice {
+        QString name; ///< empty: none is there
+        QString remark; ///< a sentence for the operator about what was not named; empty when it was
+        QStringList others; ///< further usual ones that are there, too, when none was named
+    };
+    [[nodiscard]] SettingsChoice ChooseSettings() const;
 
     /// The settings that the daemon would run with. None, and the reasons on stderr, when something is wrong with them:
-    /// where the daemon goes on with defaults, a tool would work on the wrong database.
+    /// where the daemon goes on with defaults, a tool would work on the wrong database. Tells which file was taken if
+    /// none was named.
     [[nodiscard]] std::optional<SysVar> Settings() const;
 
 private:
+    void Add(const QCommandLineOption& option);
+    [[nodiscard]] QString UsageProblem() const;
+
     QCommandLineParser parser;
+    QStringList optionNames;
     Takes takes;
 };
-
-/// The file that counts when none is named: beside the program.
-[[nodiscard]] QString DefaultSettings();
-
-/// The file `named`, or `otherwise` if there is no name. When that does not exist, all defaults apply and nothing is
-/// wrong.
-[[nodiscard]] SettingsFile OpenSettings(const QString& named, const QString& otherwise);
 
 /// One sentence for the operator, on stdout.
 void Tell(const QString& sentence);

@@ -1,22 +1,24 @@
 #pragma once
 
+#include "finding.h"
+#include "meterregister.h"
 #include "sysvar.h"
 
-#include <QStringList>
+#include <optional>
 
-/// What is around the daemon: looked at, never touched. A sentence for each thing that would not work.
+/// What is around the daemon: looked at, never touched.
 namespace InstallationCheck {
 
-/// The serial lines. Their settings are left as they are.
-[[nodiscard]] QStringList PortProblems(const SysVar& vars, bool hasSubstationMeter);
+struct Database {
+    Findings findings;
+    std::optional<QList<RegisterRow>> rows; ///< of the register; none when it could not be read
+};
+[[nodiscard]] Database LookAtDatabase(const SysVar& vars);
 
-/// The database, its tables and the register; `hasSubstationMeter` stays true while that is not known.
-[[nodiscard]] QStringList DatabaseProblems(const SysVar& vars, bool& hasSubstationMeter);
+/// That the sweeps of these meters fit between each other.
+[[nodiscard]] Findings ScheduleFindings(const SysVar& vars, const QList<RegisterRow>& rows);
 
-/// That the log can be written. Empty stands for the default log, for which a place is always found.
-[[nodiscard]] QStringList LogProblems(const QString& logName);
-
-/// That the program that the time sweep asks is there.
-[[nodiscard]] QStringList ProgramProblems();
+/// That the log can be written. An empty name stands for the default log, for which a place is always found.
+[[nodiscard]] Findings LogFindings(const QString& logName);
 
 } // namespace InstallationCheck

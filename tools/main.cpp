@@ -3,21 +3,37 @@
 #include "command.h"
 #include "registercommands.h"
 #include "schedulecommand.h"
+#include "texts.h"
 #include "version.h"
 
 #include <QCoreApplication>
+#include <QLocale>
+#include <QTranslator>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+// As LC_ALL, LC_MESSAGES or LANG say. The catalogue is in the program, so that it is always there and always fits.
+void SpeakTheUsersLanguage(QTranslator& translator)
+{
+    if (translator.load(u":/translations/Ravelin_%1.qm"_s.arg(QLocale::languageToCode(QLocale::system().language()))))
+        QCoreApplication::installTranslator(&translator);
+}
+
+} // namespace
 
 int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(getTesselVersion());
+    QTranslator translator;
+    SpeakTheUsersLanguage(translator);
     const QList<Command> commands{
-        {u"check"_s, u"Tells what would keep the daemon from working, before it is started."_s, RunCheck},
-        {u"schedule"_s, u"Tells when sweeps are due and how long they take."_s, RunSchedule},
-        {u"register"_s, u"The database's schema and the register of meters in it."_s, RunRegister},
+        {u"check"_s, Texts::tr("Tells what would keep the daemon from working, before it is started."), RunCheck},
+        {u"schedule"_s, Texts::tr("Tells when sweeps are due and how long they take."), RunSchedule},
+        {u"register"_s, Texts::tr("The database's schema and the register of meters in it."), RunRegister},
     };
-    return RunOneOf(commands, u"Looks after what the daemon works with."_s,
+    return RunOneOf(commands, Texts::tr("Looks after what the daemon works with."),
         QStringList{u"ravelinctl"_s} + QCoreApplication::arguments().mid(1));
 }

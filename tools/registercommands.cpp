@@ -3,6 +3,7 @@
 #include "command.h"
 #include "registercsv.h"
 #include "registerdatabase.h"
+#include "texts.h"
 
 #include <memory>
 
@@ -38,7 +39,8 @@ int AddOrChange(RegisterDatabase& database, const QList<RegisterRow>& stored, co
         return ComplainOfAll(problems);
     if (!database.Write(change))
         return ComplainOfAll({database.Error()});
-    Tell(u"%1: %2 added, %3 changed, %4 as they were, %5 not in the file."_s.arg(database.Name())
+    Tell(Texts::tr("%1: %2 added, %3 changed, %4 as they were, %5 not in the file.")
+             .arg(database.Name())
              .arg(change.added.size())
              .arg(change.changed.size())
              .arg(change.unchanged.size())
@@ -52,25 +54,26 @@ int TakeOut(RegisterDatabase& database, const QList<RegisterRow>& stored, QStrin
     for (const RegisterRow& row : stored)
         if (globalIds.removeAll(row.globalId) > 0)
             removed.append(row);
-    for (QString& unknown : globalIds)
-        unknown = u"%1: no meter with global_id \"%2\" is registered"_s.arg(database.Name(), unknown);
-    if (!globalIds.isEmpty())
-        return ComplainOfAll(globalIds);
+    QStringList complaints;
+    for (const QString& unknown : globalIds)
+        complaints.append(Texts::tr("%1: no meter with global_id \"%2\" is registered").arg(database.Name(), unknown));
+    if (!complaints.isEmpty())
+        return ComplainOfAll(complaints);
     if (!database.Remove(removed))
         return ComplainOfAll({database.Error()});
     for (const RegisterRow& row : removed)
-        Tell(u"Removed %1: %2, UIN %3."_s.arg(row.place, row.model, row.uin));
+        Tell(Texts::tr("Removed %1: %2, UIN %3.").arg(row.place, row.model, row.uin));
     return Done;
 }
 
 int Init(const QStringList& words)
 {
     CommandLine line(
-        u"Makes the tables, indexes and views that the daemon needs in its database. What is there already\n"
-        "is left as it is; if the daemon cannot work with it, that is told and nothing is made. An SQLite\n"
-        "file and its directory are made, and its write-ahead log is switched on; a PostgreSQL database\n"
-        "must exist. As the daemon does, takes a BaseName of SQLite without a leading slash from the\n"
-        "program's own directory."_s,
+        Texts::tr("Makes the tables, indexes and views that the daemon needs in its database. What is there already\n"
+                  "is left as it is; if the daemon cannot work with it, that is told and nothing is made. An SQLite\n"
+                  "file and its directory are made, and its write-ahead log is switched on; a PostgreSQL database\n"
+                  "must exist. As the daemon does, takes a BaseName of SQLite without a leading slash from the\n"
+                  "program's own directory."),
         CommandLine::Takes::Nothing);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
@@ -82,17 +85,17 @@ int Init(const QStringList& words)
         return ComplainOfAll(creation.problems);
     for (const QString& sentence : creation.report)
         Tell(sentence);
-    Tell(u"The %1 is ready."_s.arg(database->Name()));
+    Tell(Texts::tr("The %1 is ready.").arg(database->Name()));
     return Done;
 }
 
 int Import(const QStringList& words)
 {
     CommandLine line(
-        u"Fills the register of meters from a file. A meter is known by its global_id: those that are\n"
-        "registered already get the values of the file, new ones are added, and those that the file does\n"
-        "not name stay. When anything in the file, or in the register as it would be then, is wrong, all of\n"
-        "that is told and nothing is written."_s,
+        Texts::tr("Fills the register of meters from a file. A meter is known by its global_id: those that are\n"
+                  "registered already get the values of the file, new ones are added, and those that the file does\n"
+                  "not name stay. When anything in the file, or in the register as it would be then, is wrong, all of\n"
+                  "that is told and nothing is written."),
         CommandLine::Takes::File);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
@@ -108,8 +111,8 @@ int Import(const QStringList& words)
 int Remove(const QStringList& words)
 {
     CommandLine line(
-        u"Takes meters out of the register; their readings stay. When one of them is not registered, that is\n"
-        "told and none is removed."_s,
+        Texts::tr("Takes meters out of the register; their readings stay. When one of them is not registered, that is\n"
+                  "told and none is removed."),
         CommandLine::Takes::GlobalIds);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
@@ -123,15 +126,15 @@ int ReportCheck(const QString& name, const QList<RegisterRow>& rows, const QStri
 {
     if (!problems.isEmpty())
         return ComplainOfAll(problems);
-    Tell(u"%1: no problems; %2."_s.arg(name, RegisterSummary(rows)));
+    Tell(Texts::tr("%1: no problems; %2.").arg(name, RegisterSummary(rows)));
     return Done;
 }
 
 int Check(const QStringList& words)
 {
     CommandLine line(
-        u"Tells everything that is wrong with a register of meters: with a file before it is imported, or,\n"
-        "without a file, with the register in the daemon's database. Changes nothing."_s,
+        Texts::tr("Tells everything that is wrong with a register of meters: with a file before it is imported, or,\n"
+                  "without a file, with the register in the daemon's database. Changes nothing."),
         CommandLine::Takes::OptionalFile);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
@@ -154,10 +157,10 @@ int Check(const QStringList& words)
 int RunRegister(const QStringList& words)
 {
     const QList<Command> commands{
-        {u"init"_s, u"Makes the tables in the daemon's database."_s, Init},
-        {u"import"_s, u"Fills the register from a file."_s, Import},
-        {u"remove"_s, u"Takes meters out of the register."_s, Remove},
-        {u"check"_s, u"Tells what is wrong with a file or with the register in the database."_s, Check},
+        {u"init"_s, Texts::tr("Makes the tables in the daemon's database."), Init},
+        {u"import"_s, Texts::tr("Fills the register from a file."), Import},
+        {u"remove"_s, Texts::tr("Takes meters out of the register."), Remove},
+        {u"check"_s, Texts::tr("Tells what is wrong with a file or with the register in the database."), Check},
     };
-    return RunOneOf(commands, u"The database's schema and the register of meters in it."_s, words);
+    return RunOneOf(commands, Texts::tr("The database's schema and the register of meters in it."), words);
 }

@@ -2,6 +2,7 @@
 
 #include "maindatabase.h"
 #include "registertable.h"
+#include "texts.h"
 
 #include <QDir>
 #include <QFile>
@@ -55,6 +56,17 @@ QStringList SchemaStatements(const QString& file)
     return statements;
 }
 
+/// That has the driver of the daemon's database; empty when it is installed.
+QString MissingPackage(const SysVar& vars)
+{
+    const bool isFile = vars.BDType == "sqlite3"_L1;
+    if (!isFile && vars.BDType != "postgres"_L1) // that is told elsewhere
+        return {};
+    if (QSqlDatabase::isDriverAvailable(isFile ? u"QSQLITE"_s : u"QPSQL"_s))
+        return {};
+    return isFile ? u"libqt6sql6-sqlite"_s : u"libqt6sql6-psql"_s;
+}
+
 // In the database's own words, if it had any.
 QString Reason(const QSqlError& error)
 {
@@ -63,9 +75,11 @@ QString Reason(const QSqlError& error)
 
 } // namespace
 
-RegisterDatabase::RegisterDatabase(const SysVar& vars_) : vars(vars_), database(MainBase::Add(Connection, vars))
+RegisterDatabase::RegisterDatabase(const SysVar& vars_)
+    : vars(vars_),
+      database(MissingPackage(vars).isEmpty() ? MainBase::Add(Connection, vars) : QSqlDatabase())
 {
-    if (IsFile())
+    if (IsFile() && database.isValid())
         vars.BaseName = database.databaseName();
 }
 
@@ -77,13 +91,15 @@ RegisterDatabase::~RegisterDatabase()
 
 bool RegisterDatabase::Open(Missing file)
 {
-    return (!IsFile() || FindFile(file)) && Connect();
+    return HasDriver() && (!IsFile() || FindFile(file)) && Connect();
 }
 
 // Even a reader makes the files of the write-ahead log, and leaves them behind. It makes none of a file that it takes
 // for unchangeable, which is true when there is no log, that is, no writer and nothing that one left.
 bool RegisterDatabase::OpenToRead()
 {
+    if (!HasDriver())
+        return false;
     if (!IsFile())
         return Connect();
     if (!FindFile(Missing::Fails))
@@ -95,10 +111,16 @@ bool RegisterDatabase::OpenToRead()
     return Connect();
 }
 
+bool RegisterDatabase::HasDriver()
+{
+    const QString package = MissingPackage(vars);
+    return package.isEmpty() || Fail(Texts::tr("its driver is not installed; it is in the package %1").arg(package));
+}
+
 bool RegisterDatabase::Connect()
 {
     if (!IsFile() && vars.BDType != "postgres"_L1)
-        return Fail(u"BDType must be sqlite3 or postgres, not \"%1\""_s.arg(vars.BDType));
+        return Fail(Texts::tr("BDType must be sqlite3 or postgres, not \"%1\"").arg(vars.BDType));
     if (!database.open())
         return Fail(Reason(database.lastError()));
     MainBase::PrepareSession(database);
@@ -121,12 +143,12 @@ QStringList RegisterDatabase::Problems()
             found.append(query.record().fieldName(i));
         for (const QString& column : QString(columns).split(u' '))
             if (!found.contains(column, IsFile() ? Qt::CaseInsensitive : Qt::CaseSensitive))
-                problems.append(u"%1: table %2 has no column %3"_s.arg(Name(), table, column));
+                problems.append(Texts::tr("%1: table %2 has no column %3").arg(Name(), table, column));
     }
     QSqlQuery tables(database);
     if (!IsFile() && Run(tables, TablesOfReadings) && tables.next() && tables.value(0).toInt() == 2)
         problems.append(
-            u"%1: Main_Data and \"Main_Data\" are two tables; one must be a view of the other"_s.arg(Name()));
+            Texts::tr("%1: Main_Data and \"Main_Data\" are two tables; one must be a view of the other").arg(Name()));
     return problems;
 }
 
@@ -136,7 +158,7 @@ QStringList RegisterDatabase::FilesNotWritable() const
     QStringList problems;
     for (const QString& path : {vars.BaseName, directory, vars.BaseName + "-wal"_L1, vars.BaseName + "-shm"_L1})
         if (QFileInfo::exists(path) && !QFileInfo(path).isWritable())
-            problems.append(u"%1: %2 cannot be written"_s.arg(Name(), path));
+            problems.append(Texts::tr("%1: %2 cannot be written").arg(Name(), path));
     return problems;
 }
 
@@ -147,8 +169,9 @@ QStringList RegisterDatabase::RightsMissing()
         return {Error()};
     QStringList problems;
     while (query.next())
-        problems.append(u"%1: the role %2 may not %3 in table %4"_s.arg(
-            Name(), query.value(0).toString(), query.value(1).toString(), query.value(2).toString()));
+        problems.append(
+            Texts::tr("%1: the role %2 may not %3 in table %4")
+                .arg(Name(), query.value(0).toString(), query.value(1).toString(), query.value(2).toString()));
     return problems;
 }
 
@@ -209,7 +232,8 @@ bool RegisterDatabase::Remove(const QList<RegisterRow>& rows)
 
 QString RegisterDatabase::Name() const
 {
-    return IsFile() ? u"database %1"_s.arg(vars.BaseName) : u"database %1 on %2"_s.arg(vars.BaseName, vars.SqlHostName);
+    return IsFile() ? Texts::tr("database %1").arg(vars.BaseName)
+                    : Texts::tr("database %1 on %2").arg(vars.BaseName, vars.SqlHostName);
 }
 
 QString RegisterDatabase::Error() const
@@ -238,9 +262,9 @@ bool RegisterDatabase::FindFile(Missing file)
     if (QFileInfo::exists(vars.BaseName))
         return true;
     if (file == Missing::Fails)
-        return Fail(u"it does not exist; \"ravelinctl register init\" makes it"_s);
+        return Fail(Texts::tr("it does not exist; \"ravelinctl register init\" makes it"));
     const QString directory = QFileInfo(vars.BaseName).path();
-    return QDir().mkpath(directory) || Fail(u"the directory %1 cannot be made"_s.arg(directory));
+    return QDir().mkpath(directory) || Fail(Texts::tr("the directory %1 cannot be made").arg(directory));
 }
 
 bool RegisterDatabase::Fail(const QString& why)
@@ -272,11 +296,11 @@ bool RegisterDatabase::CreateObject(const QString& statement, QStringList& repor
     if (!isThere || !isOnView)
         return false;
     if (*isThere)
-        report.append(u"%1 is there already."_s.arg(name));
+        report.append(Texts::tr("%1 is there already.").arg(name));
     else if (*isOnView)
-        report.append(u"Left the index %1 out: %2 is a view."_s.arg(name, indexed));
+        report.append(Texts::tr("Left the index %1 out: %2 is a view.").arg(name, indexed));
     else
-        report.append(u"Made the %1 %2."_s.arg(match.captured(1).toLower(), name));
+        report.append(Texts::tr("Made the %1 %2.").arg(match.captured(1).toLower(), name));
     QSqlQuery query(database);
     return *isThere || *isOnView || Run(query, statement);
 }
@@ -298,14 +322,14 @@ bool RegisterDatabase::SwitchWriteAheadLogOn(QStringList& report)
     if (!Run(query, u"PRAGMA journal_mode"_s))
         return false;
     if (mode() == "wal"_L1) {
-        report.append(u"The write-ahead log is on already."_s);
+        report.append(Texts::tr("The write-ahead log is on already."));
         return true;
     }
     query.finish();
     if (!Run(query, u"PRAGMA journal_mode = WAL"_s))
         return false;
-    report.append(u"Switched the write-ahead log on."_s);
-    return mode() == "wal"_L1 || Fail(u"the write-ahead log cannot be switched on"_s);
+    report.append(Texts::tr("Switched the write-ahead log on."));
+    return mode() == "wal"_L1 || Fail(Texts::tr("the write-ahead log cannot be switched on"));
 }
 
 bool RegisterDatabase::WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement)

@@ -55,6 +55,7 @@ private:
     [[nodiscard]] bool InTransaction(Work work);
     [[nodiscard]] bool IsFile() const;
     [[nodiscard]] bool FindFile(Missing file);
+    [[nodiscard]] bool HasDriver();
     [[nodiscard]] bool Connect();
     [[nodiscard]] bool Fail(const QString& why);
     [[nodiscard]] bool Run(QSqlQuery& query, const QString& statement);

@@ -1,16 +1,17 @@
 #include "settingscheck.h"
 
+#include "buscheck.h"
 #include "calendar.h"
-#include "command.h"
+#include "formatcheck.h"
+#include "likely.h"
 #include "schedule.h"
+#include "texts.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 
 using namespace Qt::StringLiterals;
 
@@ -84,16 +85,16 @@ struct Range {
     QLatin1StringView key;
     int least;
     int most;
-    QLatin1StringView beyond;
+    const char* beyond; ///< for Texts::tr()
 };
 
-constexpr QLatin1StringView LowBitsCount("only the low bits of it count");
+constexpr const char* LowBitsCount = QT_TRANSLATE_NOOP("ravelinctl", "only the low bits of it count");
 constexpr std::array<Range, 4> Ranges{{
     {QLatin1StringView("Main/BCAST_to_UCAST_Delay"), 1, 65535, LowBitsCount},
     {QLatin1StringView("Main/UCAST_to_UCAST_Delay"), 1, 65535, LowBitsCount},
     {QLatin1StringView("Main/RepeateQueryKTPNumber"), 0, 255, LowBitsCount},
     {QLatin1StringView("Main/RepeatQueryNumber"), 0, 127,
-        QLatin1StringView("of it the low 8 bits count, and a sweep never makes the 128th pass nor ends")},
+        QT_TRANSLATE_NOOP("ravelinctl", "of it the low 8 bits count, and a sweep never makes the 128th pass nor ends")},
 }};
 
 struct Pattern {
@@ -108,78 +109,110 @@ constexpr std::array<Pattern, 3> Patterns{{
     {QLatin1StringView("Main/TimeOfGetTime"), &SysVar::TimeOfGetTime, TimeSweep},
 }};
 
-/// How many letters must be changed, put in or left out to make `b` of `a`.
-qsizetype Distance(const QString& a, const QString& b)
-{
-    QList<qsizetype> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), 0);
-    for (qsizetype i = 0; i < a.size(); ++i) {
-        qsizetype diagonal = std::exchange(row[0], i + 1);
-        for (qsizetype j = 0; j < b.size(); ++j) {
-            const qsizetype best =
-                std::min({row[j] + 1, row[j + 1] + 1, diagonal + (a[i].toLower() == b[j].toLower() ? 0 : 1)});
-            diagonal = std::exchange(row[j + 1], best);
-        }
-    }
-    return row.last();
-}
-
 QString WithoutGroup(const QString& key)
 {
     return key.mid(key.lastIndexOf(u'/') + 1);
 }
 
-/// The known key that `key` is most like; empty when it is like none.
+QString GroupOf(const QString& key)
+{
+    return key.left(std::max(key.indexOf(u'/'), qsizetype{0}));
+}
+
+/// The known key that `key` is most like, whatever its group; empty when it is like none.
 QString LikelyKey(const QString& key)
 {
-    constexpr qsizetype FarthestLikely = 3;
-    QString likely;
-    qsizetype least = FarthestLikely + 1;
-    for (const QString& known : SettingsCheck::KnownKeys()) {
-        const qsizetype distance = Distance(WithoutGroup(key), WithoutGroup(known));
-        if (distance < least) {
-            least = distance;
-            likely = known;
-        }
+    QStringList known = SettingsCheck::KnownKeys();
+    QStringList names;
+    for (const QString& one : known)
+        names.append(WithoutGroup(one));
+    const QString likely = LikelyOf(names, WithoutGroup(key));
+    return likely.isEmpty() ? QString() : known[names.indexOf(likely)];
+}
+
+/// The groups that hold keys of the daemon's.
+QStringList Groups()
+{
+    QStringList groups;
+    for (const QString& key : SettingsCheck::KnownKeys())
+        groups.append(GroupOf(key));
+    groups.removeDuplicates();
+    return groups;
+}
+
+/// Which key a sentence of the settings file's is about.
+QString AboutOf(const QString& sentence)
+{
+    const QStringList words = sentence.split(u' ');
+    for (const QString& key : SettingsCheck::KnownKeys())
+        if (words.contains(key))
+            return key;
+    return u"settings"_s;
+}
+
+QString Contents(const QString& fileName)
+{
+    QFile file(fileName);
+    if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly))
+        return {};
+    const QString text = QString::fromUtf8(file.read(LargestFile));
+    return text.startsWith(QChar::ByteOrderMark) ? text.mid(1) : text;
+}
+
+/// A file may be read by others only when they get through all directories to it.
+bool OthersMayRead(const QString& fileName)
+{
+    QString path = QFileInfo(fileName).canonicalFilePath();
+    if (path.isEmpty() || !QFileInfo(path).permission(QFile::ReadOther))
+        return false;
+    while (path != "/"_L1) {
+        path = QFileInfo(path).path();
+        if (!QFileInfo(path).permission(QFile::ExeOther))
+            return false;
     }
-    return likely;
+    return true;
 }
 
 } // namespace
 
-SettingsCheck::SettingsCheck(const QString& named)
-    : main{named.isEmpty() ? DefaultSettings() : named, OpenSettings(named, DefaultSettings())},
-      bus{named.isEmpty() ? u"/etc/ravelin/ravelin.ini"_s : named, OpenSettings(named, u"/etc/ravelin/ravelin.ini"_s)},
-      vars(ReadSysVar(main.settings))
+SettingsCheck::SettingsCheck(const QString& name) : main{name, SettingsFile(name)}, vars(ReadSysVar(main.settings))
 {
-    if (const QString name = main.settings.Text(u"Base/BaseIni"_s, {}); !name.isEmpty())
-        base = std::make_unique<File>(File{name, SettingsFile(name)});
-    static_cast<void>(bus.settings.Integer(u"Base/Log"_s, 0)); // a wrong type is then among the problems
+    if (const QString named = main.settings.Text(u"Base/BaseIni"_s, {}); !named.isEmpty())
+        base = std::make_unique<File>(File{named, SettingsFile(named)});
+    static_cast<void>(main.settings.Integer(u"Base/Log"_s, 0)); // a wrong type is then among the problems
 }
 
 QString SettingsCheck::LogName() const
 {
-    return bus.settings.Text(u"Base/LogName"_s, {});
+    return main.settings.Text(u"Base/LogName"_s, {});
 }
 
-QStringList SettingsCheck::InForce() const
+QStringList SettingsCheck::FileNames() const
 {
-    QStringList lines;
+    QStringList names;
+    for (const File* const file : Files())
+        names.append(file->name);
+    return names;
+}
+
+QList<SettingsCheck::Setting> SettingsCheck::InForce() const
+{
+    QList<Setting> settings;
     for (const Key& key : Keys) {
-        const File& file = key.file == KeptIn::Bus ? bus : key.file == KeptIn::Database && base ? *base : main;
+        const File& file = key.file == KeptIn::Database && base ? *base : main;
         const QString value = key.inForce ? key.inForce(vars) : file.settings.Text(key.name, key.fallback);
-        const QString origin = file.settings.Keys().contains(key.name) ? file.name : u"default"_s;
-        lines.append(u"%1 = %2 (%3)"_s.arg(key.name, value, origin));
+        settings.append({key.name, value, file.settings.Keys().contains(key.name) ? file.name : QString()});
     }
-    return lines;
+    return settings;
 }
 
-QStringList SettingsCheck::Problems() const
+Findings SettingsCheck::Judge() const
 {
-    QStringList problems =
-        main.settings.Problems() + bus.settings.Problems() + KeyProblems() + EscapeProblems() + ValueProblems();
-    problems.removeDuplicates(); // one file for all is read twice
-    return problems;
+    const auto text = [this](QLatin1StringView key) { return main.settings.Text(key, u"NoName"_s); };
+    return ReadingFindings() + KeyFindings() + SecretFindings() + NumberFindings() + PatternFindings() + PlaceFindings()
+        + BusFindings({.admin = text("Base/AdminServerName"_L1),
+            .own = text("Base/ServerName"_L1),
+            .peers = text("Base/Connections"_L1)});
 }
 
 QStringList SettingsCheck::KnownKeys()
@@ -192,95 +225,117 @@ QStringList SettingsCheck::KnownKeys()
 
 QList<const SettingsCheck::File*> SettingsCheck::Files() const
 {
-    QList<const File*> files{&main, &bus};
+    QList<const File*> files{&main};
     if (base)
         files.append(base.get());
     return files;
 }
 
-// Other groups are other programs' business, unless they hold a key of the daemon's.
-QStringList SettingsCheck::KeyProblems() const
+// Where the format is at fault, its own complaint names no line.
+Findings SettingsCheck::ReadingFindings() const
 {
-    QStringList problems;
+    QStringList sentences = main.settings.Problems(); // the other file's are among them
+    Findings ofFormat;
+    for (const File* const file : Files()) {
+        const Findings found = FormatFindings(file->name, Contents(file->name), Groups());
+        const bool hasStray = std::any_of(
+            found.begin(), found.end(), [](const Finding& finding) { return finding.about == "settings"_L1; });
+        if (hasStray)
+            sentences.removeAll(file->settings.FileProblem());
+        ofFormat += found;
+    }
+    Findings findings;
+    for (const QString& sentence : sentences)
+        findings.append({AboutOf(sentence), sentence});
+    return findings + ofFormat;
+}
+
+// Other groups are other programs' business, unless they hold a key of the daemon's.
+Findings SettingsCheck::KeyFindings() const
+{
+    Findings findings;
     for (const File* const file : Files()) {
         for (const QString& key : file->settings.Keys()) {
-            if (KnownKeys().contains(key))
+            if (KnownKeys().contains(key) || key.startsWith(u'#') || key.contains("/#"_L1)) // that is no comment
                 continue;
             const QString likely = LikelyKey(key);
-            const bool ours = key.startsWith("Main/"_L1) || key.startsWith("Base/"_L1) || key.startsWith("Field/"_L1)
-                || (!likely.isEmpty() && WithoutGroup(key) == WithoutGroup(likely));
-            if (ours)
-                problems.append(u"%1: %2 is no key of the daemon's"_s.arg(file->name, key)
-                    + (likely.isEmpty() ? QString() : u"; is %1 meant?"_s.arg(likely)));
+            const bool ours =
+                Groups().contains(GroupOf(key)) || (!likely.isEmpty() && WithoutGroup(key) == WithoutGroup(likely));
+            if (!ours)
+                continue;
+            const QString text = Texts::tr("%1: %2 is no key of the daemon's").arg(file->name, key);
+            findings.append({key, likely.isEmpty() ? text : text + Texts::tr("; is %1 meant?").arg(likely)});
         }
     }
-    return problems;
+    return findings;
 }
 
-// The format takes them away silently, and what is left of a pattern may well be one. A ";" outside quotes begins a
-// comment.
-QStringList SettingsCheck::EscapeProblems() const
+Findings SettingsCheck::SecretFindings() const
 {
-    static const QRegularExpression line(uR"(
-            ^\s* (?: \[ (?<group>[^\]\n]*) \]
-                  | (?<key>[^;=\[\s][^;=\n]*?) \s* =
-                    (?: [^;"\\\n] | \\[\\"x] | "(?:[^"\\\n]|\\[\\"x])*" )*
-                    (?: "(?:[^"\\\n]|\\[\\"x])* )?
-                    (?<lost>\\[^\\"x\n]) ))"_s,
-        QRegularExpression::MultilineOption | QRegularExpression::ExtendedPatternSyntaxOption);
-    QStringList problems;
-    for (const File* const file : Files()) {
-        QFile contents(file->name);
-        if (!QFileInfo(file->name).isFile() || !contents.open(QIODevice::ReadOnly))
-            continue;
-        const QString text = QString::fromUtf8(contents.read(LargestFile));
-        QString group;
-        for (const QRegularExpressionMatch& match : line.globalMatch(text)) {
-            if (match.hasCaptured("group"_L1))
-                group = match.captured("group"_L1).trimmed();
-            else if (group == "Base"_L1 || group == "Main"_L1)
-                problems.append(
-                    u"%1: in %2, %3 is an escape of the file's format and does not stay; write two backslashes"_s.arg(
-                        file->name, match.captured("key"_L1), match.captured("lost"_L1)));
-        }
-    }
-    return problems;
+    const auto key = u"Base/SqlPassword"_s;
+    Findings findings;
+    for (const File* const file : Files())
+        if (!file->settings.Text(key, {}).isEmpty() && OthersMayRead(file->name))
+            findings.append(
+                {key, Texts::tr("%1: everybody can read the password (%2); chmod o= helps").arg(file->name, key)});
+    return findings;
 }
 
-QStringList SettingsCheck::ValueProblems() const
+Findings SettingsCheck::NumberFindings() const
 {
-    QStringList problems;
+    Findings findings;
     for (const Range& range : Ranges) {
         bool isNumber = false;
         const int value = main.settings.Text(range.key, {}).toInt(&isNumber);
         if (isNumber && (value < range.least || value > range.most))
-            problems.append(
-                u"%1 must be from %2 to %3, not %4: %5"_s.arg(range.key)
+            findings.append({range.key,
+                Texts::tr("%1 must be from %2 to %3, not %4: %5")
+                    .arg(range.key)
                     .arg(range.least)
                     .arg(range.most)
                     .arg(value)
-                    .arg(value == 0 ? "the modem would have no time between two messages"_L1 : range.beyond));
+                    .arg(value == 0 ? Texts::tr("the modem would have no time between two messages")
+                                    : Texts::tr(range.beyond))});
     }
     if (vars.CounterKTPMultiplier <= 0)
-        problems.append(u"Main/CounterKTPMultiplier must be more than 0, not %1"_s.arg(vars.CounterKTPMultiplier));
+        findings.append({u"Main/CounterKTPMultiplier"_s,
+            Texts::tr("Main/CounterKTPMultiplier must be more than 0, not %1").arg(vars.CounterKTPMultiplier)});
+    if (vars.SqlPort != -1 && (vars.SqlPort < 1 || vars.SqlPort > 65535))
+        findings.append(
+            {u"Base/SqlPort"_s, Texts::tr("Base/SqlPort must be -1 or from 1 to 65535, not %1").arg(vars.SqlPort)});
+    if (const auto key = u"Base/Log"_s; main.settings.Text(key, u"0"_s).toInt() == 0)
+        findings.append(
+            {key, Texts::tr("Base/Log is 0: nothing will be logged but what is wrong with the settings; set it to 1"),
+                Finding::Weight::Hint});
+    return findings;
+}
 
+Findings SettingsCheck::PatternFindings() const
+{
+    Findings findings;
     const Calendar calendar(vars);
     for (const Pattern& pattern : Patterns) {
         const int minutes = calendar.MinutesOf(pattern.due);
         QString why = Schedule::ErrorIn(vars.*pattern.text);
         if (why.isEmpty() && minutes == 0)
-            why = u"no time \"dd hh:mm\" matches"_s;
+            why = Texts::tr("no time \"dd hh:mm\" matches");
         else if (why.isEmpty() && minutes == Calendar::MinutesOfMonth)
-            why = u"every minute matches"_s;
+            why = Texts::tr("every minute matches");
         if (!why.isEmpty())
-            problems.append(u"%1, \"%2\": %3"_s.arg(pattern.key, vars.*pattern.text, why));
+            findings.append({pattern.key, u"%1, \"%2\": %3"_s.arg(pattern.key, vars.*pattern.text, why)});
     }
-    for (const auto& name : {"Base/AdminServerName"_L1, "Base/ServerName"_L1, "Base/Connections"_L1}) {
-        const QString value = bus.settings.Text(name, u"NoName"_s);
-        if (value == "NoName"_L1)
-            problems.append(u"%1 is not set (NoName)"_s.arg(name));
-        else if (value.isEmpty() && name != "Base/Connections"_L1) // there may be no peers
-            problems.append(u"%1 is empty"_s.arg(name));
-    }
-    return problems;
+    return findings;
+}
+
+// Nobody knows in which directory a service manager starts the daemon.
+Findings SettingsCheck::PlaceFindings() const
+{
+    Findings findings;
+    for (const auto& key : {"Base/BaseIni"_L1, "Base/LogName"_L1})
+        if (const QString name = main.settings.Text(key, {}); !name.isEmpty() && QFileInfo(name).isRelative())
+            findings.append({key,
+                Texts::tr("%1, %2: looked for in the directory that the daemon is started in; begin it with a slash")
+                    .arg(key, name),
+                Finding::Weight::Hint});
+    return findings;
 }

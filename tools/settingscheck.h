@@ -1,5 +1,6 @@
 #pragma once
 
+#include "finding.h"
 #include "settingsfile.h"
 #include "sysvar.h"
 
@@ -8,17 +9,24 @@
 /// The daemon's settings beside the files that they come from, for a person to judge.
 class SettingsCheck final {
 public:
-    /// Without a name, the two files that the daemon takes then.
-    explicit SettingsCheck(const QString& named);
+    /// As the daemon reads them that is started with "-settings `name`".
+    explicit SettingsCheck(const QString& name);
 
     [[nodiscard]] const SysVar& Vars() const { return vars; }
     [[nodiscard]] QString LogName() const;
+    /// All that were read.
+    [[nodiscard]] QStringList FileNames() const;
 
-    /// Every key that the daemon knows: "Main/PortKS = /dev/ttyUSB0 (default)". The password is not shown.
-    [[nodiscard]] QStringList InForce() const;
+    struct Setting {
+        QString key; ///< "Main/PortKS"
+        QString value; ///< three stars for a password
+        QString origin; ///< a file; empty: the default
+    };
+    /// Every key that the daemon knows.
+    [[nodiscard]] QList<Setting> InForce() const;
 
-    /// What would not work as it was meant, a sentence each.
-    [[nodiscard]] QStringList Problems() const;
+    /// What would not work as it was meant.
+    [[nodiscard]] Findings Judge() const;
 
     [[nodiscard]] static QStringList KnownKeys();
 
@@ -28,12 +36,14 @@ private:
         SettingsFile settings;
     };
     [[nodiscard]] QList<const File*> Files() const;
-    [[nodiscard]] QStringList KeyProblems() const;
-    [[nodiscard]] QStringList EscapeProblems() const;
-    [[nodiscard]] QStringList ValueProblems() const;
+    [[nodiscard]] Findings ReadingFindings() const;
+    [[nodiscard]] Findings KeyFindings() const;
+    [[nodiscard]] Findings SecretFindings() const;
+    [[nodiscard]] Findings NumberFindings() const;
+    [[nodiscard]] Findings PatternFindings() const;
+    [[nodiscard]] Findings PlaceFindings() const;
 
     File main;
-    File bus;
     std::unique_ptr<File> base; ///< null: the database keys are in the main file
     SysVar vars;
 };

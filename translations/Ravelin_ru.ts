@@ -43,6 +43,33 @@
     </message>
 </context>
 <context>
+    <name>QCommandLineParser</name>
+    <message>
+        <source>Usage: %1</source>
+        <translation>Использование: %1</translation>
+    </message>
+    <message>
+        <source>[options]</source>
+        <translation>[параметры]</translation>
+    </message>
+    <message>
+        <source>Options:</source>
+        <translation>Параметры:</translation>
+    </message>
+    <message>
+        <source>Arguments:</source>
+        <translation>Аргументы:</translation>
+    </message>
+    <message>
+        <source>Missing value after &apos;%1&apos;.</source>
+        <translation>После «%1» нет значения.</translation>
+    </message>
+    <message>
+        <source>Unexpected value after &apos;%1&apos;.</source>
+        <translation>Лишнее значение после «%1».</translation>
+    </message>
+</context>
+<context>
     <name>Ravelin</name>
     <message>
         <source>QuitSignal received. Stopping application.</source>
@@ -402,6 +429,758 @@
     <message>
         <source>unknown BDType &quot;%1&quot;</source>
         <translation>неизвестный BDType «%1»</translation>
+    </message>
+</context>
+<context>
+    <name>ravelinctl</name>
+    <message>
+        <source>%1 is not set (NoName)</source>
+        <translation>%1 не задан (NoName)</translation>
+    </message>
+    <message>
+        <source>%1 is empty</source>
+        <translation>%1 пуст</translation>
+    </message>
+    <message>
+        <source>%1 names the daemon itself, &quot;%2&quot;: its own server would never start</source>
+        <translation>%1 называет сам демон, «%2»: его собственный сервер никогда не запустится</translation>
+    </message>
+    <message>
+        <source>%1 and %2 are the same, &quot;%3&quot;</source>
+        <translation>%1 и %2 одинаковы: «%3»</translation>
+    </message>
+    <message>
+        <source>%1: &quot;%2&quot; is one name; between two names stands a blank, no comma</source>
+        <translation>%1: «%2» — одно имя; между именами ставится пробел, а не запятая</translation>
+    </message>
+    <message>
+        <source>there is no directory %1</source>
+        <translation>нет каталога %1</translation>
+    </message>
+    <message>
+        <source>%1 is too long for a socket, %2 bytes are the most</source>
+        <translation>%1 слишком длинно для сокета, можно не более %2 байт</translation>
+    </message>
+    <message>
+        <source>the directory %1 cannot be written</source>
+        <translation>в каталог %1 нельзя писать</translation>
+    </message>
+    <message>
+        <source>%1, %2: %3</source>
+        <translation>%1, %2: %3</translation>
+    </message>
+    <message>
+        <source>everybody may write into %1, so whoever is first there can take a name of the bus (%2); give the bus a directory of its own</source>
+        <translation>в %1 может писать кто угодно, и кто придёт первым, тот займёт имя шины (%2); дайте шине отдельный каталог</translation>
+    </message>
+    <message>
+        <source>%1 is there, too; a daemon that is started without -settings reads its bus names and its log from /etc and the rest from there</source>
+        <translation>есть и %1; демон, запущенный без -settings, берёт имена шины и журнал из /etc, а остальное оттуда</translation>
+    </message>
+    <message>
+        <source>%1, who may open nearly everything</source>
+        <translation>%1, которому открыто почти всё</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>нет</translation>
+    </message>
+    <message>
+        <source>%1 (no -settings was given)</source>
+        <translation>%1 (-settings не задан)</translation>
+    </message>
+    <message>
+        <source>All is well. Looked as the user %1; settings: %2.</source>
+        <translation>Всё в порядке. Проверено от имени пользователя %1; настройки: %2.</translation>
+    </message>
+    <message>
+        <source>Problems: %1, hints: %2. Looked as the user %3; settings: %4.</source>
+        <translation>Ошибок: %1, замечаний: %2. Проверено от имени пользователя %3; настройки: %4.</translation>
+    </message>
+    <message>
+        <source>hint: %1</source>
+        <translation>замечание: %1</translation>
+    </message>
+    <message>
+        <source>default</source>
+        <translation>по умолчанию</translation>
+    </message>
+    <message>
+        <source>Looks for everything that would not work: settings, serial lines, database, register, schedule,
+bus, log, ntpq. Changes nothing. Run it as the user, and with the PATH and TMPDIR, that the daemon
+will have.
+
+Problems, on stderr, keep the daemon from its work or show a password: exit code 1. Hints, on stdout
+as &quot;hint: ...&quot;, leave it 0: no log, a bus directory that everybody may write, a name without
+its directory, a key that is set twice, a serial line that the running daemon has.</source>
+        <translation>Ищет всё, что не будет работать: настройки, последовательные линии, базу данных, реестр, расписание,
+шину, журнал, ntpq. Ничего не меняет. Запускайте от имени того пользователя и с теми PATH и TMPDIR,
+которые будут у демона.
+
+Ошибки (в stderr) мешают демону работать или открывают пароль: код завершения 1. Замечания
+(в stdout, «замечание: ...») оставляют код 0: нет журнала, каталог шины доступен всем на запись,
+имя без каталога, ключ задан дважды, последовательную линию держит работающий демон.</translation>
+    </message>
+    <message>
+        <source>Tells, too, every setting that the daemon would run with and where it comes from.</source>
+        <translation>Выводит и все настройки, с которыми работал бы демон, и откуда каждая взята.</translation>
+    </message>
+    <message>
+        <source>Tells all of it as one JSON object on stdout.</source>
+        <translation>Выводит всё одним объектом JSON в stdout.</translation>
+    </message>
+    <message>
+        <source>%1 See %2 --help</source>
+        <translation>%1 См. %2 --help</translation>
+    </message>
+    <message>
+        <source>Usage: %1 COMMAND ...
+%2
+
+Commands:
+</source>
+        <translation>Использование: %1 КОМАНДА ...
+%2
+
+Команды:
+</translation>
+    </message>
+    <message>
+        <source>
+%1 COMMAND --help tells more.</source>
+        <translation>
+Подробнее: %1 КОМАНДА --help.</translation>
+    </message>
+    <message>
+        <source>Is &quot;%1&quot; meant?</source>
+        <translation>Может быть, «%1»?</translation>
+    </message>
+    <message>
+        <source>There is no command &quot;%1&quot;.</source>
+        <translation>Нет команды «%1».</translation>
+    </message>
+    <message>
+        <source>A command is missing.</source>
+        <translation>Не указана команда.</translation>
+    </message>
+    <message>
+        <source>Tells this.</source>
+        <translation>Выводит эту справку.</translation>
+    </message>
+    <message>
+        <source>The daemon&apos;s settings file (default: the first there is of %1).</source>
+        <translation>Файл настроек демона (по умолчанию первый, который есть: %1).</translation>
+    </message>
+    <message>
+        <source>file</source>
+        <translation>файл</translation>
+    </message>
+    <message>
+        <source>The meter&apos;s key in the register.</source>
+        <translation>Ключ счётчика в реестре.</translation>
+    </message>
+    <message>
+        <source>The register as comma-separated values.</source>
+        <translation>Реестр в виде CSV.</translation>
+    </message>
+    <message>
+        <source>There is no option &quot;%1&quot;.</source>
+        <translation>Нет параметра «%1».</translation>
+    </message>
+    <message>
+        <source>A file is missing.</source>
+        <translation>Не указан файл.</translation>
+    </message>
+    <message>
+        <source>A global_id is missing.</source>
+        <translation>Не указан global_id.</translation>
+    </message>
+    <message>
+        <source>Too many words: &quot;%1&quot;.</source>
+        <translation>Лишнее слово: «%1».</translation>
+    </message>
+    <message>
+        <source>There is no settings file, neither %1 nor %2; name one: -settings FILE</source>
+        <translation>Нет файла настроек: ни %1, ни %2; укажите его: -settings ФАЙЛ</translation>
+    </message>
+    <message>
+        <source>No -settings was given; %1 is taken.</source>
+        <translation>-settings не задан; взят %1.</translation>
+    </message>
+    <message>
+        <source>Nothing is done while the settings have problems.</source>
+        <translation>Ничего не сделано: сначала исправьте настройки.</translation>
+    </message>
+    <message>
+        <source>%1, line %2</source>
+        <translation>%1, строка %2</translation>
+    </message>
+    <message>
+        <source>%1: &quot;#&quot; begins no comment in this format; begin the line with &quot;;&quot;</source>
+        <translation>%1: «#» в этом формате не начинает комментарий; начните строку с «;»</translation>
+    </message>
+    <message>
+        <source>%1: this is neither [group] nor key=value</source>
+        <translation>%1: это не [группа] и не ключ=значение</translation>
+    </message>
+    <message>
+        <source>%1: the value of %2 ends at the semicolon; write the whole value in double quotes</source>
+        <translation>%1: значение %2 обрывается на точке с запятой; возьмите всё значение в двойные кавычки</translation>
+    </message>
+    <message>
+        <source>%1: the value of %2 goes on in the next line: a quote is not closed, or a backslash stands at the end</source>
+        <translation>%1: значение %2 продолжается на следующей строке: не закрыта кавычка, или в конце стоит обратная косая черта</translation>
+    </message>
+    <message>
+        <source>%1: in %2, %3 is an escape of the file&apos;s format and does not stay; write two backslashes</source>
+        <translation>%1: в %2 последовательность %3 в этом формате служебная и пропадает; пишите обратную косую черту дважды</translation>
+    </message>
+    <message>
+        <source>%1: %2 is set in line %3 already; only the last one counts</source>
+        <translation>%1: %2 уже задан в строке %3; действует только последнее значение</translation>
+    </message>
+    <message>
+        <source>%1: no meter is registered</source>
+        <translation>%1: не зарегистрировано ни одного счётчика</translation>
+    </message>
+    <message>
+        <source>Base/LogName, %1: it cannot be written</source>
+        <translation>Base/LogName, %1: запись невозможна</translation>
+    </message>
+    <message>
+        <source>Tells what would keep the daemon from working, before it is started.</source>
+        <translation>Говорит до запуска демона, что помешает ему работать.</translation>
+    </message>
+    <message>
+        <source>Tells when sweeps are due and how long they take.</source>
+        <translation>Говорит, когда бывают обходы и сколько они длятся.</translation>
+    </message>
+    <message>
+        <source>The database&apos;s schema and the register of meters in it.</source>
+        <translation>Схема базы данных и реестр счётчиков в ней.</translation>
+    </message>
+    <message>
+        <source>Looks after what the daemon works with.</source>
+        <translation>Следит за тем, с чем работает демон.</translation>
+    </message>
+    <message>
+        <source>clock setting</source>
+        <translation>установка часов</translation>
+    </message>
+    <message>
+        <source>time sweep</source>
+        <translation>опрос часов</translation>
+    </message>
+    <message>
+        <source>query sweep</source>
+        <translation>опрос показаний</translation>
+    </message>
+    <message>
+        <source>the %1 of %2 cannot be over before %3: %4 at best; meters behind nodes that would fit: %5</source>
+        <translation>%1, %2: не успеет завершиться до %3, в лучшем случае %4; счётчиков за узлами поместилось бы: %5</translation>
+    </message>
+    <message>
+        <source>the %1 of %2 may not be over before %3: %4 at worst; meters behind nodes that would fit: %5</source>
+        <translation>%1, %2: может не завершиться до %3, в худшем случае %4; счётчиков за узлами поместилось бы: %5</translation>
+    </message>
+    <message>
+        <source>no end</source>
+        <translation>без конца</translation>
+    </message>
+    <message>
+        <source>%1 s (%2 min)</source>
+        <translation>%1 с (%2 мин)</translation>
+    </message>
+    <message>
+        <source> and </source>
+        <translation> и </translation>
+    </message>
+    <message>
+        <source>the daemon runs (process %1) and has it, as it should</source>
+        <translation>его держит работающий демон (процесс %1), как и должно быть</translation>
+    </message>
+    <message>
+        <source>a program of another user has it, the daemon if that is running</source>
+        <translation>его держит программа другого пользователя; если демон работает, то он</translation>
+    </message>
+    <message>
+        <source>another program has it: %1 (process %2)</source>
+        <translation>его держит другая программа: %1 (процесс %2)</translation>
+    </message>
+    <message>
+        <source>the user %1 may not open it; it belongs to the user %2 and the group %3, mode %4</source>
+        <translation>пользователь %1 не может его открыть; владелец %2, группа %3, права %4</translation>
+    </message>
+    <message>
+        <source>; put the user into the group: adduser %1 %2</source>
+        <translation>; добавьте пользователя в группу: adduser %1 %2</translation>
+    </message>
+    <message>
+        <source>it is no device</source>
+        <translation>это не устройство</translation>
+    </message>
+    <message>
+        <source>it is no serial line</source>
+        <translation>это не последовательная линия</translation>
+    </message>
+    <message>
+        <source>this is the modem&apos;s line</source>
+        <translation>это линия модема</translation>
+    </message>
+    <message>
+        <source>%1: %2 added, %3 changed, %4 as they were, %5 not in the file.</source>
+        <translation>%1: добавлено %2, изменено %3, без изменений %4, нет в файле %5.</translation>
+    </message>
+    <message>
+        <source>%1: no meter with global_id &quot;%2&quot; is registered</source>
+        <translation>%1: счётчик с global_id «%2» не зарегистрирован</translation>
+    </message>
+    <message>
+        <source>Removed %1: %2, UIN %3.</source>
+        <translation>Удалён %1: %2, UIN %3.</translation>
+    </message>
+    <message>
+        <source>Makes the tables, indexes and views that the daemon needs in its database. What is there already
+is left as it is; if the daemon cannot work with it, that is told and nothing is made. An SQLite
+file and its directory are made, and its write-ahead log is switched on; a PostgreSQL database
+must exist. As the daemon does, takes a BaseName of SQLite without a leading slash from the
+program&apos;s own directory.</source>
+        <translation>Создаёт в базе данных таблицы, индексы и представления, которые нужны демону. Что уже есть, остаётся
+как есть; если демон не сможет с этим работать, об этом сообщается и ничего не создаётся. Файл SQLite
+и его каталог создаются, журнал упреждающей записи включается; база PostgreSQL должна существовать.
+Как и демон, ищет BaseName для SQLite без начальной косой черты в каталоге программы.</translation>
+    </message>
+    <message>
+        <source>The %1 is ready.</source>
+        <translation>Готово: %1.</translation>
+    </message>
+    <message>
+        <source>Fills the register of meters from a file. A meter is known by its global_id: those that are
+registered already get the values of the file, new ones are added, and those that the file does
+not name stay. When anything in the file, or in the register as it would be then, is wrong, all of
+that is told and nothing is written.</source>
+        <translation>Заполняет реестр счётчиков из файла. Счётчик узнаётся по global_id: уже зарегистрированные получают
+значения из файла, новые добавляются, остальные остаются. Если в файле или в реестре, каким он
+стал бы, что-то неверно, сообщается всё, и ничего не записывается.</translation>
+    </message>
+    <message>
+        <source>Takes meters out of the register; their readings stay. When one of them is not registered, that is
+told and none is removed.</source>
+        <translation>Удаляет счётчики из реестра; их показания остаются. Если хотя бы один не зарегистрирован, об этом
+сообщается, и не удаляется ни один.</translation>
+    </message>
+    <message>
+        <source>%1: no problems; %2.</source>
+        <translation>%1: ошибок нет; %2.</translation>
+    </message>
+    <message>
+        <source>Tells everything that is wrong with a register of meters: with a file before it is imported, or,
+without a file, with the register in the daemon&apos;s database. Changes nothing.</source>
+        <translation>Сообщает всё, что неверно в реестре счётчиков: в файле до загрузки или, если файл не указан,
+в реестре в базе данных демона. Ничего не меняет.</translation>
+    </message>
+    <message>
+        <source>Makes the tables in the daemon&apos;s database.</source>
+        <translation>Создаёт таблицы в базе данных демона.</translation>
+    </message>
+    <message>
+        <source>Fills the register from a file.</source>
+        <translation>Заполняет реестр из файла.</translation>
+    </message>
+    <message>
+        <source>Takes meters out of the register.</source>
+        <translation>Удаляет счётчики из реестра.</translation>
+    </message>
+    <message>
+        <source>Tells what is wrong with a file or with the register in the database.</source>
+        <translation>Сообщает, что неверно в файле или в реестре в базе данных.</translation>
+    </message>
+    <message>
+        <source>its driver is not installed; it is in the package %1</source>
+        <translation>её драйвер не установлен; он в пакете %1</translation>
+    </message>
+    <message>
+        <source>BDType must be sqlite3 or postgres, not &quot;%1&quot;</source>
+        <translation>BDType должен быть sqlite3 или postgres, а не «%1»</translation>
+    </message>
+    <message>
+        <source>%1: table %2 has no column %3</source>
+        <translation>%1: в таблице %2 нет столбца %3</translation>
+    </message>
+    <message>
+        <source>%1: Main_Data and &quot;Main_Data&quot; are two tables; one must be a view of the other</source>
+        <translation>%1: Main_Data и &quot;Main_Data&quot; — две таблицы; одна из них должна быть представлением другой</translation>
+    </message>
+    <message>
+        <source>%1: %2 cannot be written</source>
+        <translation>%1: в %2 нельзя писать</translation>
+    </message>
+    <message>
+        <source>%1: the role %2 may not %3 in table %4</source>
+        <translation>%1: роли %2 не разрешён %3 в таблице %4</translation>
+    </message>
+    <message>
+        <source>database %1</source>
+        <translation>база данных %1</translation>
+    </message>
+    <message>
+        <source>database %1 on %2</source>
+        <translation>база данных %1 на %2</translation>
+    </message>
+    <message>
+        <source>it does not exist; &quot;ravelinctl register init&quot; makes it</source>
+        <translation>её нет; её создаёт «ravelinctl register init»</translation>
+    </message>
+    <message>
+        <source>the directory %1 cannot be made</source>
+        <translation>нельзя создать каталог %1</translation>
+    </message>
+    <message>
+        <source>%1 is there already.</source>
+        <translation>%1 уже есть.</translation>
+    </message>
+    <message>
+        <source>Left the index %1 out: %2 is a view.</source>
+        <translation>Индекс %1 не создан: %2 — представление.</translation>
+    </message>
+    <message>
+        <source>Made the %1 %2.</source>
+        <translation>Создано: %1 %2.</translation>
+    </message>
+    <message>
+        <source>The write-ahead log is on already.</source>
+        <translation>Журнал упреждающей записи уже включён.</translation>
+    </message>
+    <message>
+        <source>Switched the write-ahead log on.</source>
+        <translation>Включён журнал упреждающей записи.</translation>
+    </message>
+    <message>
+        <source>the write-ahead log cannot be switched on</source>
+        <translation>не удалось включить журнал упреждающей записи</translation>
+    </message>
+    <message>
+        <source>  never</source>
+        <translation>  никогда</translation>
+    </message>
+    <message>
+        <source>%1, together with the %2</source>
+        <translation>%1, вместе: %2</translation>
+    </message>
+    <message>
+        <source>airtime, %1:</source>
+        <translation>время в эфире, %1:</translation>
+    </message>
+    <message>
+        <source>  %1: %2 at best, %3 at worst</source>
+        <translation>  %1: %2 в лучшем случае, %3 в худшем</translation>
+    </message>
+    <message>
+        <source>  At best, too, every pass is made for the meters whose answers are never stored (CE102): %1</source>
+        <translation>  И в лучшем случае все проходы делаются ради счётчиков, чьи ответы не сохраняются (CE102): %1</translation>
+    </message>
+    <message>
+        <source>  No substation meter can be read, yet every query sweep tries %1 times</source>
+        <translation>  Счётчика подстанции прочитать нельзя, но каждый обход показаний делает попыток: %1</translation>
+    </message>
+    <message>
+        <source>  With RepeatQueryNumber=0 a time sweep asks nobody</source>
+        <translation>  При RepeatQueryNumber=0 обход часов никого не спрашивает</translation>
+    </message>
+    <message>
+        <source>Warning: %1</source>
+        <translation>Внимание: %1</translation>
+    </message>
+    <message>
+        <source>Tells the next minutes in which clocks are set and sweeps start, how long that takes with the
+register and the delays as they are, and which sweeps are not over when the next one is due.
+Ends with exit code 1 when one cannot be over even if every meter answers at once.</source>
+        <translation>Показывает ближайшие минуты, когда устанавливаются часы и начинаются обходы, сколько это длится при
+нынешних реестре и паузах и какие обходы не успевают завершиться к следующему. Код завершения 1,
+если обход не успевает, даже когда все счётчики отвечают сразу.</translation>
+    </message>
+    <message>
+        <source>time</source>
+        <translation>время</translation>
+    </message>
+    <message>
+        <source>Where to begin: &quot;yyyy-MM-dd hh:mm&quot; (default: now).</source>
+        <translation>С какого времени: «yyyy-MM-dd hh:mm» (по умолчанию с текущего).</translation>
+    </message>
+    <message>
+        <source>number</source>
+        <translation>число</translation>
+    </message>
+    <message>
+        <source>How many minutes of each, 1 to 1000 (default 5).</source>
+        <translation>По скольку минут, от 1 до 1000 (по умолчанию 5).</translation>
+    </message>
+    <message>
+        <source>--from takes &quot;yyyy-MM-dd hh:mm&quot;, --count a number from 1 to 1000.</source>
+        <translation>--from принимает «yyyy-MM-dd hh:mm», --count число от 1 до 1000.</translation>
+    </message>
+    <message>
+        <source>only the low bits of it count</source>
+        <translation>считаются только его младшие биты</translation>
+    </message>
+    <message>
+        <source>of it the low 8 bits count, and a sweep never makes the 128th pass nor ends</source>
+        <translation>считаются его младшие 8 бит, а обход никогда не делает 128-го прохода и не кончается</translation>
+    </message>
+    <message>
+        <source>%1: %2 is no key of the daemon&apos;s</source>
+        <translation>%1: демон не знает ключа %2</translation>
+    </message>
+    <message>
+        <source>; is %1 meant?</source>
+        <translation>; может быть, %1?</translation>
+    </message>
+    <message>
+        <source>%1: everybody can read the password (%2); chmod o= helps</source>
+        <translation>%1: пароль (%2) может прочитать кто угодно; поможет chmod o=</translation>
+    </message>
+    <message>
+        <source>%1 must be from %2 to %3, not %4: %5</source>
+        <translation>%1 должен быть от %2 до %3, а не %4: %5</translation>
+    </message>
+    <message>
+        <source>the modem would have no time between two messages</source>
+        <translation>у модема не было бы времени между двумя сообщениями</translation>
+    </message>
+    <message>
+        <source>Main/CounterKTPMultiplier must be more than 0, not %1</source>
+        <translation>Main/CounterKTPMultiplier должен быть больше 0, а не %1</translation>
+    </message>
+    <message>
+        <source>Base/SqlPort must be -1 or from 1 to 65535, not %1</source>
+        <translation>Base/SqlPort должен быть -1 или от 1 до 65535, а не %1</translation>
+    </message>
+    <message>
+        <source>Base/Log is 0: nothing will be logged but what is wrong with the settings; set it to 1</source>
+        <translation>Base/Log равен 0: в журнал попадёт только неверное в настройках; задайте 1</translation>
+    </message>
+    <message>
+        <source>no time &quot;dd hh:mm&quot; matches</source>
+        <translation>не подходит ни одно время «dd hh:mm»</translation>
+    </message>
+    <message>
+        <source>every minute matches</source>
+        <translation>подходит каждая минута</translation>
+    </message>
+    <message>
+        <source>%1, %2: looked for in the directory that the daemon is started in; begin it with a slash</source>
+        <translation>%1, %2: ищется в каталоге, из которого запущен демон; начните с косой черты</translation>
+    </message>
+    <message>
+        <source>it has not ended within %1 s</source>
+        <translation>не завершилась за %1 с</translation>
+    </message>
+    <message>
+        <source>Main/NtpServer, %1: ntpq -pn lists no server, the time daemon does not work; polling would stand still from the first time sweep on</source>
+        <translation>Main/NtpServer, %1: ntpq -pn не показывает ни одного сервера, служба времени не работает; с первого обхода часов опрос встанет</translation>
+    </message>
+    <message>
+        <source>Main/NtpServer, %1: ntpq -pn does not list it; polling would stand still from the first time sweep on</source>
+        <translation>Main/NtpServer, %1: ntpq -pn его не показывает; с первого обхода часов опрос встанет</translation>
+    </message>
+    <message>
+        <source>ntpq is not in PATH: polling would stop at the first time sweep</source>
+        <translation>ntpq нет в PATH: опрос прекратится на первом обходе часов</translation>
+    </message>
+    <message>
+        <source>ntpq -pn: %1; polling would stop at the first time sweep</source>
+        <translation>ntpq -pn: %1; опрос прекратится на первом обходе часов</translation>
+    </message>
+</context>
+<context>
+    <name>register</name>
+    <message>
+        <source>first</source>
+        <translation>первая</translation>
+    </message>
+    <message>
+        <source>second</source>
+        <translation>вторая</translation>
+    </message>
+    <message>
+        <source>third</source>
+        <translation>третья</translation>
+    </message>
+    <message>
+        <source>fourth</source>
+        <translation>четвёртая</translation>
+    </message>
+    <message>
+        <source>fifth</source>
+        <translation>пятая</translation>
+    </message>
+    <message>
+        <source>sixth</source>
+        <translation>шестая</translation>
+    </message>
+    <message>
+        <source>seventh</source>
+        <translation>седьмая</translation>
+    </message>
+    <message>
+        <source>eighth</source>
+        <translation>восьмая</translation>
+    </message>
+    <message>
+        <source>ninth</source>
+        <translation>девятая</translation>
+    </message>
+    <message>
+        <source>tenth</source>
+        <translation>десятая</translation>
+    </message>
+    <message>
+        <source>eleventh</source>
+        <translation>одиннадцатая</translation>
+    </message>
+    <message>
+        <source>twelfth</source>
+        <translation>двенадцатая</translation>
+    </message>
+    <message>
+        <source>thirteenth</source>
+        <translation>тринадцатая</translation>
+    </message>
+    <message>
+        <source>fourteenth</source>
+        <translation>четырнадцатая</translation>
+    </message>
+    <message>
+        <source>fifteenth</source>
+        <translation>пятнадцатая</translation>
+    </message>
+    <message>
+        <source>sixteenth</source>
+        <translation>шестнадцатая</translation>
+    </message>
+    <message>
+        <source>; the %1 letter is Cyrillic</source>
+        <translation>; %1 буква — кириллица</translation>
+    </message>
+    <message>
+        <source>; Cyrillic letters: %1</source>
+        <translation>; буквы кириллицы: %1</translation>
+    </message>
+    <message>
+        <source> or </source>
+        <translation> или </translation>
+    </message>
+    <message>
+        <source>%1: %2, not &quot;%3&quot;</source>
+        <translation>%1: %2, а не «%3»</translation>
+    </message>
+    <message>
+        <source>global_id must be a whole number from 1 to 2147483647</source>
+        <translation>global_id должен быть целым числом от 1 до 2147483647</translation>
+    </message>
+    <message>
+        <source>the UIN of a node must be 16 digits 0-9 A-F</source>
+        <translation>UIN узла должен состоять из 16 цифр 0-9 A-F</translation>
+    </message>
+    <message>
+        <source>the UIN must be that of a node</source>
+        <translation>UIN должен быть адресом узла</translation>
+    </message>
+    <message>
+        <source>the UIN of a substation meter may be any name</source>
+        <translation>UIN счётчика подстанции может быть любым именем</translation>
+    </message>
+    <message>
+        <source>Model must be %1</source>
+        <translation>Model должен быть %1</translation>
+    </message>
+    <message>
+        <source>Type must be 0 (behind a node) or 1 (substation meter)</source>
+        <translation>Type должен быть 0 (за узлом) или 1 (счётчик подстанции)</translation>
+    </message>
+    <message>
+        <source>the Number of a %1 must be a whole number from 0 to 2147483647</source>
+        <translation>Number для %1 должен быть целым числом от 0 до 2147483647</translation>
+    </message>
+    <message>
+        <source>the Number must have all its digits (in the spreadsheet, make the column text)</source>
+        <translation>Number должен быть со всеми цифрами (сделайте столбец в таблице текстовым)</translation>
+    </message>
+    <message>
+        <source>KI_Number must be of Latin letters, digits and signs (Latin-1)</source>
+        <translation>KI_Number должен быть из латинских букв, цифр и знаков (Latin-1)</translation>
+    </message>
+    <message>
+        <source>%1: %2, as in %3</source>
+        <translation>%1: %2, как и в %3</translation>
+    </message>
+    <message>
+        <source>global_id is &quot;%1&quot;</source>
+        <translation>global_id — «%1»</translation>
+    </message>
+    <message>
+        <source>the UIN is &quot;%1&quot;</source>
+        <translation>UIN — «%1»</translation>
+    </message>
+    <message>
+        <source>this is a substation meter</source>
+        <translation>это счётчик подстанции</translation>
+    </message>
+    <message>
+        <source>meters behind nodes: %1, substation meters: %2</source>
+        <translation>счётчиков за узлами: %1, счётчиков подстанции: %2</translation>
+    </message>
+    <message>
+        <source>%1, line %2</source>
+        <translation>%1, строка %2</translation>
+    </message>
+    <message>
+        <source>this is not UTF-8 text; have the spreadsheet save it as &quot;CSV UTF-8&quot;</source>
+        <translation>это не текст UTF-8; сохраните таблицу как «CSV UTF-8»</translation>
+    </message>
+    <message>
+        <source>a quote is not closed</source>
+        <translation>кавычка не закрыта</translation>
+    </message>
+    <message>
+        <source>there is no column &quot;%1&quot; in a register</source>
+        <translation>в реестре нет столбца «%1»</translation>
+    </message>
+    <message>
+        <source>the column &quot;%1&quot; is there twice</source>
+        <translation>столбец «%1» есть дважды</translation>
+    </message>
+    <message>
+        <source>the column &quot;%1&quot; is missing</source>
+        <translation>нет столбца «%1»</translation>
+    </message>
+    <message>
+        <source>there are %1 values under %2 columns</source>
+        <translation>значений %1, а столбцов %2</translation>
+    </message>
+    <message>
+        <source>%1: there is no header with the names of the columns</source>
+        <translation>%1: нет заголовка с именами столбцов</translation>
+    </message>
+    <message>
+        <source>this is not a regular file</source>
+        <translation>это не обычный файл</translation>
+    </message>
+    <message>
+        <source>this is larger than a register can be</source>
+        <translation>для реестра файл слишком велик</translation>
+    </message>
+    <message>
+        <source>this cannot be read to its end</source>
+        <translation>файл нельзя прочитать до конца</translation>
+    </message>
+    <message>
+        <source>%1, global_id %2</source>
+        <translation>%1, global_id %2</translation>
+    </message>
+    <message>
+        <source>the Model of a substation meter must be %1</source>
+        <translation>Model счётчика подстанции должен быть %1</translation>
     </message>
 </context>
 </TS>

@@ -23,7 +23,7 @@ def faketime_environment(speed, start):
 def ravelinctl(*words, program=os.path.join(BUILD, "ravelinctl"), **environment):
     """Exit code, stdout, and stderr without the tool's name: lines."""
     done = subprocess.run([program, *words], capture_output=True, text=True, timeout=60,
-                          env=dict(os.environ, TZ="UTC", **environment))
+                          env={**os.environ, "TZ": "UTC", "LC_ALL": "C.UTF-8", "LANGUAGE": "", **environment})
     complaints = done.stderr.splitlines()
     assert all(line.startswith("ravelinctl: ") for line in complaints), done.stderr
     return done.returncode, done.stdout.splitlines(), [line.removeprefix("ravelinctl: ") for line in complaints]

@@ -7,6 +7,7 @@ import os
 import re
 import shutil
 import sqlite3
+import subprocess
 import tempfile
 import unittest
 
@@ -88,11 +89,11 @@ class Both:
 
         # Two meters swap their nodes, one is new, the others stay.
         report = self.load(HEADER + "11,000D6F00001733F2,60217,CE102,0,101\n12,000D6F00001733EB,60218,CE102,0,102\n"
-                                    "30,000D6F0000190BFF,7,SET1,0,о'к\n21,000D6F0000190B10,70000,SET3,0,201\n")
+                                    "30,000D6F0000190BFF,7,SET1,0,o'k\n21,000D6F0000190B10,70000,SET3,0,201\n")
         self.assertEqual(report[:2], (0, [f"{self.name}: 1 added, 2 changed, 1 as they were, 10 not in the file."]))
         self.assertEqual([row for row in self.counters() if row[:2] in ("11", "12", "30")],
                          ["11|000D6F00001733F2|60217|CE102|0|101", "12|000D6F00001733EB|60218|CE102|0|102",
-                          "30|000D6F0000190BFF|7|SET1|0|о'к"])
+                          "30|000D6F0000190BFF|7|SET1|0|o'k"])
         self.assertEqual(self.tool("remove", "11", "7", "x"), (1, [], [
             f'{self.name}: no meter with global_id "{unknown}" is registered' for unknown in "7x"]))
         self.assertEqual(self.tool("remove", "30", "11"), (0, [
@@ -187,13 +188,42 @@ class OnSqlite(Both, unittest.TestCase):
         write_file(self.directory, "the.ini", f"[Base]\nBaseName={copies[0]}\n")
         self.assertIn("meters behind nodes: 0,", self.tool("check")[1][0])
 
-    def test_where_the_daemon_looks(self):
-        """Beside the program: ravelin.ini, and a database without a leading slash."""
+    def test_driver_that_is_not_installed(self):
         program = shutil.copy(os.path.join(BUILD, "ravelinctl"), self.directory)
+        write_file(self.directory, "qt.conf", "[Paths]\nPlugins=/none\n")
+        for kind, package in (("sqlite3", "sqlite"), ("postgres", "psql")):
+            write_file(self.directory, "the.ini", f"[Base]\nBDType={kind}\n")
+            self.assertRegex(ravelinctl("register", "init", "-settings", self.settings_path, program=program)[2][0],
+                             rf"its driver is not installed; it is in the package libqt6sql6-{package}$")
+
+    def test_where_settings_are_looked_for(self):
+        program = shutil.copy(os.path.join(BUILD, "ravelinctl"), self.directory)
+        etc = os.path.join(self.directory, "etc")
+        os.makedirs(os.path.join(etc, "ravelin"))
+        with_this_etc = ["-m" if os.geteuid() == 0 else "-rm", "sh", "-c", 'mount --bind "$0" /etc && exec "$@"', etc]
+        if subprocess.run(["unshare", *with_this_etc, "true"], stderr=subprocess.DEVNULL).returncode:
+            self.skipTest("nothing may be mounted here")
+
+        def tool(*words):
+            return ravelinctl(*with_this_etc, program, *words, program=shutil.which("unshare"))
+
+        usual = "/etc/ravelin/ravelin.ini", os.path.join(self.directory, "ravelin.ini")
+        complaint = f"There is no settings file, neither {usual[0]} nor {usual[1]}; name one: -settings FILE"
+        for words in (["register", "check"], ["schedule"]):
+            self.assertEqual(tool(*words), (1, [], [complaint]))
+        self.assertEqual(tool("check"), (1, ["Problems: 1, hints: 0. Looked as the user 0, who may open nearly "
+                                             "everything; settings: none."], [complaint]))
+        # A database without a leading slash, too, is looked for beside the program.
         base = write_file(self.directory, "base.ini", "[Base]\nBaseName=db/other.db\n")
         write_file(self.directory, "ravelin.ini", f"[Base]\nBaseName=unused.db\nBaseIni={base}\n")
-        self.assertEqual(ravelinctl("register", "init", program=program)[0], 0)
+        self.assertEqual(tool("register", "init")[1][0], f"No -settings was given; {usual[1]} is taken.")
         self.assertTrue(os.path.exists(os.path.join(self.directory, "db", "other.db")))
+        write_file(os.path.join(etc, "ravelin"), "ravelin.ini", f"[Base]\nBaseName={self.path}\n")
+        self.assertEqual(tool("register", "init")[1][0], f"No -settings was given; {usual[0]} is taken.")
+        self.assertTrue(os.path.exists(self.path))
+        report = tool("check")[1]
+        self.assertIn(f"hint: {usual[1]} is there, too; a daemon that is started without -settings", report[0])
+        self.assertIn(f"settings: {usual[0]} (no -settings was given).", report[-1])
 
 
 class OnPostgres(Both, unittest.TestCase):
@@ -273,6 +303,10 @@ class Usage(unittest.TestCase):
     def test_refused(self):
         rows = [
             (["bogus"], 2, 'There is no command "bogus". See ravelinctl --help'),
+            (["Shedule"], 2, 'There is no command "Shedule". Is "schedule" meant? See ravelinctl --help'),
+            (["register", "imprt"], 2, 'There is no command "imprt". Is "import" meant? See ravelinctl register --help'),
+            (["check", "-setings", "x"], 2,
+             'There is no option "setings". Is "--settings" meant? See ravelinctl check --help'),
             (["register", "import"], 2, "A file is missing. See ravelinctl register import --help"),
             (["schedule", "--count", "0"], 2, '--from takes "yyyy-MM-dd hh:mm", --count a number from 1 to 1000.'),
             (["register", "check", "/dev/zero"], 1, "/dev/zero: this is not a regular file"),
@@ -284,6 +318,43 @@ class Usage(unittest.TestCase):
             with self.subTest(words):
                 done = ravelinctl(*words)
                 self.assertEqual((done[0], done[1], done[2][0]), (code, [], complaint))
+
+    def test_spreadsheets(self):
+        semicolons = HEADER.replace(",", ";").replace("\n", ";;\n")
+        rows = [
+            ((semicolons + "1;КТП;9;CE301;1;;;\n").encode("cp1251"), 'line 2: this is not UTF-8 text; have the spreadsheet '
+                                                                     'save it as "CSV UTF-8"'),
+            ((semicolons + f"7;{UIN};9,21703E+12;CE301;0;40;;\n").encode(), "line 2: the Number must have all its digits (in "
+             'the spreadsheet, make the column text), not "9,21703E+12"'),
+            ((semicolons + f"7;{UIN};1;SET1;0;дом;;\n").encode(), 'line 2: KI_Number must be of Latin letters, digits and '
+             'signs (Latin-1), not "дом"; Cyrillic letters: 1, 2, 3'),
+            ((HEADER.replace(",", "\t") + "1\tКТП\t9\tCE301\t1\t\n").encode("utf-16"), None),
+        ]
+        with tempfile.NamedTemporaryFile() as file:
+            for contents, complaint in rows:
+                with self.subTest(complaint):
+                    file.seek(0)
+                    file.truncate()
+                    file.write(contents)
+                    file.flush()
+                    done = ravelinctl("register", "check", file.name)
+                    self.assertEqual(done[::2], (1, [f"{file.name}, {complaint}"]) if complaint else (0, []))
+
+    def test_in_russian(self):
+        csv = write_file(self.enterContext(tempfile.TemporaryDirectory()), "r.csv", HEADER + f"1,{UIN},1,СET3,0,\n")
+        english = f'{csv}, line 2: Model must be CE102, CE301, SET1 or SET3, not "СET3"; the first letter is Cyrillic'
+        russian = f"{csv}, строка 2: Model должен быть CE102, CE301, SET1 или SET3, а не «СET3»; первая буква — кириллица"
+        for complaint, environment in ((russian, {"LC_ALL": "ru_RU.UTF-8"}), (russian, {"LC_ALL": "", "LC_MESSAGES": "",
+                                       "LANG": "ru_RU.UTF-8"}), (english, {"LC_ALL": "C", "LANG": "ru_RU.UTF-8"})):
+            self.assertEqual(ravelinctl("register", "check", csv, **environment), (1, [], [complaint]))
+
+    def test_help_and_version(self):
+        self.assertRegex(ravelinctl("-v")[1][0], r"^\d+\.\d+\.\d+$")
+        for words, first in ((["help"], "Usage: ravelinctl COMMAND ..."),
+                             (["register", "help"], "Usage: ravelinctl register COMMAND ..."),
+                             (["help", "register", "import"], "Usage: ravelinctl register import [options] FILE.csv")):
+            self.assertEqual(ravelinctl(*words)[::2], (0, []))
+            self.assertEqual(ravelinctl(*words)[1][0], first)
 
 
 if __name__ == "__main__":

@@ -168,14 +168,15 @@ void TConnector::newOutConnection()
 // An administrator who is not there is normal, and is not logged.
 void TConnector::connectionAdminError(QLocalSocket::LocalSocketError error)
 {
-    if (error == QLocalSocket::ServerNotFoundError)
+    if (error == QLocalSocket::ServerNotFoundError) {
         obstacle = tr("there is no such socket");
-    else if (error == QLocalSocket::ConnectionRefusedError)
+    } else if (error == QLocalSocket::ConnectionRefusedError) {
         obstacle = tr("nobody listens");
-    else if (error == QLocalSocket::SocketAccessError)
+    } else if (error == QLocalSocket::SocketAccessError) {
         TellObstacle(*AdminConnection, tr("no permission to connect"));
-    else
+    } else {
         obstacle = AdminConnection->errorString();
+    }
     emit ConnectionLost(AdminConnection);
     AdminConnection->abort();
 }

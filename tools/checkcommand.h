@@ -2,5 +2,5 @@
 
 #include <QStringList>
 
-/// "ravelinctl check". As Command::run.
+/// "ravelinctl check". As Subcommand::run.
 [[nodiscard]] int RunCheck(const QStringList& words);

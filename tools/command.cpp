@@ -34,10 +34,10 @@ int Refuse(const QString& why, const QString& way)
     return WrongUsage;
 }
 
-QString Overview(const QList<Command>& commands, const QString& about, const QString& way)
+QString Overview(const QList<Subcommand>& commands, const QString& about, const QString& way)
 {
     QString text = Texts::tr("Usage: %1 COMMAND ...\n%2\n\nCommands:\n").arg(way, about);
-    for (const Command& command : commands)
+    for (const Subcommand& command : commands)
         text += u"  %1 %2\n"_s.arg(command.name, -12).arg(command.summary);
     return text + Texts::tr("\n%1 COMMAND --help tells more.").arg(way);
 }
@@ -47,10 +47,10 @@ QString WithGuess(const QString& complaint, const QString& likely)
     return likely.isEmpty() ? complaint : complaint + u' ' + Texts::tr("Is \"%1\" meant?").arg(likely);
 }
 
-QString NoCommand(const QString& name, const QList<Command>& commands)
+QString NoCommand(const QString& name, const QList<Subcommand>& commands)
 {
     QStringList names;
-    for (const Command& command : commands)
+    for (const Subcommand& command : commands)
         names.append(command.name);
     return WithGuess(Texts::tr("There is no command \"%1\".").arg(name), LikelyOf(names, name));
 }
@@ -62,7 +62,7 @@ QStringList UsualSettings()
 
 } // namespace
 
-int RunOneOf(const QList<Command>& commands, const QString& about, QStringList words)
+int RunOneOf(const QList<Subcommand>& commands, const QString& about, QStringList words)
 {
     const QString way = words.first();
     const bool asksForHelp = words.value(1) == "help"_L1;
@@ -80,7 +80,7 @@ int RunOneOf(const QList<Command>& commands, const QString& about, QStringList w
         return Done;
     }
     const auto command =
-        std::find_if(commands.begin(), commands.end(), [&](const Command& known) { return known.name == name; });
+        std::find_if(commands.begin(), commands.end(), [&](const Subcommand& known) { return known.name == name; });
     if (command == commands.end())
         return Refuse(NoCommand(name, commands), way);
     return command->run(QStringList{way + u' ' + name} + words.mid(2));

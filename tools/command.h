@@ -13,7 +13,7 @@ enum ExitCode { Done = 0, Problems = 1, WrongUsage = 2 };
 
 /// A command, or a group of commands. `run` gets the words of the command line from its own on: the first names the way
 /// to it ("ravelinctl register"). Returns the exit code.
-struct Command {
+struct Subcommand {
     QString name;
     QString summary;
     int (*run)(const QStringList& words);
@@ -21,7 +21,7 @@ struct Command {
 
 /// Runs the command that the second of `words` names; tells the ways to go on for "--help", "help", a missing and a
 /// wrong name.
-[[nodiscard]] int RunOneOf(const QList<Command>& commands, const QString& about, QStringList words);
+[[nodiscard]] int RunOneOf(const QList<Subcommand>& commands, const QString& about, QStringList words);
 
 /// The options of one command and what it takes beside them.
 class CommandLine final {

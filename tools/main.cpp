@@ -29,7 +29,7 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationVersion(getTesselVersion());
     QTranslator translator;
     SpeakTheUsersLanguage(translator);
-    const QList<Command> commands{
+    const QList<Subcommand> commands{
         {u"check"_s, Texts::tr("Tells what would keep the daemon from working, before it is started."), RunCheck},
         {u"schedule"_s, Texts::tr("Tells when sweeps are due and how long they take."), RunSchedule},
         {u"register"_s, Texts::tr("The database's schema and the register of meters in it."), RunRegister},

@@ -156,7 +156,7 @@ int Check(const QStringList& words)
 
 int RunRegister(const QStringList& words)
 {
-    const QList<Command> commands{
+    const QList<Subcommand> commands{
         {u"init"_s, Texts::tr("Makes the tables in the daemon's database."), Init},
         {u"import"_s, Texts::tr("Fills the register from a file."), Import},
         {u"remove"_s, Texts::tr("Takes meters out of the register."), Remove},

@@ -2,5 +2,5 @@
 
 #include <QStringList>
 
-/// "ravelinctl register": init, import, remove and check. As Command::run.
+/// "ravelinctl register": init, import, remove and check. As Subcommand::run.
 [[nodiscard]] int RunRegister(const QStringList& words);

@@ -2,5 +2,5 @@
 
 #include <QStringList>
 
-/// "ravelinctl schedule". As Command::run.
+/// "ravelinctl schedule". As Subcommand::run.
 [[nodiscard]] int RunSchedule(const QStringList& words);

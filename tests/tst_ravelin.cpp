@@ -1,3 +1,4 @@
+#include "ending.h"
 #include "files.h"
 #include "log.h"
 #include "ravelin.h"
@@ -92,6 +93,7 @@ private slots:
         while (!written.endsWith(announcement + "at+sn\r\n") && ::poll(&end, 1, 5000) == 1)
             written += line.Read();
         QCOMPARE(written, announcement + "at+sn\r\n");
+        Ending::Close(); // or the line stays locked
     }
 
     void templateSettings()

@@ -1,4 +1,5 @@
 #include "clock.h"
+#include "ending.h"
 #include "files.h"
 #include "log.h"
 #include "portlock.h"
@@ -263,6 +264,24 @@ private slots:
         QCOMPARE(modem->GetMessageFromModem().size(), sent);
     }
 
+    // The event loop takes over what comes, but not for ever.
+    void nobodyReads()
+    {
+        constexpr qsizetype Much = 2'000'000;
+        Begin();
+        modem->findChild<QTimer*>()->stop();
+        qsizetype taken = 0;
+        for (int idle = 0; idle < 4 * SilenceMs && taken < Much; ++idle) {
+            if (const qsizetype size = line->Write(QByteArray(4000, 'x')); size > 0) {
+                taken += size;
+                idle = 0;
+            }
+            ::poll(nullptr, 0, 1);
+            QCoreApplication::processEvents();
+        }
+        QVERIFY2(taken >= 1'048'576 && taken < 1'100'000, qPrintable(QString::number(taken)));
+    }
+
     void portGoneAndBack()
     {
         const QString missing = u"Cannot open the modem port PORT: No such file or directory"_s;
@@ -301,7 +320,7 @@ private slots:
         other.unlock();
         modem->timer_event();
         QVERIFY(QFile::exists(file));
-        modem.reset();
+        Ending::Close();
         QVERIFY(!PortLock::Find(Port()));
 
         const auto found = [&](const QByteArray& contents) {

@@ -53,6 +53,9 @@ private slots:
         QVERIFY(!table.Find("M")); // the head does not count
         table.AddDevice("C", u"5"_s);
         QCOMPARE(Entries(table), (Lines{"M Main Device", "A 3", "C 5"}));
+        table.DeleteDevice("A");
+        table.AddDevice("B", u"6"_s);
+        QCOMPARE(Entries(table), (Lines{"M Main Device", "C 5", "B 6"}));
 
         table.DeleteAllDevices();
         QVERIFY(!table.Find("C"));
@@ -105,6 +108,10 @@ private slots:
         head.DeleteItem("A");
         QCOMPARE(head.GetUCAST("A"), "old"_ba);
         QCOMPARE(head.FindItem("M"), &head);
+
+        delete head.FindItem("M")->Next; // and with it all behind it
+        QCOMPARE(Items(head), Lines{"M own"});
+        QVERIFY(!head.FindItem("B"));
     }
 
     void fragmentsWithoutAnEnd()

@@ -1,3 +1,4 @@
+#include "ending.h"
 #include "files.h"
 #include "localsocket.h"
 #include "log.h"
@@ -206,6 +207,7 @@ private slots:
         QCOMPARE(before, QByteArrayList{"at+ucastb:03,node\r\xC0\x01\xC1"_ba});
         QCOMPARE(Heard(modem), "at+ucastb:03,node\r\xC0\x02\xC1"_ba);
         VirtualTime::WhileWaiting(nullptr);
+        Ending::Close(); // or the line stays locked
     }
 
     void templateSettings()

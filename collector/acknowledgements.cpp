@@ -5,7 +5,8 @@
 
 using namespace Qt::StringLiterals;
 
-// Reports are matched to messages by their order alone, first in, first out, whatever number the modem gives.
+// Reports belong to messages by their order alone, the first report to the first message. The modem's number is not
+// used.
 void TCollector::zACK(quint8)
 {
     if (!reports.Acknowledged())
@@ -29,7 +30,7 @@ void TCollector::zError(quint16 code)
 // Whether the modem took a message says nothing about its node.
 void TCollector::zAcceptUCAST(quint8) { }
 
-/// Looks for errors in what the alarm input says, in the modem's way of telling them.
+/// Reads the text of the alarm input like the modem's output, and reports the errors in it.
 void TCollector::CheckAlarm()
 {
     const QByteArray alarmText; // no input is attached yet

@@ -15,8 +15,8 @@ namespace BusMessages {
 /// The file of a sweep, "date-time.db" without colons.
 [[nodiscard]] QString FileName(const QString& date, const QString& time);
 
-/// A record is 44 bytes in host (little-endian) order. Text that is too long for its field is cut, what is too short
-/// ends in zero bytes.
+/// A record is 44 bytes, its numbers little-endian. Text that is too long for its field is cut; shorter text is filled
+/// up with zero bytes.
 ///
 /// Meter, five energies, date (10) and time (8) of the sweep, status.
 [[nodiscard]] QByteArray ReadingRecord(

@@ -1,5 +1,5 @@
-// The meters' clocks: set on schedule, and once a day compared by a row of the substation meter that tells how far the
-// system's own clock was off.
+// The meters' clocks are set on schedule. The reference clock is stored once a day, under the substation meter: it
+// tells how far this computer's own clock was off.
 
 #include "clock.h"
 #include "clocktexts.h"
@@ -35,7 +35,7 @@ bool AnyMeterSetOneByOne()
 
 } // namespace
 
-/// One CE301 in the register, and every node is told the time in that model's way.
+/// If the register holds a single CE301, every node is told the time in that model's way.
 void TCollector::SetMeterClocks()
 {
     if (AnyMeterSetOneByOne()) {

@@ -40,7 +40,7 @@ TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* own
     if (lastError.isValid()) {
         const QString message = lastError.text() + " (alias name) "_L1;
         emit Error(message);
-        Log(message); // nobody is connected to a collector under construction
+        Log(message); // no slot can be connected to the signal yet
     }
     ktpGlobalId = MainBase::FirstValueOf(MainBase::Execute(Statements::SubstationGlobalIds)).toInt();
     ReportInvalidPatterns();

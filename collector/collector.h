@@ -35,7 +35,7 @@ public:
     TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* owner);
     ~TCollector() override;
 
-    /// Part of the given interface, as ToC0C1() and FromC0C1(): the daemon asks MainBase and NodeFrame.
+    // Part of the given interface; the daemon does not call these three. It uses MainBase and NodeFrame.
     [[nodiscard]] static QSqlDatabase MainDatabase();
     [[nodiscard]] static QByteArray ToC0C1(QByteArray payload);
     [[nodiscard]] static QByteArray FromC0C1(QByteArray in, QByteArray& rest);
@@ -59,26 +59,27 @@ public:
     /// or 2.6 s (CE301).
     bool ReadPowerFromKTP(float& total, float& t1, float& t2, float& t3, float& t4);
 
-    /// The substation meter's clock, local time. This time of yesterday when there is no answer, and always for a
-    /// CE301: its answer is not read. The seconds are the request code that the answer echoes, 10. Part of the given
-    /// interface; the daemon does not call it.
+    /// The substation meter's clock, local time. Without an answer the result is the present time less one day; for a
+    /// CE301 it always is, because its answer is not read. A SET3's seconds are always 10: see set3line.h. Part of the
+    /// given interface; the daemon does not call it.
     QDateTime GetTimeFromCouner();
 
     // --- the meters' clocks: clocks.cpp
 
-    /// Sends every node, whatever its meter, the message that sets a CE301's clock.
+    /// Sends every node the message that sets a CE301's clock, also the nodes of other models.
     void SetTimeCE_301();
 
     // --- answers: responses.cpp
 
-    // Part of the given interface; the daemon reads a whole answer at once, with MeterModel::read.
+    // Part of the given interface; the daemon does not call these two. It reads a whole answer at once, with
+    // MeterModel::read.
 
     /// Decodes the first node frame of `pack`; `rest` gets what follows it. For a name that is no model's all outputs
-    /// keep their values; on false else they are worth nothing.
+    /// keep their values; after any other failure their values are of no use.
     bool RouteDataFromCounter(QByteArray pack, QString model, float& pwr, float& pwr1, float& pwr2, float& pwr3,
         float& pwr4, QByteArray& rest);
-    /// As RouteDataFromCounter(), for the clocks of the SET models, in local time; any other model keeps all outputs.
-    /// True with an invalid `time` when the bytes are no date and time.
+    /// As RouteDataFromCounter(), for the clocks of the SET models, in local time. For any other model all outputs keep
+    /// their values. True with an invalid `time` when the bytes are no date and time that exist.
     bool RouteTimeFromCounter(QByteArray pack, QByteArray model, QDateTime& time, QByteArray& rest);
 
     // --- the numbers that nodes are told: nodenumbers.cpp
@@ -87,8 +88,9 @@ public:
     void SendCounterNumber(QByteArray uin);
     void SendCINumber(QByteArray uin);
 
-    /// Sends nothing, and takes 5 s for each node meter: see there.
+    /// Sends nothing, and takes 5 s for each node meter: see nodenumbers.cpp.
     void SendCountersNumbers();
+    /// Does nothing.
     void SendCommand_04();
 
 signals:
@@ -106,7 +108,7 @@ public slots:
     void zNACK(quint8 i);
     void zError(quint16 i);
     void zAcceptUCAST(quint8 i);
-    /// Wants a query sweep at the next tick, whatever the schedule says.
+    /// Asks for a query sweep at the next tick, also when none is due.
     void NeedQuery();
     void timer_event();
 
@@ -187,5 +189,5 @@ private:
     QList<QString> timeAnswered; // whose clock is stored for the date of the sweep
     QMap<QString, QDateTime> timeQuerySent;
     QDateTime lastTick; // when it began
-    bool strangersTold = false;
+    bool strangersTold = false; // the log has told that of further nodes nothing is kept
 };

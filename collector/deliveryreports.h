@@ -13,13 +13,13 @@ public:
     /// A message went out to `uin`: the modem reports on it later.
     void Sent(const QByteArray& uin) { awaitingAck.append(uin); }
 
-    /// The modem's report on the oldest message that has none yet, whatever number it gives. Returns whose it was; none
-    /// when no message waits for a report.
+    /// The modem has reported on a message. The report counts for the oldest message that has none yet; its number is
+    /// not used. Returns the node of that message; none when no message waits for a report.
     std::optional<QByteArray> Acknowledged() { return TakeReport(NodeHeard); }
     std::optional<QByteArray> Refused() { return TakeReport(DeliveryFailed); }
 
-    /// Of a sender that was never asked nothing is kept once MostNodes are known: anybody in the air can invent
-    /// addresses. False then.
+    /// `uin` has sent something. False, and nothing is kept, when it is new and MostNodes are known already: any radio
+    /// device can invent addresses.
     bool Heard(const QByteArray& uin)
     {
         if (meterState.size() >= MostNodes && !meterState.contains(uin))

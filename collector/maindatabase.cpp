@@ -40,15 +40,14 @@ QSqlDatabase Sqlite(const QString& connection, const SysVar& vars)
     return database;
 }
 
-/// Opened as it is, the driver would leak a connection that broke.
+/// The driver leaks a broken connection if it is opened again without being closed.
 void CloseBroken(QSqlDatabase& database)
 {
     if (!database.isOpen())
         database.close();
 }
 
-/// Statements of one kind: when they fail is told in the log and on stderr, once for each reason, and when they work
-/// again.
+/// Statements of one kind. The log and stderr tell when they fail, once for each reason, and when they work again.
 class StatementKind final {
 public:
     StatementKind(const char* failing, const char* working) : failingText(failing), workingText(working) { }
@@ -67,7 +66,7 @@ public:
     void Forget() { necessity = Necessity(); }
 
 private:
-    // Without the statement, which some databases quote behind it: the same reason is told once for all meters.
+    // The first line alone. Some databases quote the statement behind it, and each meter has a statement of its own.
     static QString Reason(const QSqlError& error)
     {
         const QString text = error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
@@ -139,14 +138,14 @@ QSqlDatabase MainBase::Connection()
 {
     if (QSqlDatabase known = QSqlDatabase::database(ConnectionName, false); known.isOpen())
         return known;
-    Ending::LeaveIfRequested(); // a host that does not answer takes its time
+    Ending::LeaveIfRequested(); // opening takes long when the host does not answer
     QSqlDatabase database = QSqlDatabase::database(ConnectionName, true);
     if (database.isOpen())
         PrepareSession(database);
     return database;
 }
 
-// Not by the connection's start-up options, which poolers refuse.
+// By statements: connection poolers refuse these settings as start-up options.
 void MainBase::PrepareSession(const QSqlDatabase& database)
 {
     if (database.driverName() != "QPSQL"_L1)

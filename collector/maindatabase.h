@@ -11,11 +11,12 @@
 
 struct SysVar;
 
-/// The collector's one database connection and all that runs on it. A failing statement yields no rows. The log tells
-/// why, once for each reason until a statement of its kind works again, and then that it does.
+/// The collector's one database connection and all that runs on it. A failing statement yields no rows. The log and
+/// stderr tell the reason, each reason once until a statement of that kind works again, and then that it works.
 namespace MainBase {
 
-/// Whether the log tells of a failure. Some statements must fail: readers of the tables rely on it.
+/// Whether the log tells of a failure. Some statements are meant to fail: those without a sweep's date and time (see
+/// Sweep), and Statements::InsertClockPlaceholder.
 enum class Failure { Told, Expected };
 
 /// A new connection of that name to the database of `vars`, not open yet. With an unknown kind of database there is
@@ -37,16 +38,16 @@ void PrepareSession(const QSqlDatabase& database);
 /// once more.
 QSqlQuery Run(const QString& statement, Failure failure = Failure::Told);
 
-/// Runs one statement that adds a row. If the connection breaks with it, the row may be there all the same: it is tried
-/// once more if `mayBeThere`, asked on a new connection, says no.
+/// Runs one statement that adds a row. If the connection breaks meanwhile, the row may be stored all the same. Then
+/// `mayBeThere` is asked, on a new connection, and the statement is tried once more if the row is not there.
 void Insert(const QString& statement, const std::function<bool()>& mayBeThere, Failure failure);
 
-/// Runs all statements or none: false when one failed or the connection broke. Rows are meant; the log does not
-/// tell of a failure, since the caller tries each alone then.
+/// Runs all statements, which add rows, or none. False when one failed or the connection broke. The log does not tell
+/// of that: the caller then tries each row alone, with Insert().
 [[nodiscard]] bool RunTogether(const QStringList& statements);
 
 /// `statement` with its placeholders replaced in ascending order of their numbers, all in one pass: a "%1" inside a
-/// value stays one.
+/// value is not replaced.
 template <class... Values>
 [[nodiscard]] QString Filled(QStringView statement, const Values&... values)
 {
@@ -68,8 +69,8 @@ QSqlQuery Execute(QStringView statement, const Values&... values)
 /// The first column of the first row; invalid when there is no row.
 [[nodiscard]] QVariant FirstValueOf(QSqlQuery query);
 
-/// The whole first row; empty when there is none. The query ends with it: while one is being read, SQLite does not wait
-/// for a lock of another program, and a row that is added meanwhile fails at once.
+/// The whole first row; empty when there is none. The query has ended then. While a query is open SQLite does not wait
+/// for another program's lock: a row that is added fails at once.
 [[nodiscard]] QVariantList FirstRowOf(QSqlQuery query);
 
 /// Text from outside the program as it is pasted between single quotes: its own quotes doubled, so that it stays one

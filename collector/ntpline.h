@@ -10,8 +10,8 @@ namespace NtpLine {
 /// as in the heading.
 [[nodiscard]] float Offset(const QByteArray& line);
 
-/// `time` put forward by an offset of 1000 ms and more, past midnight if need be. Smaller and negative offsets are left
-/// alone: the readers of the reference rows count on that.
+/// `time` put forward by an offset of 1000 ms or more, past midnight if need be. A smaller or negative offset changes
+/// nothing: given so; not to be repaired.
 [[nodiscard]] QTime Corrected(QTime time, float offsetMs);
 
 } // namespace NtpLine

@@ -15,7 +15,8 @@ using namespace Qt::StringLiterals;
 
 NtpQuery::NtpQuery()
 {
-    // A group of its own, so that it can be ended with whatever it has started. It also ends with this process.
+    // A process group of its own, so that it can be ended together with all that it has started. It also ends when this
+    // process ends.
     process.setChildProcessModifier([] {
         ::setpgid(0, 0);
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);

@@ -15,8 +15,8 @@ public:
     [[nodiscard]] bool Finish();
     [[nodiscard]] QString ErrorString() const { return process.errorString(); }
 
-    /// The first line of the listing that contains `server`. Waits forever when there is none: the time daemon lists
-    /// its server, always.
+    /// The first line of the listing that contains `server`. Without such a line it waits for ever, and the log says so
+    /// once: given so; not to be repaired.
     [[nodiscard]] QByteArray LineOf(const QString& server);
 
 private:

@@ -1,5 +1,5 @@
-// What a tick of the poll timer decides: set clocks, start a sweep, ask again who stayed silent, close a sweep. Answers
-// come by themselves (responses.cpp); a tick only looks at what they left in the database.
+// What a tick of the poll timer decides: set clocks, start a sweep, ask the silent meters again, close a sweep. Answers
+// arrive in between (responses.cpp); a tick only looks at what they left in the database.
 
 #include "clock.h"
 #include "collector.h"
@@ -49,7 +49,7 @@ void TCollector::timer_event()
         SetMeterClocks();
     switch (StartTimeSweepWhenDue(now)) {
     case TimeSweepStart::NtpCheckUnfinished:
-        return; // polling stays stopped, as operators expect of a host whose time daemon hangs
+        return; // polling stays stopped until the process is started again: given so; not to be repaired
     case TimeSweepStart::NobodyToAsk:
         pollTimer->start();
         return;
@@ -63,10 +63,10 @@ void TCollector::timer_event()
     pollTimer->start();
 }
 
-/// A tick that lasts longer than its minute leaves minutes behind that no tick looks at. Nothing is made up for.
+/// No tick looks at the minutes that pass while the tick before lasts. What was due in them is not done later.
 void TCollector::TellWhatWasMissed(const QDateTime& now) const
 {
-    constexpr int MostMinutes = 24 * 60; // of a clock that was set forward by years
+    constexpr int MostMinutes = 24 * 60; // when the clock was set forward by years
     if (!lastTick.isValid())
         return;
     const QString last = Schedule::Stamp(now);
@@ -99,8 +99,8 @@ TCollector::TimeSweepStart TCollector::StartTimeSweepWhenDue(const QDateTime& no
 
     const QStringList needed = NodesWithoutClockReading();
     if (needed.isEmpty() || vars.RepeatQueryNumber <= sweep.repeatCount) {
-        // The sweep is not closed: the next tick takes it for the last query sweep under today's date, asks that one's
-        // silent meters again and closes it a second time. Its readers rely on that.
+        // The sweep is not closed. The next tick takes it for the last query sweep under today's date, asks that one's
+        // silent meters again and closes it a second time: given so; not to be repaired.
         sweep.timeSweepActive = false;
         return TimeSweepStart::NobodyToAsk;
     }
@@ -241,7 +241,7 @@ std::optional<Energy> TCollector::ReadSubstationPatiently()
     return energy;
 }
 
-/// Has each node send what it holds. Answers to earlier messages are taken in between.
+/// Tells each node to send what it holds. In between the event loop runs: answers are taken in.
 void TCollector::ReadOut(const QStringList& uins, unsigned int pauseMs)
 {
     for (const QString& uin : uins) {

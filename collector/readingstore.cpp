@@ -28,7 +28,7 @@ QSqlQuery TCollector::AboutSweep(QStringView statement) const
         sweep.HasStamp() ? MainBase::Failure::Told : MainBase::Failure::Expected);
 }
 
-/// Of the five registers at most six significant digits are stored; a value that is no number is no row.
+/// Of each register at most six significant digits are stored. With a value that is no number the row is refused.
 void TCollector::StoreReading(const QString& globalId, const Energy& energy)
 {
     const auto text = [](float value) { return QString::number(value); };
@@ -69,14 +69,15 @@ void TCollector::StoreRowsForTheSilent()
         rows.append(RowOf(meter));
     if (MainBase::RunTogether(rows))
         return;
-    // Asked anew: if the connection broke at the very end, the rows may be there.
+    // Asked again: if the connection broke at the very end, the rows may be stored.
     for (const SilentMeter& meter : SilentMeters()) {
-        Ending::LeaveIfRequested(); // a locked database takes its time for each
+        Ending::LeaveIfRequested(); // each row may wait for a locked database
         AddToSweep(meter.globalId, meter.status, RowOf(meter));
     }
 }
 
-/// `row` is the meter's, with that status, in the last sweep. A late reading may follow a row that told of silence.
+/// `row` is the statement that stores the meter, with that status, in the last sweep. A meter may get two rows: one for
+/// its silence, and a reading that came late.
 void TCollector::AddToSweep(const QString& globalId, int status, const QString& row)
 {
     const auto mayBeThere = [&] {

@@ -1,5 +1,5 @@
-// What the nodes answer: fragments are gathered until they hold a frame, the frame is decoded the way of the meter's
-// model, and the reading is stored under the sweep that is current when it arrives, however late that is.
+// What the nodes answer: fragments are gathered until they hold a frame, the frame is decoded by the meter's model, and
+// the reading is stored under the sweep that is current when it arrives, also when it answers an earlier one.
 
 #include "clock.h"
 #include "collector.h"
@@ -87,7 +87,7 @@ void TCollector::StoreEnergy(const QByteArray& uin, qint32 globalId, const std::
     LogText(tr("%2 send data: %1 kW*h").arg(QString::number(energy->total), QString::fromUtf8(uin)));
 }
 
-/// Beside the moment at which the meter was asked.
+/// Together with the moment at which the meter was asked.
 void TCollector::StoreClock(const QByteArray& uin, const std::optional<ClockReading>& clock)
 {
     if (!clock) {

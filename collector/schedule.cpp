@@ -19,7 +19,7 @@ QList<qsizetype> OpenQuantifiers(const QString& pattern)
 
 QRegularExpression Schedule::Expression(const QString& pattern)
 {
-    // The engine takes "{,n}" for those characters themselves.
+    // The engine takes "{,n}" as plain text, and "{0,n}" as meant.
     QString written = pattern;
     const QList<qsizetype> quantifiers = OpenQuantifiers(pattern);
     for (auto at = quantifiers.crbegin(); at != quantifiers.crend(); ++at)

@@ -11,13 +11,13 @@ namespace Schedule {
 /// "dd hh:mm".
 [[nodiscard]] QString Stamp(const QDateTime& time);
 
-/// `pattern` as it is searched. "{,n}" means at most n, as its users know it.
+/// `pattern` as it is searched. "{,n}" means at most n.
 [[nodiscard]] QRegularExpression Expression(const QString& pattern);
 
 /// A pattern that is no regular expression matches nothing.
 [[nodiscard]] bool Matches(const QString& pattern, const QString& stamp);
 
-/// The same for a pattern that is asked for many stamps.
+/// The same, for one pattern and many stamps.
 [[nodiscard]] bool Matches(const QRegularExpression& pattern, const QString& stamp);
 
 /// Why `pattern` is no regular expression; empty if it is one.

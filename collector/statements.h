@@ -5,11 +5,12 @@
 #include <array>
 
 /// Every statement of the system, each named for what it asks. Filled by MainBase::Execute(). The spelling stays as it
-/// is, blanks included: PostgreSQL tells "Main_Data" from Main_Data, and a "Type" is compared as text and as a number.
+/// is, blanks included: to PostgreSQL "Main_Data" and Main_Data are two names, and "Type" is compared as text and as a
+/// number.
 namespace Statements {
 
-/// For each new connection to PostgreSQL. A lock is waited for in slices, so that an end is noticed; no backslash is an
-/// escape, as the quoting of texts relies on.
+/// For each new connection to PostgreSQL. A lock is waited for one second at a time, so that a requested end is noticed
+/// in between. A backslash is no escape: MainBase::InLiteral() doubles quotes alone.
 inline constexpr std::array<QStringView, 2> PostgresSession{
     u"SET lock_timeout = '1s'", u"SET standard_conforming_strings = on"};
 
@@ -64,7 +65,7 @@ inline constexpr QStringView InsertSubstationSilent =
 /// How many of meter %0 since date %1.
 inline constexpr QStringView ClockReadingCountSince =
     u"SELECT count(date_r) FROM time_table WHERE uin = '%0' and date_r >= '%1'";
-/// Who gave one since date %0.
+/// The meters that gave one since date %0.
 inline constexpr QStringView ClockReadSince = u"SELECT DISTINCT uin FROM time_table WHERE date_r >= '%0'";
 /// All of date %1.
 inline constexpr QStringView ClockReadingsOfDate =
@@ -73,8 +74,8 @@ inline constexpr QStringView ClockReadingsOfDate =
 /// The clock of meter %1 showed %2 %3 when the collector's showed %4 %5.
 inline constexpr QStringView InsertClockReading =
     u"INSERT INTO time_table (uin,date_c,time_c, date_r, time_r) VALUES ('%1','%2','%3','%4','%5')";
-/// Meter %1 gave none. Every database rejects it, since nothing in it stands in quotes, and so it must be: readers of
-/// the table take each row for a reading.
+/// Meter %1 gave none. Every database rejects it, since nothing in it stands in quotes: given so; not to be repaired. A
+/// meter without a clock reading has no row.
 inline constexpr QStringView InsertClockPlaceholder =
     u"INSERT INTO time_table(uin, date_c, time_c, date_r, time_r) VALUES (%1, 2000-01-01, 00:00:00, 2000-01-01, "
     u"00:00:00)";

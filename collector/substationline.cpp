@@ -12,7 +12,7 @@ SubstationLine::SubstationLine(const QString& portName, const SubstationProtocol
     port.setParity(even ? QSerialPort::EvenParity : QSerialPort::NoParity);
     port.setStopBits(QSerialPort::OneStop);
     port.setFlowControl(QSerialPort::NoFlowControl);
-    // Its waits can be the end of the process. A port that is not closed leaves its lock file behind.
+    // The process can end in one of the waits. A port that is not closed leaves its lock file behind.
     Ending::BeforeLeaving(&port, [this] { CloseSent(port); });
     // An answer that came after the line had been closed must not be read as that to the next request.
     if (port.open(QIODevice::ReadWrite))

@@ -6,8 +6,8 @@
 #include <QSerialPort>
 #include <QString>
 
-/// The substation meter's own serial line, open and empty from the start. Nothing is checked: a port that cannot be
-/// opened swallows what is written and reads empty.
+/// The substation meter's own serial line. The constructor opens it and drops what had come before. No failure is
+/// returned: when the port cannot be opened, writes are lost and the answer is empty.
 class SubstationLine final {
 public:
     SubstationLine(const QString& portName, const SubstationProtocol& protocol);

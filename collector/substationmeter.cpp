@@ -1,5 +1,5 @@
-// The substation meter hangs on a serial port of this computer. The port is opened, used and closed within one call, so
-// it is free between sweeps; what comes after the fixed pause is lost.
+// The substation meter is connected to a serial port of this computer. The port is opened, used and closed within one
+// call, so it is free between sweeps; what comes after the fixed pause is lost.
 
 #include "clock.h"
 #include "collector.h"
@@ -41,7 +41,7 @@ bool TCollector::ReadPowerFromKTP(float& total, float& t1, float& t2, float& t3,
     return true;
 }
 
-/// Times the multiplier.
+/// The registers, times the multiplier.
 std::optional<Energy> TCollector::ReadSubstation()
 {
     const std::optional<Meter> meter = SubstationMeter();

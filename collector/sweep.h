@@ -7,8 +7,8 @@
 struct Sweep {
     enum class Kind { Query, Time };
 
-    // With their quotes they make every statement fail until the first sweep gives them a value: no row without a
-    // sweep.
+    // Until the first sweep both are the word now with single quotes around it. A statement in which that is pasted
+    // fails, so no row is stored without a sweep.
     QString sweepDate = QStringLiteral("'now'"); ///< "yyyy-MM-dd"
     QString sweepTime = QStringLiteral("'now'"); ///< "hh:mm:ss" of the last query sweep
 
@@ -19,14 +19,15 @@ struct Sweep {
     bool querySweepActive = false;
     bool timeSweepActive = false;
 
-    /// As what an open sweep is checked and closed. A sweep that was interrupted, or that ended with nobody to ask, is
-    /// checked as the other kind.
+    /// The kind as which an open sweep is checked and closed. From the tick at which a time sweep is due an open query
+    /// sweep counts as a time sweep. A time sweep that interrupted another one, or that had nobody to ask, counts as a
+    /// query sweep.
     [[nodiscard]] Kind CurrentKind() const { return timeSweepActive ? Kind::Time : Kind::Query; }
 
     /// Whether rows can be stored under it.
     [[nodiscard]] bool HasStamp() const { return !sweepDate.startsWith(u'\'') && !sweepTime.startsWith(u'\''); }
 
-    /// Dated `now`; the time stays that of the last query sweep.
+    /// Opens a sweep with the date of `now`. sweepTime stays that of the last query sweep.
     void Open(const QDateTime& now)
     {
         sweepDate = now.toString(QStringLiteral("yyyy-MM-dd"));

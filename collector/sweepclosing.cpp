@@ -1,4 +1,4 @@
-// Closing a sweep: the rows of those who stayed silent, and the message that carries the sweep to the peers.
+// Closing a sweep: the rows of the silent meters, and the message that carries the sweep to the peers.
 
 #include "busmessages.h"
 #include "clock.h"
@@ -43,7 +43,7 @@ bool TCollector::CreateTemporaryDB()
 bool TCollector::CreateTemporaryDB_time()
 {
     const QString fileName = "time_"_L1 + BusMessages::FileName(sweep.sweepDate, sweep.sweepTime);
-    // A sweep that went past midnight sends the new day's.
+    // After midnight these are the readings of the new day.
     sweep.sweepDate = CurrentDateTime().toString(u"yyyy-MM-dd"_s);
     TryClockPlaceholders();
     SendToPeers(BusMessages::TemporaryDatabase("tempdb_t"_ba, fileName, ClockRecords(sweep.sweepDate)));

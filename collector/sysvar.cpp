@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The record is that narrow: of a larger number the low bits count.
+// The fields of the record are that narrow: of a larger number only the low bits count.
 void ReadMain(SysVar& vars, SettingsFile& settings)
 {
     vars.PortKS = settings.Text(u"Main/PortKS"_s, u"/dev/ttyUSB0"_s);

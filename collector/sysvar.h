@@ -9,7 +9,7 @@ struct SysVar {
     // Group "Main"
     QString PortKS; ///< serial device of the radio modem
     QString PortCounterKTP; ///< serial device of the substation meter
-    QString PortAlarmButton; ///< read and carried, opened by nobody
+    QString PortAlarmButton; ///< read, but never opened
     double CounterKTPMultiplier = 1.0; ///< applied to every value of the substation meter
     quint16 BCAST_to_UCAST_Delay = 15000; ///< ms
     quint16 UCAST_to_UCAST_Delay = 10000; ///< ms
@@ -23,7 +23,7 @@ struct SysVar {
     qint32 SqlPort = -1; ///< -1: the driver's default
 
     // Group "Main"
-    quint8 RepeateQueryKTPNumber = 15; ///< tries after the first to read the substation meter
+    quint8 RepeateQueryKTPNumber = 15; ///< further tries to read the substation meter
     quint8 RepeatQueryNumber = 5; ///< re-ask passes of a sweep
     QString TimeOfQuery; ///< patterns searched in "dd hh:mm"
     QString TimeOfSetTime;

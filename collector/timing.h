@@ -1,6 +1,6 @@
 #pragma once
 
-/// What no setting names of the collector's waits and counts. The airtime plan counts with the same numbers.
+/// The waits and counts of the collector that are no settings. The airtime plan (tools/) uses the same numbers.
 namespace CollectorTiming {
 
 inline constexpr int TickMs = 25000; ///< from the end of one tick to the next

@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Two characters a byte. What is no decimal digit becomes none.
+/// Two characters for each byte. A half byte above 9 becomes a character that is no digit.
 QString Digits(QByteArrayView bytes)
 {
     QString digits;

@@ -10,8 +10,8 @@ struct BcdClock {
     QDate date;
     QTime time;
 
-    /// Meters show local time, as everything here does. Invalid, too, in the hour that local time skips in spring: a
-    /// meter shows also that one.
+    /// Meters show local time. Also invalid in the hour that local time skips in spring, which a meter shows all the
+    /// same.
     [[nodiscard]] QDateTime Local() const { return {date, time}; }
 };
 

@@ -79,7 +79,7 @@ bool TCounter_CE102::ReceivePack(QByteArray pack, bool& answer, unsigned short& 
         return false;
 
     const QByteArray body = Stuffing::Unstuff<CE102Rule>(QByteArrayView(pack).sliced(begin + 1, end - begin - 1));
-    // A body that does not reach behind the address fields has no addresses to give, whatever its checksum.
+    // A body too short for both addresses is refused, also with the right checksum.
     if (body.size() < ServiceAt || Crc(Table, QByteArrayView(body).chopped(1)) != static_cast<quint8>(body.back()))
         return false;
     address2 = qFromLittleEndian<quint16>(body.constData() + Address2At);
@@ -93,7 +93,7 @@ bool TCounter_CE102::ReceivePack(QByteArray pack, bool& answer, unsigned short& 
         return false;
 
     answer = (service & 0x80) == 0;
-    // Low byte sign-extended: 0x01 0x81 reads 0x0081. Callers compare against that value.
+    // Low byte sign-extended: 0x01 0x81 reads 0x0081. Given so; not to be repaired.
     command = static_cast<quint16>(
         256 * static_cast<quint8>(body.at(CommandAt)) + static_cast<qint8>(body.at(CommandAt + 1)));
     data = body.sliced(DataAt, dataSize);
@@ -112,7 +112,7 @@ bool TCounter_CE102::DecodeEnergy(const QByteArray& frame, Energy& energy)
     if (!isAnswer || command != EnergyCommand)
         return false;
     // Each byte is shifted inside a signed 32-bit word: from the fifth byte on they fall onto the first ones again, and
-    // a top bit makes the term negative. Stored readings were made that way.
+    // a top bit makes the term negative. Given so; not to be repaired.
     qint64 sum = 0;
     for (qsizetype i = 0; i < data.size(); ++i)
         sum += static_cast<qint32>(quint32{static_cast<quint8>(data.at(i))} << (8 * i % 32));

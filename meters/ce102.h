@@ -6,7 +6,8 @@
 #include <QObject>
 
 /// The CE102 meter's binary frame: 0xC0, the stuffed body, 0xC0. In the body 0xC0 is sent as 0xDB 0xDC and 0xDB as
-/// 0xDB 0xDD; its last byte is the CRC-8 of the others.
+/// 0xDB 0xDD; its last byte is the CRC-8 of the others. All of it is part of the given interface; the daemon
+/// calls none of it: it sends no such frame, and stores no CE102's answer.
 class TCounter_CE102 : public QObject {
     Q_OBJECT
 

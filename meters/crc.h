@@ -7,7 +7,7 @@
 #include <limits>
 
 /// Cyclic redundancy checks of the plain kind: most significant bit first, start value 0, no final exclusive-or. The
-/// width is that of `T`. A start value of 0 does not see zero bytes put in front.
+/// width is that of `T`. With the start value 0 zero bytes added in front are not noticed.
 template <std::unsigned_integral T>
 using CrcTable = std::array<T, 256>;
 

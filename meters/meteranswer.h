@@ -9,9 +9,9 @@
 /// A meter's clock as an answer tells it, in the texts that are stored.
 struct ClockReading {
     std::optional<QString>
-        date; ///< "yyyy-MM-dd", empty when the meter told no date that exists; none: it tells no date
-    QString time; ///< "hh:mm:ss" of a SET meter, empty as `date`; of a CE301 whatever it sent
-    QString shown; ///< what the log shows
+        date; ///< "yyyy-MM-dd"; empty: the meter told a date that does not exist; none: its model tells no date
+    QString time; ///< a SET meter's "hh:mm:ss", or empty like `date`; a CE301's text as it was sent
+    QString shown; ///< for the live view
 };
 
 /// What one answer of a meter tells. It may tell both.

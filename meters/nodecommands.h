@@ -2,8 +2,8 @@
 
 #include <QByteArray>
 
-/// What a node is told, and the one thing that it says by itself. A command is a node frame (nodeframe.h) whose first
-/// payload byte is the command's number.
+/// The commands to a node, and the one message that a node sends without being asked. A command is a node frame
+/// (nodeframe.h) whose first payload byte is the command's number.
 namespace NodeCommands {
 
 /// Read your meter now.
@@ -17,7 +17,7 @@ inline constexpr QByteArrayView Empty = "\xC0\xC1";
 inline constexpr QByteArrayView CaseOpened = "\xC0\x82"
                                              "55\xC1";
 
-/// To pass `message` on to the meter: 0x04 in front and no frame around it.
+/// The command to pass `message` on to the meter: 0x04 in front, and no node frame around it.
 [[nodiscard]] QByteArray ToMeter(const QByteArray& message);
 
 /// The address of the collector, 16 characters, is `uin`.

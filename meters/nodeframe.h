@@ -3,8 +3,7 @@
 #include <QByteArray>
 
 /// The frame that carries every payload between the collector and a ZigBee node: 0xC0, the payload, 0xC1. In the
-/// payload 0xC0, 0xC1 and 0x7D each stand as 0x7D and the byte XOR 0x20. No checksum: that is the business of what is
-/// inside.
+/// payload 0xC0, 0xC1 and 0x7D each stand as 0x7D and the byte XOR 0x20. It has no checksum of its own.
 namespace NodeFrame {
 
 [[nodiscard]] QByteArray ToC0C1(QByteArray payload);

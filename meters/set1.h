@@ -6,7 +6,8 @@
 #include <QByteArray>
 #include <QObject>
 
-/// The SET1 meter's answers: 0x82, a code, data. It is never sent a request of its own.
+/// The SET1 meter's answers: 0x82, a code, data. It knows one request, "P", for its clock. The daemon
+/// calls static functions alone: that there can be objects, with Address and Number, is part of the given interface.
 class TCounter_SET1 : public QObject {
     Q_OBJECT
 
@@ -16,7 +17,7 @@ public:
     /// The negated sum of the bytes, each taken as signed; 0 for no data. Its low byte is an answer's checksum.
     [[nodiscard]] static qint32 GetCRC(QByteArray data);
 
-    /// Both are always empty.
+    // Part of the given interface; the daemon does not call these two. Both are always empty.
     [[nodiscard]] static QByteArray CreateDataQuery();
     [[nodiscard]] static QByteArray CreateQuery(unsigned char command, unsigned int meter);
 

@@ -69,7 +69,7 @@ bool TCounter_SET3::ReceivePack(QByteArray pack, unsigned int& meter, unsigned c
     if (Crc(Table, QByteArrayView(pack).sliced(1, crcAt - 1)) != qFromBigEndian<quint16>(pack.constData() + crcAt))
         return false;
 
-    // The number's top byte is sign-extended: 0x800000 reads 0xFF800000. Callers see that value.
+    // The number's top byte is sign-extended: 0x800000 reads 0xFF800000. Given so; not to be repaired.
     meter = static_cast<quint32>(qFromLittleEndian<qint32>(pack.constData()) >> 8);
     code = static_cast<quint8>(pack.at(CodeAt));
     data = pack.sliced(DataAt, crcAt - DataAt);

@@ -6,7 +6,8 @@
 #include <QByteArray>
 #include <QObject>
 
-/// The SET3 meter's binary frames, checked by a CRC-16.
+/// The SET3 meter's binary frames, checked by a CRC-16. The daemon calls static functions alone: that there can be
+/// objects, with Address and Number, is part of the given interface.
 class TCounter_SET3 : public QObject {
     Q_OBJECT
 
@@ -16,7 +17,7 @@ public:
     /// CRC-16/XMODEM: polynomial 0x1021, start value 0, not reflected; 0 for no data.
     [[nodiscard]] static quint16 GetCRC(QByteArray data);
 
-    /// Always empty.
+    /// Always empty. Part of the given interface; the daemon does not call it.
     [[nodiscard]] static QByteArray CreateDataQuery();
 
     /// The request to the node of the meter whose number has the low three bytes of `meter`. Empty for any command but

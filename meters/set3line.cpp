@@ -51,7 +51,7 @@ std::optional<Energy> EnergyIn(const QString& number, const QByteArray& answer)
 
 std::optional<QDateTime> ClockIn(const QString& number, const QByteArray& answer)
 {
-    constexpr qsizetype ClockAt = 3; // the echoed code counts as the seconds
+    constexpr qsizetype ClockAt = 3; // where the request code is repeated: it is read as the seconds
     const QByteArray clock = Data(Frame(number, ClockCode), answer, ClockAt, BcdClock::Size);
     return clock.isEmpty() ? std::nullopt : std::optional(ReadBcdClock(clock).Local());
 }

@@ -8,7 +8,7 @@
 /// A SET meter's answer taken apart: what SET1 and SET3 have in common.
 struct SetAnswer {
     bool valid = false;
-    quint8 code = 0; ///< a SET1's stands here also when the rest is wrong
+    quint8 code = 0; ///< a SET1's is set also when the rest is wrong
     QByteArray data;
 };
 

@@ -18,8 +18,8 @@ struct SubstationProtocol {
         QByteArray bytes;
         unsigned int pauseMs;
     };
-    /// All writes of one request, the last pause being the time that the answer gets. Empty when `number`, the
-    /// register's "Number", is none that this model can have.
+    /// All writes of one request; the last pause is the time that the answer gets. Empty when `number`, the register's
+    /// "Number", cannot be that of a meter of this model.
     using Request = QList<Write> (*)(const QString& number);
 
     qint32 baud;
@@ -27,12 +27,13 @@ struct SubstationProtocol {
     Parity parity;
 
     Request energyRequest;
-    /// None when `answer` is not a whole one to the energy request with that `number`.
+    /// None when `answer` is not a whole answer to the energy request with that `number`.
     std::optional<Energy> (*energyIn)(const QString& number, const QByteArray& answer);
 
+    // For TCollector::GetTimeFromCouner(), which the daemon does not call.
     Request clockRequest;
-    /// As energyIn(). Null: the answer is not even read.
+    /// As energyIn(). Null: the answer is not read.
     std::optional<QDateTime> (*clockIn)(const QString& number, const QByteArray& answer);
 
-    bool answerToDebugOutput = false; ///< once more than the traffic display shows it
+    bool answerToDebugOutput = false; ///< the answer goes there a second time, besides the traffic display
 };

@@ -31,11 +31,10 @@ inline constexpr std::array<RegisterColumn, 6> RegisterColumns{{
     {QLatin1StringView("KI_Number"), &RegisterRow::kiNumber},
 }};
 
-/// Everything that keeps `rows` from being a register that the daemon can work with: a sentence each, none when it is
-/// right.
+/// Each fault with which the daemon could not use `rows` as its register, as one sentence. Empty when all is right.
 [[nodiscard]] QStringList RegisterProblems(const QList<RegisterRow>& rows);
 
-/// "12 meters behind nodes, 1 substation meter".
+/// "meters behind nodes: 12, substation meters: 1".
 [[nodiscard]] QString RegisterSummary(const QList<RegisterRow>& rows);
 
 /// What an import of `incoming`, which holds no meter twice, makes of a register.

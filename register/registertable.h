@@ -8,5 +8,5 @@
 inline constexpr QStringView RegisterQuery =
     u"SELECT global_id, \"UIN\", \"Number\", \"Model\", \"Type\", \"KI_Number\" FROM \"Counters\" ORDER BY global_id";
 
-/// What `query` found, which ran RegisterQuery in the database `name`.
+/// The rows that `query`, which has run RegisterQuery, found in the database `name`.
 [[nodiscard]] QList<RegisterRow> RegisterRows(QSqlQuery& query, const QString& name);

@@ -8,8 +8,7 @@
 /// Time since the simulation began.
 using Moment = std::chrono::microseconds;
 
-/// What stands at the far end of a serial line. Owns no port and reads no clock: whoever drives it says what time it
-/// is, and that time never goes back.
+/// The far end of a serial line. It owns no port and reads no clock: the caller passes the time, which never goes back.
 class LinePeer {
 public:
     LinePeer() = default;

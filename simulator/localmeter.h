@@ -16,8 +16,9 @@ struct SubstationFaults {
     std::optional<double> driftPpm; ///< instead of Conditions::driftPpm
 };
 
-/// The substation's own meter on its serial line. It answers a request whose last byte has just come, whatever stood
-/// before it: the line has no other mark of where a request begins. A CE301 wants all messages of an exchange in a row.
+/// The substation's own meter on its serial line. It answers a request when its last byte comes; bytes in front of
+/// the request do not matter, because nothing on the line marks where a request begins. A CE301 wants all messages of
+/// an exchange in a row.
 class LocalMeter final : public LinePeer {
 public:
     LocalMeter(RegisteredMeter registered, const SubstationFaults& substationFaults, const Conditions& conditions,

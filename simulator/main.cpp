@@ -135,7 +135,7 @@ void Open(SimulatedLine& line, const QCommandLineParser& parser, const QString& 
     std::printf("The %s is at %s\n", qUtf8Printable(name), qUtf8Printable(path));
 }
 
-/// Until the end is asked for. Returns the bytes lost. `substation` may be null.
+/// Runs until the end is requested. Returns how many bytes were lost. `substation` may be null.
 qint64 Run(LinePeer& peer, const QCommandLineParser& parser, LinePeer* substation = nullptr)
 {
     SimulatedLine line(peer, parser.value(u"traffic"_s));

@@ -1,4 +1,4 @@
-// Written out in full, though the daemon has constants of the same bytes: this side must notice when those change.
+// The bytes are written out again, though meters/ has constants of them: this side must notice when those change.
 #include "meterdialect.h"
 
 #include "virtualmeter.h"

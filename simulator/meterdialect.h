@@ -5,22 +5,22 @@
 #include <optional>
 
 /// What sets the meter models apart: how a meter is asked, and what it answers. `number` is its own number. Answers are
-/// as a node sends them; a SET meter's own answer comes without the node's first byte, 0x82.
+/// as a node sends them. On its own line a meter answers the same bytes; if the first one is 0x82, without it.
 struct MeterDialect {
     using Request = QByteArray (*)(quint32 number);
     using Energy = QByteArray (*)(quint32 number, const MeterAnswers::Tariffs&, MeterAnswers::Checksum);
     using Clock = QByteArray (*)(quint32 number, const QDateTime& shown, MeterAnswers::Checksum);
 
     QByteArrayView model; ///< as the register names it
-    bool hasTariffs = true; ///< false: answers the total alone
+    bool hasTariffs = true; ///< false: answers only the total
     Energy energy = nullptr; ///< never null
 
-    // To a meter behind a node, which is asked for its energy by the node itself.
+    // To a meter behind a node. The node itself asks it for its energy.
     Clock clock = nullptr; ///< null: the clock cannot be read
     Request clockRequest = nullptr;
     std::optional<QTime> (*clockWrite)(const QByteArray& request) = nullptr; ///< the time of day that `request` sets
 
-    // On the meter's own line. Null: it does not answer that there.
+    // On the meter's own line. Null: it does not answer such a request there.
     int lineBaud = 0;
     Request lineEnergyRequest = nullptr; ///< all that is sent for one reading
     Request lineClockRequest = nullptr;

@@ -15,7 +15,7 @@ enum class Flaw { None, Checksum, Garbage, Half };
 /// What goes wrong at one node.
 struct NodeFaults {
     bool silent = false; ///< hears, but never answers
-    int every = 1; ///< answers each n-th read-out alone
+    int every = 1; ///< answers only each n-th read-out
     Moment late{0}; ///< answers that much later
     Flaw undecodable = Flaw::None; ///< its answers are damaged
     int pieces = 1; ///< an answer comes in so many unicasts

@@ -84,8 +84,8 @@ QByteArray PseudoTerminal::Read()
     ssize_t size = 0;
     while ((size = ::read(master, buffer.data(), buffer.size())) > 0)
         bytes.append(buffer.data(), size);
-    // A daemon that was killed leaves the line locked against the next one, and set up as that one wants it: the system
-    // reports an error when nothing is left to change but parity, which a pseudo-terminal does not have.
+    // A daemon that was killed leaves the line locked for the next one, and already set up as the next one wants it.
+    // The system reports an error when only the parity is left to change, which a pseudo-terminal does not have.
     ::ioctl(slave, TIOCNXCL);
     ::tcsetattr(slave, TCSANOW, &settings);
     return bytes;

@@ -23,13 +23,13 @@ public:
     /// What the daemon has written; empty when there is nothing. Never waits.
     [[nodiscard]] QByteArray Read();
 
-    /// Returns how many bytes the system took. As on a real line, what the daemon has left no room for is lost.
+    /// Returns how many bytes the system took. As on a real line, bytes are lost when the daemon does not read.
     qsizetype Write(const QByteArray& bytes);
 
     /// For waiting until something can be read.
     [[nodiscard]] int Descriptor() const { return master; }
 
-    /// For looking what the daemon has not read yet.
+    /// For asking how much the daemon has not read yet.
     [[nodiscard]] int DaemonSide() const { return slave; }
 
 private:
@@ -38,6 +38,6 @@ private:
 
     int master = -1;
     int slave = -1; // held open, so that the line outlives a daemon that is restarted
-    termios settings{}; // of a line that nobody has opened
+    termios settings{}; // as they are before the daemon opens the line
     QString link;
 };

@@ -6,16 +6,16 @@
 
 #include <functional>
 
-/// What a node sends to its collector, `delay` after it was asked. One answer may be as long as it likes: the radio
-/// carries it in pieces. `passedOn` is told when the last of it goes to the daemon, and whether all of it does, in
-/// lines that are not cut.
+/// What a node sends to its collector, `delay` after it was asked. An answer may have any length: the radio carries it
+/// in pieces. `passedOn` is called when the last piece goes to the daemon; `whole`: all pieces did, in lines that were
+/// not cut.
 struct NodeAnswer {
     Moment delay;
     QByteArray payload;
     std::function<void(Moment now, bool whole)> passedOn = {};
 };
 
-/// A radio node of the simulated network, and whatever is wired to it.
+/// A radio node of the simulated network, with the meter that is wired to it, if there is one.
 class RadioNode {
 public:
     RadioNode() = default;

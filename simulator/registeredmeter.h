@@ -8,7 +8,7 @@
 
 /// A meter as the register knows it.
 struct RegisteredMeter {
-    QByteArray uin; ///< 16 characters; of the substation's meter whatever stands there
+    QByteArray uin; ///< a node's: 16 characters; the substation meter's: any text
     QByteArray number; ///< the SET models' is a decimal number
     const MeterDialect* dialect = nullptr;
     bool onLocalLine = false; ///< the substation's own meter: Type 1

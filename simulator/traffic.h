@@ -29,8 +29,8 @@ struct TrafficLine {
 /// Reads a whole file. Empty lines and lines that begin with "#" are skipped. On failure `error` says where and why.
 [[nodiscard]] std::optional<QList<TrafficLine>> ReadTraffic(const QString& path, QString& error);
 
-/// Plays the modem's part of a recording with its timing, whatever the daemon says. The clock starts with the daemon's
-/// first byte; at once, if the recording begins with the modem.
+/// Plays the modem's part of a recording with its timing; what the daemon sends changes nothing. The clock starts with
+/// the daemon's first byte; at once, if the recording begins with the modem.
 class Replay final : public LinePeer {
 public:
     explicit Replay(const QList<TrafficLine>& recording);

@@ -12,8 +12,8 @@ struct Conditions {
     double driftPpm = 0; ///< of the meters' clocks; positive: they gain
 };
 
-/// The measuring half of a meter: its registers and its clock. Real time is handed in, as local time; the same seed and
-/// the same time give the same readings, whenever the play began.
+/// The registers and the clock of a meter. The caller passes the real time, as local time; the same seed and the same
+/// time give the same readings, also when the play began at another time.
 class VirtualMeter final {
 public:
     /// The clock is right at `begin`.

@@ -13,7 +13,7 @@ public:
 
     [[nodiscard]] ModemEngine& Modem() { return modem; }
 
-    /// Null: the register has no such meter. Of several the first one stands there.
+    /// Null: the register has no such meter. Of several such meters it is the first one.
     [[nodiscard]] LocalMeter* LocalLine() { return localLine.get(); }
 
 private:

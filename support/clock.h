@@ -2,6 +2,6 @@
 
 #include <QDateTime>
 
-/// The wall clock, local time. With Delay() the only way this system reads or spends time; a library of its own holds
-/// it, so that a test can link a virtual one.
+/// The wall clock, local time. CurrentDateTime() and Delay() are how this system reads and spends time. They are in a
+/// library of their own, so that a test can link virtual time instead.
 [[nodiscard]] QDateTime CurrentDateTime();

@@ -10,7 +10,7 @@
 
 void Delay(unsigned int ms)
 {
-    // The longest an unasked-for wait goes on after the end was requested.
+    // The longest time that a wait goes on after the end was requested.
     constexpr qint64 LookEveryMs = 250;
 
     const QDeadlineTimer deadline(ms, Qt::PreciseTimer);

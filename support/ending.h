@@ -21,21 +21,21 @@ void Request(int exitCode, const QString& why);
 /// application object.
 void InstallSignalHandlers();
 
-/// While the thread waits, `look` is called several times a second, until `owner` dies. It may only look, without
-/// changing anything, and call Request() when it sees a reason; no event is processed around it. Who came last looks
-/// first.
+/// While the thread waits, `look` is called several times a second, until `owner` is destroyed. It must not change
+/// anything, but calls Request() when it sees a reason; no event is processed around it. The last one registered is
+/// called first.
 void WatchWhileWaiting(const QObject* owner, std::function<void()> look);
 
 /// `close` is called once before the process ends, from inside a wait or from main(), if `owner` still lives: the place
-/// to close what must be closed. Who came last closes first.
+/// to close what must be closed. The last one registered is called first.
 void BeforeLeaving(const QObject* owner, std::function<void()> close);
 
-/// Closes what is registered. For the end of main(), which leaves its objects undestroyed; also called by
+/// Closes what is registered. For the end of main(), which does not destroy its objects; also called by
 /// LeaveIfRequested().
 void Close();
 
-/// For waits alone. Looks for a reason to end; if there is one, closes what is registered and leaves the process at
-/// once with the requested exit code. Returns when there is none.
+/// Only waits may call it. Looks for a reason to end; if there is one, closes what is registered and leaves the process
+/// at once with the requested exit code. Returns when there is none.
 void LeaveIfRequested();
 
 } // namespace Ending

@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// Lines of the log that strangers can cause as often as they like: so many are written in a period, the others are
-/// counted and told in one line when the period ends.
+/// Lines of the log that strangers can cause without end: in each period `mostLines` are written. The others are
+/// counted, and one line tells how many when the period ends.
 class LimitedLog final {
 public:
     explicit LimitedLog(int mostLines) : most(mostLines) { }
@@ -11,8 +11,8 @@ public:
     /// As Log(), or counts.
     void Line(const QString& text);
 
-    /// Begins the next period; how long one is, is the owner's business. `summary` has %1 in place of how many lines
-    /// were not written.
+    /// Begins the next period; the caller decides how long one is. `summary` has %1 in place of the number of lines
+    /// that were not written.
     void PeriodEnds(const QString& summary);
 
 private:

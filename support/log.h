@@ -2,18 +2,18 @@
 
 #include "appendfile.h"
 
-/// The process's log: one line a message, "2014-03-04T08:30:00.123 text". Never fails its caller: when the file cannot
-/// be written, it says so once on stderr (and once more when the reason changes) and goes on trying with each message.
+/// The process's log: one line for each message, "2014-03-04T08:30:00.123 text". No failure is returned: when the file
+/// cannot be written, stderr tells so once (and again when the reason changes), and the next message is tried again.
 class TLog final {
 public:
     explicit TLog(const QString& fileName);
 
-    /// Appends one line. Line ends behind `text` are folded away, one inside it becomes a blank; blanks stay, they are
-    /// part of the text. Nothing is written while output is switched off.
+    /// Appends one line. Line ends behind `text` are removed, a line end inside it becomes a blank; blanks stay, they
+    /// are part of the text. Nothing is written while output is switched off.
     void Message(const QString& text);
 
-    /// As Message(), also while output is switched off: for what the operator must see although the settings that would
-    /// switch the log on could not be read.
+    /// As Message(), also while output is switched off: for what the operator must see when the settings, "Log" among
+    /// them, could not be read.
     void Alert(const QString& text);
 
     /// Output is on in a new log.

@@ -4,8 +4,8 @@
 #include <QString>
 
 /// One thing that the daemon cannot work without: its modem, its database, its administrator. What is wrong with it is
-/// told on stderr, the journal of a service, whatever the setting "Log" says; what goes to the log is the caller's
-/// business.
+/// told on stderr, which is the journal of a service, also with the setting "Log" off. The caller decides whether the
+/// log tells it too.
 class Necessity final {
 public:
     /// It does not work. `text`, a sentence for the operator, names the thing and the reason: the same one is told

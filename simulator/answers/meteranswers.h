@@ -5,7 +5,7 @@
 
 #include <array>
 
-/// What the meters answer, ready to be put into a node frame. Only the alarm is a whole node frame already.
+/// What the meters answer, ready to be put into a node frame. Only the alarm already is a whole node frame.
 namespace MeterAnswers {
 
 /// A wrong checksum stands in an answer that is right otherwise.
@@ -18,7 +18,7 @@ enum class Checksum { Right, Wrong };
 /// Four tariff registers, hundredths of a kWh.
 using Tariffs = std::array<quint32, 4>;
 
-/// Knows one register alone, `total` in hundredths of a kWh, and comes with its own 0xC0 delimiters and stuffing.
+/// Sends one register only, `total` in hundredths of a kWh, with its own 0xC0 delimiters and stuffing.
 [[nodiscard]] QByteArray EnergyCE102(quint16 address, quint32 total, Checksum checksum = Checksum::Right);
 
 /// The total and the tariffs as text; the total is the sum of the tariffs.
@@ -30,7 +30,7 @@ using Tariffs = std::array<quint32, 4>;
 /// `meter` is a 24-bit number.
 [[nodiscard]] QByteArray EnergySET3(quint32 meter, const Tariffs& tariffs, Checksum checksum = Checksum::Right);
 
-/// The clocks of the SET meters know the years 2000 to 2099 alone. SET1's is a short answer, without a checksum.
+/// The clocks of the SET meters know only the years 2000 to 2099. SET1's is a short answer, without a checksum.
 [[nodiscard]] QByteArray ClockCE301(QTime time, Checksum checksum = Checksum::Right);
 [[nodiscard]] QByteArray ClockSET1(const QDateTime& time);
 [[nodiscard]] QByteArray ClockSET3(quint32 meter, const QDateTime& time, Checksum checksum = Checksum::Right);

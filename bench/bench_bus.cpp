@@ -121,8 +121,24 @@ void SendToAll(benchmark::State& state)
         ::close(pair.far);
 }
 
+// What a wait of the thread asks four times a second: whether a command has come on one of so many silent connections.
+void LookAhead(benchmark::State& state)
+{
+    const auto peers = static_cast<size_t>(state.range(0));
+    TConnector connector;
+    const std::vector<Pair> pairs(peers);
+    for (const Pair& pair : pairs)
+        Adopt(pair.near, connector);
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(connector.CommandWaits("QuitSignal"));
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+    for (const Pair& pair : pairs)
+        ::close(pair.far);
+}
+
 BENCHMARK(RawSocket)->Arg(64)->Arg(65536);
 BENCHMARK(Receive)->Arg(64)->Arg(65536);
+BENCHMARK(LookAhead)->Arg(1)->Arg(100);
 BENCHMARK(SendToAll)->ArgsProduct({{64, 65536}, {1, 10, 100}});
 
 } // namespace

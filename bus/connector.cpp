@@ -89,7 +89,7 @@ bool TConnector::CommandWaits(QByteArrayView name, TMyLocalSocket* socket) const
 
 void TConnector::SlotNewData(TMyLocalSocket* socket)
 {
-    while (NextStep(socket)) { }
+    while (!Ending::ToldBySignal() && NextStep(socket)) { }
     CountHeld(socket);
 }
 

@@ -86,6 +86,8 @@ def bus_rows(bench):
             yield (f"{what}, {text}",
                    f"{short(run['items_per_second'], ' frames/s')}, {short(run['bytes_per_second'], 'B/s')}",
                    at_least(0.5, ratio, "of bare") if name == "Receive" and size > 64 else f"{ratio:.2f} of bare")
+    for peers in (1, 100):
+        yield f"looked for a command, {peers} silent", short(bench[f"LookAhead/{peers}"]["real_time"] / 1e9, "s"), ""
 
 
 def parser_rows(bench):

@@ -38,6 +38,7 @@ PLAYS = [
     ("bus-slow-reader", "7 MB frames for an administrator who always leaves some: never more than 8 MiB wait", buses.slow_reader),
     ("bus-hoarders", "40 peers that send all but the end of a 50 MB frame: bounded, given back, an honest frame passes", buses.hoarders),
     ("bus-leave-at-once", "3,000 peers that leave at once: busy for less than 0.5 s, exit code 0 within 2 s", buses.leave_at_once),
+    ("bus-flooded", "500 peers send as much as goes through: SIGTERM ends it with exit code 0 within 2 s", buses.flooded),
     ("bus-too-many", "more connections than descriptors: refused, the sweep closes, ntpq is asked, the next is complete", buses.too_many),
     ("bus-chatter", "20,000 connections, a name of 49 MB with control characters: a short log, short lines", buses.chatter),
     ("bus-hostile", "10,000 hostile connections: answers go on, no connection is left, memory is back within 10 %", buses.hostile),

@@ -150,6 +150,7 @@ class Bench:
 
     def passes(self, test, timeout):
         with tempfile.TemporaryDirectory(prefix="mutant-") as scratch:  # a killed script leaves its files behind
+            os.chmod(scratch, 0o755)  # some scripts play other users
             environment = dict(os.environ, TMPDIR=scratch, RAVELIN_BUILD=str(self.build), PYTHONDONTWRITEBYTECODE="1",
                                PYTHONPATH=str(self.copy / "scripts"))
             process = subprocess.Popen(self.command(test), cwd=self.build, env=environment, start_new_session=True,

@@ -77,6 +77,12 @@ std::optional<int> Ending::Requested()
     return requestedCode;
 }
 
+bool Ending::ToldBySignal()
+{
+    NoticeSignal();
+    return signalReceived != 0;
+}
+
 void Ending::InstallSignalHandlers()
 {
     if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)

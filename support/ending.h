@@ -17,6 +17,10 @@ void Request(int exitCode, const QString& why);
 /// The exit code that was asked for, if any.
 [[nodiscard]] std::optional<int> Requested();
 
+/// Whether SIGTERM or SIGINT has come; if so, the end has been asked for. For loops that strangers can make long: the
+/// event loop, where this is noticed otherwise, must come to its turn.
+[[nodiscard]] bool ToldBySignal();
+
 /// From now on SIGTERM and SIGINT ask for an end with exit code 0, and SIGPIPE and SIGXFSZ are ignored. Needs the
 /// application object.
 void InstallSignalHandlers();

@@ -10,7 +10,7 @@ void KeepFreedHeap()
 
 void GiveBackFreedHeap()
 {
-    constexpr size_t Kept = 1024 * 1024;
-    if (::mallinfo2().fordblks > 2 * Kept)
-        ::malloc_trim(Kept);
+    constexpr size_t WorthIt = 1024 * 1024;
+    if (::mallinfo2().fordblks > WorthIt)
+        ::malloc_trim(WorthIt / 4);
 }

@@ -4,6 +4,6 @@
 /// of every larger bus frame are given back to the kernel and faulted in again: measured, three times slower at 64 KiB.
 void KeepFreedHeap();
 
-/// Gives freed memory back to the kernel when there is more than 2 MiB of it, also what lies between blocks in use: the
+/// Gives freed memory back to the kernel when there is more than 1 MiB of it, also what lies between blocks in use: the
 /// many small blocks of a large frame.
 void GiveBackFreedHeap();

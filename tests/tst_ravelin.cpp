@@ -1,5 +1,6 @@
 #include "ending.h"
 #include "files.h"
+#include "frame.h"
 #include "localsocket.h"
 #include "log.h"
 #include "ravelin.h"
@@ -137,6 +138,32 @@ private slots:
         Ravelin controller;
         QTest::ignoreMessage(QtDebugMsg, line.constData());
         controller.ShowLog(text);
+    }
+
+    void holdsCommand_data()
+    {
+        QTest::addColumn<QByteArray>("stream");
+        QTest::addColumn<qint32>("blockSize");
+        QTest::addColumn<bool>("held");
+
+        const auto quit = "\0\0\0\x17\xCB\0\0\0\x0AQuitSignal\0\0\0\0\0\0\0\0"_ba;
+        QTest::addRow("whole") << quit << 0 << true;
+        QTest::addRow("but for its end") << quit.chopped(1) << 0 << false;
+        QTest::addRow("its length has been read") << quit.sliced(4) << 0x17 << true;
+        QTest::addRow("behind others") << "\0\0\0\0\0\0\0\1\7"_ba + quit << 0 << true;
+        QTest::addRow("behind half of one") << "\0\0\0\x7Fx"_ba + quit << 0 << false;
+        QTest::addRow("behind what is no length") << "\x80\0\0\0"_ba + quit << 0 << false;
+        QTest::addRow("another kind") << QByteArray(quit).replace('\xCB', '\xCA') << 0 << false;
+        QTest::addRow("a longer name") << QByteArray(quit).replace("\x0AQuitSignal\0"_ba, "\x0BQuitSignal!"_ba) << 0
+                                       << false;
+        QTest::addRow("no name") << "\0\0\0\4\xCB\0\0\0"_ba << 0 << false;
+    }
+
+    void holdsCommand()
+    {
+        QFETCH(QByteArray, stream);
+        QFETCH(qint32, blockSize);
+        QTEST(BusFrame::HoldsCommand(stream, blockSize, "QuitSignal"), "held");
     }
 
     void backlog_data()

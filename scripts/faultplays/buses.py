@@ -29,6 +29,11 @@ def resident(site, which="VmRSS"):
         return 0 if SANITIZED else next(int(line.split()[1]) for line in status if line.startswith(which)) / 1024
 
 
+def cpu_seconds(site):
+    with open(f"/proc/{site.process.pid}/stat", encoding="ascii") as stat:
+        return sum(map(int, stat.read().split()[13:15])) / os.sysconf("SC_CLK_TCK")
+
+
 def crowd(site, size):
     """So many connections; room for them on both sides."""
     room = min(resource.getrlimit(resource.RLIMIT_NOFILE)[1], 3 * size + 200)
@@ -155,6 +160,32 @@ def leave_at_once():
         site.signal(signal.SIGTERM)
         seconds = site.end(lambda: site.signal(signal.SIGCONT))
     return f"{left} peers: busy for {busy:.2f} s; told to end at the same moment: exit code 0 after {seconds:.2f} s"
+
+
+def flooded():
+    """By 500 peers with as many frames as go through."""
+    with Stage(speed=20) as site:
+        site.begin()
+        peers = crowd(site, 500)
+        flood = os.fork()
+        if flood == 0:
+            for peer in peers:
+                peer.socket.setblocking(False)
+            while True:
+                for ready in select.select([], [peer.socket for peer in peers], [])[1]:
+                    try:
+                        ready.send(struct.pack(">iB", 1, 7) * 40_000)
+                    except BlockingIOError:
+                        pass
+                    except OSError:
+                        os._exit(0)
+        try:
+            wait_for(lambda: cpu_seconds(site) > 3, "it is busy")
+            seconds = site.terminate()
+        finally:
+            os.kill(flood, signal.SIGKILL)
+            os.waitpid(flood, 0)
+    return f"{len(peers)} peers: exit code 0 after {seconds:.2f} s"
 
 
 def too_many():

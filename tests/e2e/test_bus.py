@@ -2,6 +2,7 @@
 
 import contextlib
 import os
+import resource
 import select
 import shutil
 import signal
@@ -66,7 +67,7 @@ class Frames(unittest.TestCase):
             ("command", bus.command(b"About", b"x", 7),
              b"\x00\x00\x00\x22\xca\0\0\0\x05About\0\0\0\x01x\xff\xff\xff\xff"
              b"\x01\xff\xff\xff\xff\0\0\0\0\0\0\0\0\0\x07"),
-            ("action", bus.action(b"n", b"m", b"d" * 300, -1), bus.action(b"n", b"m", b"d" * 300, -1)),
+            ("action", bus.action(b"n", b"m", b"d" * 300, 258), bus.action(b"n", b"m", b"d" * 300, 258)),
             ("bus message", bus.bus_message(b"i", b"", -5), b"\0\0\0\x0e\xcc\0\0\0\x01i\0\0\0\0\xff\xff\xff\xfb"),
             ("null arrays", bus.bus_message(None, None, 1),
              b"\0\0\0\x0d\xcc\xff\xff\xff\xff\xff\xff\xff\xff\0\0\0\x01"),
@@ -268,7 +269,7 @@ class OtherUsers(unittest.TestCase):
     BEGINS = "import socket, sys; s = socket.socket(socket.AF_UNIX)\n"
     SPEAKS = "try:\n c.sendall(bytes.fromhex(sys.argv[2])); print(c.recv(9), flush=True)\nexcept OSError: print('hung up', flush=True)\n"
     CONNECTS = BEGINS + "c = s; s.connect(sys.argv[1])\n" + SPEAKS
-    POSES = BEGINS + "s.bind(sys.argv[1]); s.listen(); c = s.accept()[0]\n" + SPEAKS + "s.accept()"
+    POSES = BEGINS + "s.bind(sys.argv[1]); s.listen(); c = s.accept()[0]\n" + SPEAKS + "c = s.accept()[0]\n" + SPEAKS + "s.accept()"
     TURNED_AWAY = (b"b''\n", b"hung up\n")
 
     def started(self, settings):
@@ -309,16 +310,19 @@ class OtherUsers(unittest.TestCase):
         wait_for(lambda: os.path.exists(os.path.join(home.directory, "admin")), "the pretender")
         home.start()
         home.wait_for_log(f"Cannot connect to admin: {stranger}")
-        self.assertIn(pretender.stdout.readline(), self.TURNED_AWAY)
+        for _ in range(2):
+            self.assertIn(pretender.stdout.readline(), self.TURNED_AWAY)
         wait_for(lambda: f"The administrative server admin cannot be reached: {stranger}\n" in home.stderr(), "stderr")
         pretender.kill()
         os.unlink(os.path.join(home.directory, "admin"))
         self.assertEqual(home.accept(home.listen("admin")).read_frame(), bus.identify(b"probe"))
         self.assertNotIn("Admin connection is closed. Stopping application.", home.log_texts())
-        self.assertEqual(home.log_texts().count("New Out Connnection"), 1)
+        for once in ("New Out Connnection", f"Cannot connect to admin: {stranger}"):
+            self.assertEqual(home.log_texts().count(once), 1)
 
-    def test_no_permission(self):
-        home = self.started(ALONE)
+    def test_as_nobody(self):
+        """Without permission for the administrator's socket at first; among BusUsers without being named."""
+        home = self.started(ALONE + "[Field]\nBusUsers=daemon\n")
         # The time is set behind setpriv: its semaphores must not be root's.
         program, time = os.path.join(BUILD, home.program), faketime_environment(home.speed, home.start_time)
         home.program, home.speed = shutil.which("setpriv"), 0
@@ -332,6 +336,8 @@ class OtherUsers(unittest.TestCase):
         self.assertEqual(home.accept(listener).read_frame(), bus.identify(b"probe"))
         home.wait_for_log("Start server: probe Ok!!!! ")
         self.assertEqual(home.log_texts().count("Cannot connect to admin: no permission to connect"), 1)
+        own = self.nobody(home, self.CONNECTS, "probe", bus.data(7, b"echo"))
+        self.assertEqual(own.stdout.read(), b"%r\n" % bus.data(7, b"echo")[:9])
 
 
 class Ending(unittest.TestCase):
@@ -377,6 +383,33 @@ class Misbehaviour(unittest.TestCase):
         self.home.wait_for_log("Connection In Error: ёж")
         self.assertEqual(self.home.log_texts()[-2:], ["Connection in disconnection: ёж", "Connection In Error: ёж"])
         self.assert_alive()
+
+    def test_hoarders(self):
+        """One bound for all: who holds most goes, and a peer may still send the largest frame."""
+        hoarders = [self.home.connect("probe") for _ in range(3)]
+        for peer in hoarders:
+            peer.send(struct.pack(">i", 50_000_000) + bytes(49_000_000))
+        closed = [text for text in self.home.log_texts() if "all unfinished frames together have" in text]
+        self.assertEqual(len(closed), 1)
+        honest = self.home.connect("probe")
+        honest.send(bus.frame(7, bus.byte_array(b"") + bytes(50_000_000 - 5)) + bus.command(b"then"))
+        self.assertEqual(self.admin.read_frame(), said(b"then"))
+
+    def test_crowd(self):
+        """Beyond half of the descriptors nobody is taken. Few lines are written of many."""
+        refused = "A connection is refused: 100 are open"
+        resource.prlimit(self.home.process.pid, resource.RLIMIT_NOFILE, (200, 200))
+        crowd = [self.home.connect("probe") for _ in range(300)]
+        self.home.wait_for_log(refused)
+        wait_for(lambda: any(text.startswith("... and ") and text.endswith(" more refusals") for text in self.home.log_texts()),
+                 "the others are counted")
+        for peer in crowd:
+            peer.close()
+        wait_for(lambda: any("came and went" in text for text in self.home.log_texts()), "all others are counted")
+        self.assertLess(len(self.home.log_texts()), 300)
+        self.assert_alive()
+        self.home.connect("probe").send(bus.command(b"late"))
+        self.assertEqual(self.admin.read_frame(), said(b"late"))
 
     def test_ten_thousand_connects(self):
         def connect_and_go(times):

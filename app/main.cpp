@@ -26,8 +26,9 @@ const auto HelpTemplate =
     "\n"
     "  -settings FILE  an ini file. Of several the last one counts alone, but the peers (Connections) of all add up.\n"
     "\n"
-    "When no file is given, the bus names and the log (AdminServerName, ServerName, Connections, LogName, Log) come\n"
-    "from %1, everything else from %2.\n"
+    "When no file is given, the bus names and the log (AdminServerName, ServerName, Connections, BusUsers,\n"
+    "LogName, Log) come from %1, everything else from\n"
+    "%2.\n"
     "A file that is missing changes nothing: the defaults apply. \"ravelinctl check\" tells what would not work.\n"_s;
 
 // What a person asks for who does not know the program yet; empty when nothing is asked. Only the first argument

@@ -168,13 +168,17 @@ void TConnector::newOutConnection()
 // An administrator who is not there is normal, and is not logged.
 void TConnector::connectionAdminError(QLocalSocket::LocalSocketError error)
 {
-    if (error == QLocalSocket::ServerNotFoundError) {
+    switch (error) {
+    case QLocalSocket::ServerNotFoundError:
         obstacle = tr("there is no such socket");
-    } else if (error == QLocalSocket::ConnectionRefusedError) {
+        break;
+    case QLocalSocket::ConnectionRefusedError:
         obstacle = tr("nobody listens");
-    } else if (error == QLocalSocket::SocketAccessError) {
+        break;
+    case QLocalSocket::SocketAccessError:
         TellObstacle(*AdminConnection, tr("no permission to connect"));
-    } else {
+        break;
+    default:
         obstacle = AdminConnection->errorString();
     }
     emit ConnectionLost(AdminConnection);

@@ -59,7 +59,7 @@ class CommandLine(unittest.TestCase):
             environment = dict(os.environ, XDG_STATE_HOME=home.directory)
             for question, words in (("--version", ["ravelin 0.1.0\n"]),
                                     ("--help", ["Usage: ravelin [-settings FILE]...\n", " /etc/ravelin/twin.ini,",
-                                                f" {program}.ini.\n"])):
+                                                f"{program}.ini.\n"])):
                 done = subprocess.run([program, question], env=environment, capture_output=True, text=True, timeout=10)
                 self.assertEqual((done.returncode, done.stderr), (0, ""))
                 for word in words:

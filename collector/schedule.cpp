@@ -2,28 +2,20 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// Where "{" of each "{,n}" stands that is neither escaped nor inside a bracketed set of characters.
-QList<qsizetype> OpenQuantifiers(const QString& pattern)
-{
-    static const QRegularExpression part(u"\\\\.|\\[\\^?\\]?(?:\\\\.|[^\\]\\\\])*\\]|\\{(?=,\\d+\\})"_s);
-    QList<qsizetype> found;
-    for (const QRegularExpressionMatch& match : part.globalMatch(pattern))
-        if (match.capturedView() == u"{")
-            found.append(match.capturedStart());
-    return found;
-}
-
-} // namespace
-
+// The engine takes "{,n}" for those characters themselves. An escaped brace, and one inside a bracketed set of
+// characters, means just that.
 QRegularExpression Schedule::Expression(const QString& pattern)
 {
-    // The engine takes "{,n}" as plain text, and "{0,n}" as meant.
-    QString written = pattern;
-    const QList<qsizetype> quantifiers = OpenQuantifiers(pattern);
-    for (auto at = quantifiers.crbegin(); at != quantifiers.crend(); ++at)
-        written.insert(*at + 1, u'0');
+    static const QRegularExpression part(u"\\\\.|\\[\\^?\\]?(?:\\\\.|[^\\]\\\\])*\\]|\\{(?=,\\d+\\})"_s);
+    QString written;
+    qsizetype taken = 0;
+    for (const QRegularExpressionMatch& match : part.globalMatch(pattern)) {
+        written += QStringView(pattern).sliced(taken, match.capturedEnd() - taken);
+        taken = match.capturedEnd();
+        if (match.capturedView() == u"{")
+            written += u'0';
+    }
+    written += QStringView(pattern).sliced(taken);
     return QRegularExpression(written);
 }
 

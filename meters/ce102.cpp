@@ -119,3 +119,13 @@ bool TCounter_CE102::DecodeEnergy(const QByteArray& frame, Energy& energy)
     energy.total = static_cast<float>(static_cast<double>(static_cast<quint64>(sum)) / 100.0);
     return true;
 }
+
+MeterAnswer TCounter_CE102::Read(const QByteArray& frame)
+{
+    MeterAnswer answer;
+    answer.tellsEnergy = !frame.isEmpty();
+    Energy energy;
+    if (DecodeEnergy(frame, energy))
+        answer.energy = energy;
+    return answer;
+}

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "energy.h"
+#include "meteranswer.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -32,6 +32,9 @@ public:
 
     /// The register of an energy answer: the total alone. On false `energy` keeps its values.
     static bool DecodeEnergy(const QByteArray& frame, Energy& energy);
+
+    /// A frame that is not empty tells energy.
+    [[nodiscard]] static MeterAnswer Read(const QByteArray& frame);
 
     const unsigned short Address;
     const int Number;

@@ -76,6 +76,14 @@ bool TCounter_CE301::DecodeEnergy(const QByteArray& frame, Energy& energy)
     return ReceivePack(frame, energy.total, energy.t1, energy.t2, energy.t3, energy.t4);
 }
 
+bool TCounter_CE301::ChecksumIsRight(const QByteArray& frame)
+{
+    const qsizetype stx = frame.indexOf('\x02');
+    const qsizetype etx = stx < 0 ? -1 : frame.indexOf('\x03', stx);
+    return etx >= 0 && etx + 1 < frame.size()
+        && GetCRC(frame.sliced(stx + 1, etx - stx)) == static_cast<quint8>(frame.at(etx + 1));
+}
+
 MeterAnswer TCounter_CE301::Read(const QByteArray& frame)
 {
     MeterAnswer answer;

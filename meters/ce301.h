@@ -36,6 +36,9 @@ public:
     /// As ReceivePack().
     static bool DecodeEnergy(const QByteArray& frame, Energy& energy);
 
+    /// Whether the byte behind ETX is the block check of the bytes behind STX up to ETX. False without those two.
+    [[nodiscard]] static bool ChecksumIsRight(const QByteArray& frame);
+
     /// Energy where "ET" stands in `frame`, the clock where "TIME" does.
     [[nodiscard]] static MeterAnswer Read(const QByteArray& frame);
 

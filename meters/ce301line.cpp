@@ -40,5 +40,6 @@ const SubstationProtocol CE301Line{
     .energyIn = EnergyIn,
     .clockRequest = Messages,
     .clockIn = nullptr,
+    .checksumIsRight = TCounter_CE301::ChecksumIsRight,
     .answerToDebugOutput = true,
 };

@@ -16,11 +16,14 @@ constexpr std::array<MeterModel, 4> Models{{
     {
         .name = QLatin1StringView("CE102"),
         .decodeEnergy = TCounter_CE102::DecodeEnergy,
+        .read = TCounter_CE102::Read,
+        .answersStored = false,
     },
     {
         .name = QLatin1StringView("CE301"),
         .decodeEnergy = TCounter_CE301::DecodeEnergy,
         .read = TCounter_CE301::Read,
+        .checksumIsRight = TCounter_CE301::ChecksumIsRight,
         .timeQuery = TCounter_CE301::TimeQuery,
         .clockSetOneByOne = true,
         .substation = &CE301Line,

@@ -26,6 +26,12 @@ struct MeterModel {
     /// Reads all that an answer tells. Null: answers of this model are not stored, so its meters count as silent.
     MeterAnswer (*read)(const QByteArray& frame) = nullptr;
 
+    /// Whether the checksum of `frame` is right. Null: `read` looks at it.
+    bool (*checksumIsRight)(const QByteArray& frame) = nullptr;
+
+    /// False: answers are stored only where the settings ask for it; otherwise the meter counts as silent.
+    bool answersStored = true;
+
     /// The message to a node that asks its meter's clock; `number` is the register's "Number". Null: there is none, and
     /// an empty message is sent.
     QByteArray (*timeQuery)(quint32 number) = nullptr;

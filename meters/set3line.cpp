@@ -1,6 +1,7 @@
 #include "set3line.h"
 
 #include "bcdclock.h"
+#include "set3.h"
 #include "substationframes.h"
 
 using namespace Qt::StringLiterals;
@@ -49,6 +50,13 @@ std::optional<Energy> EnergyIn(const QString& number, const QByteArray& answer)
     return tariffs.isEmpty() ? std::nullopt : std::optional(EnergyFromTariffs(tariffs, TariffSize));
 }
 
+/// The CRC-16 of a whole message with its checksum behind it is 0.
+bool ChecksumIsRight(const QByteArray& answer)
+{
+    constexpr qsizetype Size = 22; // number, code, four tariffs, checksum
+    return answer.size() >= Size && TCounter_SET3::GetCRC(answer.first(Size)) == 0;
+}
+
 std::optional<QDateTime> ClockIn(const QString& number, const QByteArray& answer)
 {
     constexpr qsizetype ClockAt = 3; // where the request code is repeated: it is read as the seconds
@@ -66,4 +74,5 @@ const SubstationProtocol SET3Line{
     .energyIn = EnergyIn,
     .clockRequest = ClockRequest,
     .clockIn = ClockIn,
+    .checksumIsRight = ChecksumIsRight,
 };

@@ -35,5 +35,8 @@ struct SubstationProtocol {
     /// As energyIn(). Null: the answer is not read.
     std::optional<QDateTime> (*clockIn)(const QString& number, const QByteArray& answer);
 
+    /// Whether the checksum of an energy answer is right: nothing else looks at it.
+    bool (*checksumIsRight)(const QByteArray& answer);
+
     bool answerToDebugOutput = false; ///< the answer goes there a second time, besides the traffic display
 };

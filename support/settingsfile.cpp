@@ -108,6 +108,11 @@ QStringList SettingsFile::Problems() const
     return fileProblem.isEmpty() ? valueProblems : QStringList{fileProblem} + valueProblems;
 }
 
+void SettingsFile::AddProblem(const QString& sentence)
+{
+    valueProblems.append(Translated(QT_TRANSLATE_NOOP("SettingsFile", "Settings file %1: %2")).arg(fileName, sentence));
+}
+
 void SettingsFile::ReportFileProblem() const
 {
     if (pLog && !fileProblem.isEmpty())

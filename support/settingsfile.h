@@ -37,6 +37,9 @@ public:
     /// Counts the problems of `named`, a file that a value of this one named, among the values' problems.
     void TakeProblems(const SettingsFile& named) { valueProblems += named.Problems(); }
 
+    /// A sentence about a value that its reader found wrong.
+    void AddProblem(const QString& sentence);
+
     /// Writes to the log, whether or not it is switched on, why the file was not read (properly), if so.
     void ReportFileProblem() const;
     /// Writes each value met so far that was of the wrong type as one line to the log, whether or not it is switched

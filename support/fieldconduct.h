@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QStringList>
+
+class SettingsFile;
+
+/// What the group "Field" of the settings switches on beside the default conduct. Without that group nothing is.
+class FieldConduct final {
+public:
+    /// Each has the name that the setting "Remedies" gives it.
+    enum Remedy : quint32 {
+        Reports = 1U << 0, ///< delivery reports are matched by the modem's numbers
+        Ntp = 1U << 1, ///< a time sweep goes on without the time daemon
+        Ce102 = 1U << 2, ///< the energy answers of CE102 meters are stored
+        Order = 1U << 3, ///< no sweep takes another over
+        Schedule = 1U << 4, ///< each due minute counts once
+        Stamps = 1U << 5, ///< an answer belongs to the sweep that asked for it
+        Fragments = 1U << 6, ///< what is left of a node's earlier answers goes when it is read out
+        Digits = 1U << 7, ///< energies are stored with nine digits
+        Substation = 1U << 8, ///< only a substation meter that is registered is tried
+        Clocks = 1U << 9, ///< clocks are set by model
+        Numbers = 1U << 10, ///< "Send_counters_numbers" sends them
+        Alarms = 1U << 11, ///< an opened case is told whatever is around it
+        Texts = 1U << 12, ///< clock texts are short, printable and asked for
+        Checksums = 1U << 13, ///< checksums that are optional otherwise are required; not part of "all"
+    };
+
+    FieldConduct() = default;
+
+    /// Reads the key "Field/Remedies": blank, "all", or names separated by blanks. A name that is none is among the
+    /// value problems of `settings`, and the others hold.
+    [[nodiscard]] static FieldConduct Read(SettingsFile& settings);
+
+    [[nodiscard]] bool Has(Remedy remedy) const { return (remedies & remedy) != 0; }
+
+    /// For a test: as Read() of that text.
+    [[nodiscard]] static FieldConduct Of(const QString& names, QStringList& unknown);
+
+    /// Every name that "Remedies" may hold, "all" first.
+    [[nodiscard]] static QStringList Names();
+
+private:
+    quint32 remedies = 0;
+};

@@ -5,17 +5,17 @@
 
 using namespace Qt::StringLiterals;
 
-// Reports belong to messages by their order alone, the first report to the first message. The modem's number is not
-// used.
-void TCollector::zACK(quint8)
+// By default reports are matched to messages by their order alone, first in, first out, whatever number the modem
+// gives.
+void TCollector::zACK(quint8 i)
 {
-    if (!reports.Acknowledged())
+    if (!reports.Acknowledged(i))
         LogText(tr("Received 'ACK', but stack is empty"));
 }
 
-void TCollector::zNACK(quint8)
+void TCollector::zNACK(quint8 i)
 {
-    if (const std::optional<QByteArray> uin = reports.Refused())
+    if (const std::optional<QByteArray> uin = reports.Refused(i))
         LogText(tr("Error. Received 'NACK' from modem with number %1").arg(QString::fromUtf8(*uin)));
     else
         LogText(tr("Received 'NACK', but stack is empty"));
@@ -24,11 +24,15 @@ void TCollector::zNACK(quint8)
 void TCollector::zError(quint16 code)
 {
     LogText(tr("Error number %1").arg(code));
-    SendError(ktpGlobalId, code);
+    const bool readAnew = vars.field.Has(FieldConduct::Substation);
+    SendError(readAnew ? SubstationGlobalId() : ktpGlobalId, code);
 }
 
-// Whether the modem took a message says nothing about its node.
-void TCollector::zAcceptUCAST(quint8) { }
+// Whether the modem took a message says nothing about its node, only which number its report will have.
+void TCollector::zAcceptUCAST(quint8 i)
+{
+    reports.Accepted(i);
+}
 
 /// Reads the text of the alarm input like the modem's output, and reports the errors in it.
 void TCollector::CheckAlarm()

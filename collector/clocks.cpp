@@ -13,6 +13,7 @@
 #include "ntpquery.h"
 #include "statements.h"
 
+#include <QCoreApplication>
 #include <QSet>
 
 using namespace Qt::StringLiterals;
@@ -38,6 +39,10 @@ bool AnyMeterSetOneByOne()
 /// If the register holds a single CE301, every node is told the time in that model's way.
 void TCollector::SetMeterClocks()
 {
+    if (vars.field.Has(FieldConduct::Clocks)) {
+        SetClocksByModel();
+        return;
+    }
     if (AnyMeterSetOneByOne()) {
         SetTimeCE_301();
         return;
@@ -45,6 +50,23 @@ void TCollector::SetMeterClocks()
     const QByteArray characters = ClockTexts::SetCharacters(CurrentDateTime(), CurrentDateTime().date().dayOfWeek());
     LogText(tr("Time sync: "));
     emit SendBroadcastMessage(NodeCommands::SetClock(characters));
+}
+
+/// The message to each CE301, one broadcast for all others. The nodes of CE301 meters do not pass that one on.
+void TCollector::SetClocksByModel()
+{
+    const QByteArray characters = ClockTexts::SetCharacters(CurrentDateTime(), CurrentDateTime().date().dayOfWeek());
+    LogText(tr("Time sync: "));
+    emit SendBroadcastMessage(NodeCommands::SetClock(characters));
+    for (const QString& uin : ColumnOf(Execute(Statements::NodeMeters))) {
+        const std::optional<Meter> meter = NodeMeter(uin);
+        const MeterModel* const model = meter ? FindMeterModel(meter->model) : nullptr;
+        if (!model || !model->clockSetOneByOne)
+            continue;
+        SendToNode(uin, ClockTexts::SetTimeCE301(CurrentDateTime().time()));
+        Delay(vars.UCAST_to_UCAST_Delay);
+        QCoreApplication::processEvents();
+    }
 }
 
 void TCollector::SetTimeCE_301()
@@ -65,14 +87,32 @@ bool TCollector::StoreReferenceClock()
         return true;
 
     NtpQuery listing;
+    if (vars.field.Has(FieldConduct::Ntp))
+        return StoreReferenceClockIfListed(uin, listing);
     if (!listing.Finish()) {
         Log(tr("ntpq -pn did not finish: %1. Polling stays stopped").arg(listing.ErrorString()));
         return false;
     }
-    const float offsetMs = NtpLine::Offset(listing.LineOf(vars.NtpServer));
+    AddReferenceClock(uin, listing.LineOf(vars.NtpServer));
+    return true;
+}
+
+/// The sweep goes on in any case, and the next time sweep asks again.
+bool TCollector::StoreReferenceClockIfListed(const QString& uin, NtpQuery& listing)
+{
+    if (!listing.Finish())
+        Log(tr("ntpq -pn did not finish: %1. No reference clock in this time sweep").arg(listing.ErrorString()));
+    else if (const QByteArray line = listing.FindLine(vars.NtpServer); line.isNull())
+        Log(tr("ntpq does not list the NTP server %1. No reference clock in this time sweep").arg(vars.NtpServer));
+    else
+        AddReferenceClock(uin, line);
+    return true;
+}
+
+void TCollector::AddReferenceClock(const QString& uin, const QByteArray& line)
+{
     const QDateTime now = CurrentDateTime();
     const QString date = now.toString(u"yyyy-MM-dd"_s);
-    AddClockReading(
-        uin, date, now.toString(u"hh:mm:ss"_s), date, NtpLine::Corrected(now.time(), offsetMs).toString(u"hh:mm:ss"_s));
-    return true;
+    AddClockReading(uin, date, now.toString(u"hh:mm:ss"_s), date,
+        NtpLine::Corrected(now.time(), NtpLine::Offset(line)).toString(u"hh:mm:ss"_s));
 }

@@ -26,7 +26,9 @@ TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* own
       plugin(owner),
       ucastBuffer(buffer),
       pollTimer(new QTimer(this)),
-      alarmTimer(new QTimer(this))
+      alarmTimer(new QTimer(this)),
+      reports(
+          vars.field.Has(FieldConduct::Reports) ? DeliveryReports::Match::ByNumber : DeliveryReports::Match::InOrder)
 {
     constexpr int AlarmEveryMs = 2000;
     connect(pollTimer, &QTimer::timeout, this, &TCollector::timer_event);
@@ -42,13 +44,19 @@ TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* own
         emit Error(message);
         Log(message); // no slot can be connected to the signal yet
     }
-    ktpGlobalId = MainBase::FirstValueOf(MainBase::Execute(Statements::SubstationGlobalIds)).toInt();
+    ktpGlobalId = SubstationGlobalId();
     ReportInvalidPatterns();
 }
 
 TCollector::~TCollector()
 {
     MainBase::Close();
+}
+
+/// 0 when there is none.
+qint32 TCollector::SubstationGlobalId()
+{
+    return MainBase::FirstValueOf(MainBase::Execute(Statements::SubstationGlobalIds)).toInt();
 }
 
 QSqlDatabase TCollector::MainDatabase()

@@ -4,9 +4,11 @@
 #include "meteranswer.h"
 #include "sweep.h"
 #include "sysvar.h"
+#include "tickminutes.h"
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QObject>
@@ -18,6 +20,7 @@
 
 #include <optional>
 
+class NtpQuery;
 class QTimer;
 class TServerPlugin;
 class ZUCASTBuffer;
@@ -122,12 +125,16 @@ private:
     void LogText(const QString& text);
     void SendToNode(const QString& uin, const QByteArray& message);
     void SendError(qint32 globalId, int code);
+    [[nodiscard]] static qint32 SubstationGlobalId();
     void ReportInvalidPatterns() const;
 
     // --- the polling cycle: pollingcycle.cpp
-    void TellWhatWasMissed(const QDateTime& now) const;
+    void LookAtSchedule(const QDateTime& now);
+    void TellWhatWasMissed() const;
     enum class TimeSweepStart { Done, NobodyToAsk, NtpCheckUnfinished };
+    [[nodiscard]] TimeSweepStart Sweeps(const QDateTime& now);
     [[nodiscard]] TimeSweepStart StartTimeSweepWhenDue(const QDateTime& now);
+    [[nodiscard]] TimeSweepStart StartTimeSweep(const QDateTime& now);
     [[nodiscard]] QStringList NodesWithoutClockReading();
     void AskForClocks(const QStringList& uins);
     void SendTimeQuery(const QString& uin, const Meter& meter);
@@ -137,17 +144,23 @@ private:
     void CloseSweep();
     void AskAgain(const QStringList& silent);
     void StartQuerySweepWhenDue(const QDateTime& now);
-    void ForgetMeterStates();
+    void StartQuerySweep(const QDateTime& now);
+    void ForgetReports();
     void StoreSubstationReading();
     [[nodiscard]] std::optional<Energy> ReadSubstationPatiently();
     void ReadOut(const QStringList& uins, unsigned int pauseMs);
 
+    // --- what the settings switch on in the cycle: fieldcycle.cpp
+    [[nodiscard]] TimeSweepStart SweepsInOrder(const QDateTime& now);
+    void LookAtScheduleOnce();
+    void PrepareReadOut(const QString& uin);
+
     // --- rows: readingstore.cpp
-    [[nodiscard]] QSqlQuery AboutSweep(QStringView statement) const;
-    void StoreReading(const QString& globalId, const Energy& energy);
+    [[nodiscard]] static QSqlQuery AboutSweep(QStringView statement, const SweepStamp& stamp);
+    void StoreReading(const QString& globalId, const Energy& energy, const SweepStamp& stamp);
     void StoreSubstationSilence(const QString& globalId);
     void StoreRowsForTheSilent();
-    void AddToSweep(const QString& globalId, int status, const QString& row);
+    static void AddToSweep(const QString& globalId, int status, const QString& row, const SweepStamp& stamp);
     static void AddClockReading(const QString& uinLiteral, const QString& dateShown, const QString& timeShown,
         const QString& date, const QString& time);
     struct SilentMeter {
@@ -168,13 +181,19 @@ private:
 
     // --- the meters' clocks: clocks.cpp
     void SetMeterClocks();
+    void SetClocksByModel();
     [[nodiscard]] bool StoreReferenceClock();
+    [[nodiscard]] bool StoreReferenceClockIfListed(const QString& uin, NtpQuery& listing);
+    static void AddReferenceClock(const QString& uin, const QByteArray& line);
 
     // --- answers: responses.cpp
     void RaiseCaseOpened(const QByteArray& uin);
+    [[nodiscard]] QByteArray WithoutAlarms(const QByteArray& uin, QByteArray message);
     [[nodiscard]] QByteArray StoreAnswer(const QByteArray& uin, const QString& model, qint32 globalId);
+    [[nodiscard]] QByteArray TakeFrame(QByteArray bytes, QByteArray& rest) const;
     void StoreEnergy(const QByteArray& uin, qint32 globalId, const std::optional<Energy>& energy);
     void StoreClock(const QByteArray& uin, const std::optional<ClockReading>& clock);
+    [[nodiscard]] bool Counts(const ClockReading& clock) const;
 
     const SysVar vars;
     TServerPlugin* const plugin;
@@ -185,9 +204,15 @@ private:
     qint32 ktpGlobalId = 0; // the substation meter's, as the register had it at the start
     Sweep sweep;
     bool queryRequested = false;
+    QHash<QString, SweepStamp> askedIn; // the last query sweep that read a node out
     DeliveryReports reports;
     QList<QString> timeAnswered; // whose clock is stored for the date of the sweep
     QMap<QString, QDateTime> timeQuerySent;
-    QDateTime lastTick; // when it began
+    TickMinutes minutes;
+    struct {
+        bool clockSetting = false;
+        bool timeSweep = false;
+        bool querySweep = false;
+    } due;
     bool strangersTold = false; // the log has told that of further nodes nothing is kept
 };

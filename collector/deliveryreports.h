@@ -1,5 +1,7 @@
 #pragma once
 
+#include "numberedreports.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QList>
@@ -10,13 +12,22 @@
 /// what the node sends itself.
 class DeliveryReports final {
 public:
-    /// A message went out to `uin`: the modem reports on it later.
-    void Sent(const QByteArray& uin) { awaitingAck.append(uin); }
+    enum class Match { InOrder, ByNumber };
+    explicit DeliveryReports(Match how = Match::InOrder) : match(how) { }
 
-    /// The modem has reported on a message. The report counts for the oldest message that has none yet; its number is
-    /// not used. Returns the node of that message; none when no message waits for a report.
-    std::optional<QByteArray> Acknowledged() { return TakeReport(NodeHeard); }
-    std::optional<QByteArray> Refused() { return TakeReport(DeliveryFailed); }
+    /// A message went out to `uin`: the modem reports on it later.
+    void Sent(const QByteArray& uin);
+
+    /// The modem gave `number` to a message.
+    void Accepted(quint8 number);
+
+    /// The modem's report. Returns whose message it is about: that of the oldest one without a report, whatever
+    /// `number` is, or that with the number. None when no such message is known.
+    std::optional<QByteArray> Acknowledged(quint8 number) { return TakeReport(number, true); }
+    std::optional<QByteArray> Refused(quint8 number) { return TakeReport(number, false); }
+
+    /// A sweep begins. Matched by number, a report that has not come by now is lost.
+    void SweepBegins() { numbered.Forget(); }
 
     /// `uin` has sent something. False, and nothing is kept, when it is new and MostNodes are known already: any radio
     /// device can invent addresses.
@@ -38,15 +49,11 @@ public:
 private:
     enum State : unsigned char { Undecodable = 1, NodeHeard = 2, DeliveryFailed = 3, NothingHeard = 0xFF };
 
-    std::optional<QByteArray> TakeReport(State state)
-    {
-        if (awaitingAck.isEmpty())
-            return std::nullopt;
-        const QByteArray uin = awaitingAck.takeFirst();
-        meterState[uin] = state;
-        return uin;
-    }
+    std::optional<QByteArray> TakeReport(quint8 number, bool delivered);
+    void Book(const QByteArray& uin, bool delivered);
 
+    const Match match;
     QList<QByteArray> awaitingAck;
+    NumberedReports numbered;
     QHash<QByteArray, unsigned char> meterState;
 };

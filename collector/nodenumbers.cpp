@@ -27,8 +27,8 @@ void TCollector::SendCountersNumbers()
     const QStringList nodeMeters = MainBase::ColumnOf(Execute(Statements::NodesToNumber));
     for (qsizetype i = 0; i < nodeMeters.size(); ++i) {
         // The address is looked for in a second column, which the answer does not have: no node is found, and nothing
-        // is sent. Given so; not to be repaired. "Send_counter_number" tells one node its number.
-        SendCounterNumber({});
+        // is sent. Given so; the settings mend it. "Send_counter_number" tells one node its number.
+        SendCounterNumber(vars.field.Has(FieldConduct::Numbers) ? nodeMeters[i].toUtf8() : QByteArray());
         Delay(PauseMs);
     }
 }

@@ -48,20 +48,24 @@ bool NtpQuery::Finish()
     return false;
 }
 
+QByteArray NtpQuery::FindLine(const QString& server)
+{
+    const QByteArray address = server.toUtf8();
+    for (QByteArray line = process.readLine(); !line.isEmpty(); line = process.readLine())
+        if (line.contains(address))
+            return line;
+    return {};
+}
+
 QByteArray NtpQuery::LineOf(const QString& server)
 {
     constexpr unsigned int BetweenLooksMs = 1000;
-    const QByteArray address = server.toUtf8();
-    bool missed = false;
-    for (;;) {
-        QByteArray line = process.readLine();
-        if (line.contains(address))
-            return line;
-        if (!line.isEmpty())
-            continue;
-        if (!missed)
-            Log(TCollector::tr("ntpq does not list the NTP server %1. Polling stands still").arg(server));
-        missed = true;
+    if (server.isEmpty())
+        return process.readLine();
+    QByteArray line = FindLine(server);
+    if (line.isNull())
+        Log(TCollector::tr("ntpq does not list the NTP server %1. Polling stands still").arg(server));
+    for (; line.isNull(); line = FindLine(server))
         Delay(BetweenLooksMs);
-    }
+    return line;
 }

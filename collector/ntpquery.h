@@ -15,8 +15,11 @@ public:
     [[nodiscard]] bool Finish();
     [[nodiscard]] QString ErrorString() const { return process.errorString(); }
 
+    /// The first line of the listing that contains `server`; null when there is none.
+    [[nodiscard]] QByteArray FindLine(const QString& server);
+
     /// The first line of the listing that contains `server`. Without such a line it waits for ever, and the log says so
-    /// once: given so; not to be repaired.
+    /// once: given so.
     [[nodiscard]] QByteArray LineOf(const QString& server);
 
 private:

@@ -24,11 +24,6 @@ using MainBase::InLiteral;
 
 namespace {
 
-bool Due(const QString& pattern, const QDateTime& now)
-{
-    return Schedule::Matches(pattern, Schedule::Stamp(now));
-}
-
 /// The members of `all` that are not in `some`, each once, in no order.
 QStringList Without(const QStringList& all, const QStringList& some)
 {
@@ -42,12 +37,11 @@ void TCollector::timer_event()
     const QDateTime now = CurrentDateTime();
     LogText(tr("Timer event: %1").arg(Schedule::Stamp(now)));
     pollTimer->stop(); // ticks never overlap, and the next comes a whole interval after this one's end
-    TellWhatWasMissed(now);
-    lastTick = now;
+    LookAtSchedule(now);
 
-    if (Due(vars.TimeOfSetTime, now))
+    if (due.clockSetting)
         SetMeterClocks();
-    switch (StartTimeSweepWhenDue(now)) {
+    switch (vars.field.Has(FieldConduct::Order) ? SweepsInOrder(now) : Sweeps(now)) {
     case TimeSweepStart::NtpCheckUnfinished:
         return; // polling stays stopped until the process is started again: given so; not to be repaired
     case TimeSweepStart::NobodyToAsk:
@@ -56,41 +50,66 @@ void TCollector::timer_event()
     case TimeSweepStart::Done:
         break;
     }
-    CheckOpenSweep();
-    StartQuerySweepWhenDue(now);
-
     emit SendBroadcastMessage(NodeCommands::Empty.toByteArray());
     pollTimer->start();
 }
 
-/// No tick looks at the minutes that pass while the tick before lasts. What was due in them is not done later.
-void TCollector::TellWhatWasMissed(const QDateTime& now) const
+/// As a sweep falls due, so it begins, whatever else is open.
+TCollector::TimeSweepStart TCollector::Sweeps(const QDateTime& now)
 {
-    constexpr int MostMinutes = 24 * 60; // when the clock was set forward by years
-    if (!lastTick.isValid())
-        return;
-    const QString last = Schedule::Stamp(now);
+    const TimeSweepStart start = StartTimeSweepWhenDue(now);
+    if (start != TimeSweepStart::Done)
+        return start;
+    CheckOpenSweep();
+    StartQuerySweepWhenDue(now);
+    return start;
+}
+
+/// No tick looks at the minutes that pass while the tick before lasts. What was due in them is not done later.
+void TCollector::TellWhatWasMissed() const
+{
     QStringList missed;
-    QDateTime minute = lastTick.addSecs(60);
-    for (int i = 0; i < MostMinutes && minute < now && Schedule::Stamp(minute) != last;
-         ++i, minute = minute.addSecs(60))
+    for (const QDateTime& minute : minutes.passed)
         for (const auto& [pattern, what] : {std::pair(vars.TimeOfSetTime, tr("clock setting")),
                  {vars.TimeOfGetTime, tr("time sweep")}, {vars.TimeOfQuery, tr("query sweep")}})
-            if (Due(pattern, minute))
+            if (Schedule::IsDueIn(pattern, minute))
                 missed.append(what + u' ' + Schedule::Stamp(minute));
     if (!missed.isEmpty())
         Log(tr("Due while the tick before lasted, and not made: %1").arg(missed.join(", "_L1)));
 }
 
+/// What is due in this tick's minute.
+void TCollector::LookAtSchedule(const QDateTime& now)
+{
+    minutes = MinutesSince(minutes.now, now);
+    if (vars.field.Has(FieldConduct::Schedule) || vars.field.Has(FieldConduct::Order)) {
+        LookAtScheduleOnce();
+        return;
+    }
+    due = {Schedule::IsDueIn(vars.TimeOfSetTime, now), Schedule::IsDueIn(vars.TimeOfGetTime, now),
+        Schedule::IsDueIn(vars.TimeOfQuery, now)};
+    TellWhatWasMissed();
+}
+
 TCollector::TimeSweepStart TCollector::StartTimeSweepWhenDue(const QDateTime& now)
 {
     const bool deferredStart = sweep.timeSweepActive && sweep.repeatCount < 1 && !sweep.querySweepActive;
-    if (!Due(vars.TimeOfGetTime, now) && !deferredStart)
+    if (!due.timeSweep && !deferredStart)
         return TimeSweepStart::Done;
     sweep.timeSweepActive = true;
     if (sweep.querySweepActive)
         return TimeSweepStart::Done; // starts on a later tick, when the query sweep is closed
+    const TimeSweepStart start = StartTimeSweep(now);
+    // Without anybody to ask the sweep is not closed. The next tick takes it for the last query sweep under today's
+    // date, asks that one's silent meters again and closes it a second time: given so; the settings mend it.
+    if (start == TimeSweepStart::NobodyToAsk)
+        sweep.timeSweepActive = false;
+    return start;
+}
 
+TCollector::TimeSweepStart TCollector::StartTimeSweep(const QDateTime& now)
+{
+    due.timeSweep = false;
     if (sweep.open)
         CreateTemporaryDB_time(); // clears timeSweepActive: a sweep that interrupts another is checked as a query sweep
     sweep.Open(now);
@@ -98,12 +117,8 @@ TCollector::TimeSweepStart TCollector::StartTimeSweepWhenDue(const QDateTime& no
         return TimeSweepStart::NtpCheckUnfinished;
 
     const QStringList needed = NodesWithoutClockReading();
-    if (needed.isEmpty() || vars.RepeatQueryNumber <= sweep.repeatCount) {
-        // The sweep is not closed. The next tick takes it for the last query sweep under today's date, asks that one's
-        // silent meters again and closes it a second time: given so; not to be repaired.
-        sweep.timeSweepActive = false;
+    if (needed.isEmpty() || vars.RepeatQueryNumber <= sweep.repeatCount)
         return TimeSweepStart::NobodyToAsk;
-    }
     AskForClocks(needed);
     queryRequested = false;
     return TimeSweepStart::Done;
@@ -144,7 +159,7 @@ QStringList TCollector::SilentNodes() const
 {
     const QStringList all = ColumnOf(Execute(Statements::NodeMeters));
     const bool clocks = sweep.CurrentKind() == Sweep::Kind::Time;
-    return Without(all, clocks ? timeAnswered : ColumnOf(AboutSweep(Statements::AnsweredInSweep)));
+    return Without(all, clocks ? timeAnswered : ColumnOf(AboutSweep(Statements::AnsweredInSweep, sweep.Stamp())));
 }
 
 void TCollector::CloseSweep()
@@ -180,22 +195,27 @@ void TCollector::AskAgain(const QStringList& silent)
 void TCollector::StartQuerySweepWhenDue(const QDateTime& now)
 {
     const bool deferredStart = sweep.querySweepActive && sweep.repeatCount < 1 && !sweep.timeSweepActive;
-    if (!Due(vars.TimeOfQuery, now) && !queryRequested && !deferredStart)
+    if (!due.querySweep && !queryRequested && !deferredStart)
         return;
     sweep.querySweepActive = true;
-    if (sweep.timeSweepActive)
-        return; // starts in the tick that closes the time sweep
+    if (!sweep.timeSweepActive) // otherwise it starts in the tick that closes the time sweep
+        StartQuerySweep(now);
+}
 
+void TCollector::StartQuerySweep(const QDateTime& now)
+{
+    due.querySweep = false;
     LogText(tr("Begin questioning..."));
     if (sweep.open)
         CreateTemporaryDB();
-    ForgetMeterStates();
+    ForgetReports();
     sweep.Open(now);
     sweep.sweepTime = now.toString(u"hh:mm:ss"_s);
 
     emit SendBroadcastMessage(NodeCommands::Measure.toByteArray());
     qDebug("Broadcast query...");
-    StoreSubstationReading();
+    if (!vars.field.Has(FieldConduct::Substation) || SubstationGlobalId() != 0)
+        StoreSubstationReading();
     qDebug("KTP ok");
     Delay(vars.BCAST_to_UCAST_Delay);
     qDebug("Begin query of counters");
@@ -203,8 +223,11 @@ void TCollector::StartQuerySweepWhenDue(const QDateTime& now)
     queryRequested = false;
 }
 
-void TCollector::ForgetMeterStates()
+void TCollector::ForgetReports()
 {
+    if (vars.field.Has(FieldConduct::Reports))
+        QCoreApplication::processEvents(); // those that have come by now
+    reports.SweepBegins();
     for (const QString& uin : ColumnOf(Execute(Statements::NodeMeters)))
         reports.Forget(uin.toUtf8());
 }
@@ -215,7 +238,7 @@ void TCollector::StoreSubstationReading()
     for (const QString& id : ColumnOf(Execute(Statements::SubstationGlobalIds))) {
         const QString globalId = QString::number(id.toInt());
         if (reading)
-            StoreReading(globalId, *reading);
+            StoreReading(globalId, *reading, sweep.Stamp());
         else
             StoreSubstationSilence(globalId);
     }
@@ -245,6 +268,7 @@ std::optional<Energy> TCollector::ReadSubstationPatiently()
 void TCollector::ReadOut(const QStringList& uins, unsigned int pauseMs)
 {
     for (const QString& uin : uins) {
+        PrepareReadOut(uin);
         SendToNode(uin, NodeCommands::ReadOut.toByteArray());
         Delay(pauseMs);
         QCoreApplication::processEvents();

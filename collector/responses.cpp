@@ -11,6 +11,8 @@
 #include "statements.h"
 #include "zucastbuffer.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using MainBase::Execute;
 using MainBase::InLiteral;
@@ -34,6 +36,8 @@ void TCollector::ReceivedUCAST(QByteArray uin, QByteArray message)
         RaiseCaseOpened(uin);
         return;
     }
+    if (vars.field.Has(FieldConduct::Alarms))
+        message = WithoutAlarms(uin, message);
     const QString address = InLiteral(QString::fromUtf8(uin));
     for (const QString& type : MainBase::ColumnOf(Execute(Statements::TypeOf, address))) {
         ucastBuffer->AppendUCAST(uin, message);
@@ -50,9 +54,13 @@ void TCollector::RaiseCaseOpened(const QByteArray& uin)
     const bool fromModem = uin == "0000000000000000"_ba; // which stands for the substation meter
     QSqlQuery meter = fromModem ? Execute(Statements::SubstationGlobalIds)
                                 : Execute(Statements::AlarmGlobalIdOf, InLiteral(QString::fromUtf8(uin)));
-    if (!meter.isActive()) {
+    const bool known = meter.next();
+    if (!known && vars.field.Has(FieldConduct::Alarms)) {
+        Log(tr("Open the case: node %1 is not in the register, or that cannot be read").arg(QString::fromUtf8(uin)));
+        SendError(0, CaseOpenedCode);
+    } else if (!meter.isActive()) {
         LogText(meter.lastError().text());
-    } else if (!meter.next()) {
+    } else if (!known) {
         LogText(tr("Can not read database"));
     } else {
         const int globalId = meter.value(0).toInt();
@@ -61,20 +69,51 @@ void TCollector::RaiseCaseOpened(const QByteArray& uin)
     }
 }
 
+/// Raises each alarm among other bytes, which stay.
+QByteArray TCollector::WithoutAlarms(const QByteArray& uin, QByteArray message)
+{
+    for (qsizetype at = 0; (at = message.indexOf(NodeCommands::CaseOpened, at)) >= 0;) {
+        message.remove(at, NodeCommands::CaseOpened.size());
+        RaiseCaseOpened(uin);
+    }
+    return message;
+}
+
 /// Decodes the first frame that the node's fragments hold. Returns what is kept of them: the bytes behind it, or all of
 /// them while the frame is not complete. Nothing is kept of a model whose answers are not stored.
 QByteArray TCollector::StoreAnswer(const QByteArray& uin, const QString& modelName, qint32 globalId)
 {
     const MeterModel* const model = FindMeterModel(modelName);
-    if (!model || !model->read)
+    if (!model || !model->read || !(model->answersStored || vars.field.Has(FieldConduct::Ce102)))
         return {};
     QByteArray rest;
-    const MeterAnswer answer = model->read(NodeFrame::FromC0C1(ucastBuffer->GetUCAST(uin), rest));
+    const QByteArray frame = TakeFrame(ucastBuffer->GetUCAST(uin), rest);
+    MeterAnswer answer = model->read(frame);
+    if (vars.field.Has(FieldConduct::Checksums) && model->checksumIsRight && !model->checksumIsRight(frame)) {
+        answer.energy.reset();
+        answer.clock.reset();
+    }
     if (answer.tellsEnergy)
         StoreEnergy(uin, globalId, answer.energy);
     if (answer.tellsClock)
         StoreClock(uin, answer.clock);
     return rest;
+}
+
+/// The first frame of `bytes`; `rest` gets what is kept of them.
+QByteArray TCollector::TakeFrame(QByteArray bytes, QByteArray& rest) const
+{
+    constexpr qsizetype MostKept = 4096;
+    QByteArray frame = NodeFrame::FromC0C1(bytes, rest);
+    if (!vars.field.Has(FieldConduct::Fragments))
+        return frame;
+    while (frame.isEmpty() && rest.size() < bytes.size()) { // the end of a frame that had no beginning
+        bytes = rest;
+        frame = NodeFrame::FromC0C1(bytes, rest);
+    }
+    if (rest.size() > MostKept)
+        rest.clear();
+    return frame;
 }
 
 void TCollector::StoreEnergy(const QByteArray& uin, qint32 globalId, const std::optional<Energy>& energy)
@@ -83,23 +122,39 @@ void TCollector::StoreEnergy(const QByteArray& uin, qint32 globalId, const std::
         reports.CouldNotDecode(uin);
         return;
     }
-    StoreReading(QString::number(globalId), *energy);
-    LogText(tr("%2 send data: %1 kW*h").arg(QString::number(energy->total), QString::fromUtf8(uin)));
+    const QString address = QString::fromUtf8(uin);
+    const bool late = vars.field.Has(FieldConduct::Stamps);
+    StoreReading(QString::number(globalId), *energy, late ? askedIn.value(address, sweep.Stamp()) : sweep.Stamp());
+    LogText(tr("%2 send data: %1 kW*h").arg(QString::number(energy->total), address));
 }
 
 /// Together with the moment at which the meter was asked.
 void TCollector::StoreClock(const QByteArray& uin, const std::optional<ClockReading>& clock)
 {
-    if (!clock) {
+    const QString address = QString::fromUtf8(uin);
+    if (vars.field.Has(FieldConduct::Texts) && !timeQuerySent.contains(address))
+        return;
+    if (!clock || !Counts(*clock)) {
         reports.CouldNotDecode(uin);
         return;
     }
-    const QString address = QString::fromUtf8(uin);
-    const QDateTime asked = timeQuerySent.value(address);
+    const QDateTime asked =
+        vars.field.Has(FieldConduct::Texts) ? timeQuerySent.take(address) : timeQuerySent.value(address);
     AddClockReading(InLiteral(address), clock->date.value_or(CurrentDateTime().toString(u"yyyy-MM-dd"_s)),
         InLiteral(clock->time), asked.toString(u"yyyy-MM-dd"_s), asked.toString(u"hh:mm:ss"_s));
     LogText(tr("%2 send time: %1 kW*h").arg(clock->shown, address));
     timeAnswered.append(address);
+}
+
+/// Everything does that a meter calls its clock, unless the settings ask for more.
+bool TCollector::Counts(const ClockReading& clock) const
+{
+    constexpr qsizetype LongestText = 32;
+    const bool isDate = !clock.date || !clock.date->isEmpty();
+    const auto isPlain = [](QChar c) { return c.isPrint(); };
+    const bool isPlainText =
+        clock.time.size() <= LongestText && std::all_of(clock.time.begin(), clock.time.end(), isPlain);
+    return (isDate || !vars.field.Has(FieldConduct::Clocks)) && (isPlainText || !vars.field.Has(FieldConduct::Texts));
 }
 
 bool TCollector::RouteDataFromCounter(

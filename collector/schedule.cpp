@@ -24,6 +24,11 @@ QString Schedule::Stamp(const QDateTime& time)
     return time.toString(u"dd hh:mm"_s);
 }
 
+bool Schedule::IsDueIn(const QString& pattern, const QDateTime& time)
+{
+    return Matches(pattern, Stamp(time));
+}
+
 bool Schedule::Matches(const QString& pattern, const QString& stamp)
 {
     return Matches(Expression(pattern), stamp);

@@ -14,6 +14,9 @@ namespace Schedule {
 /// `pattern` as it is searched. "{,n}" means at most n.
 [[nodiscard]] QRegularExpression Expression(const QString& pattern);
 
+/// Whether `pattern` names the minute of `time`.
+[[nodiscard]] bool IsDueIn(const QString& pattern, const QDateTime& time);
+
 /// A pattern that is no regular expression matches nothing.
 [[nodiscard]] bool Matches(const QString& pattern, const QString& stamp);
 

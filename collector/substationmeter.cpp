@@ -57,6 +57,8 @@ std::optional<Energy> TCollector::ReadSubstation()
     emit CounterPortData(answer);
     if (protocol->answerToDebugOutput)
         qDebug() << answer;
+    if (vars.field.Has(FieldConduct::Checksums) && !protocol->checksumIsRight(answer))
+        return std::nullopt;
     const std::optional<Energy> energy = protocol->energyIn(meter->number, answer);
     return energy ? std::optional(Multiplied(*energy, vars.CounterKTPMultiplier)) : std::nullopt;
 }

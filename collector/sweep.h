@@ -3,6 +3,15 @@
 #include <QDateTime>
 #include <QString>
 
+/// Under which a sweep's rows are stored.
+struct SweepStamp {
+    QString date; ///< "yyyy-MM-dd"
+    QString time; ///< "hh:mm:ss"
+
+    /// False before the first sweep: with their quotes the two then make every statement fail.
+    [[nodiscard]] bool IsValid() const { return !date.startsWith(u'\'') && !time.startsWith(u'\''); }
+};
+
 /// The sweep that is open, or was the last one.
 struct Sweep {
     enum class Kind { Query, Time };
@@ -24,8 +33,7 @@ struct Sweep {
     /// query sweep.
     [[nodiscard]] Kind CurrentKind() const { return timeSweepActive ? Kind::Time : Kind::Query; }
 
-    /// Whether rows can be stored under it.
-    [[nodiscard]] bool HasStamp() const { return !sweepDate.startsWith(u'\'') && !sweepTime.startsWith(u'\''); }
+    [[nodiscard]] SweepStamp Stamp() const { return {sweepDate, sweepTime}; }
 
     /// Opens a sweep with the date of `now`. sweepTime stays that of the last query sweep.
     void Open(const QDateTime& now)

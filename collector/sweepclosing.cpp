@@ -44,7 +44,8 @@ bool TCollector::CreateTemporaryDB_time()
 {
     const QString fileName = "time_"_L1 + BusMessages::FileName(sweep.sweepDate, sweep.sweepTime);
     // After midnight these are the readings of the new day.
-    sweep.sweepDate = CurrentDateTime().toString(u"yyyy-MM-dd"_s);
+    if (!vars.field.Has(FieldConduct::Order))
+        sweep.sweepDate = CurrentDateTime().toString(u"yyyy-MM-dd"_s);
     TryClockPlaceholders();
     SendToPeers(BusMessages::TemporaryDatabase("tempdb_t"_ba, fileName, ClockRecords(sweep.sweepDate)));
     sweep.timeSweepActive = false;
@@ -54,7 +55,7 @@ bool TCollector::CreateTemporaryDB_time()
 QByteArray TCollector::ReadingRecords() const
 {
     QByteArray records = ""_ba;
-    QSqlQuery row = AboutSweep(Statements::ReadingsOfSweep);
+    QSqlQuery row = AboutSweep(Statements::ReadingsOfSweep, sweep.Stamp());
     while (row.next()) {
         const auto energy = [&row](int column) { return static_cast<float>(row.value(column).toDouble()); };
         records +=

@@ -21,6 +21,7 @@ void ReadMain(SysVar& vars, SettingsFile& settings)
     vars.TimeOfQuery = settings.Text(u"Main/TimeOfQuery"_s, u":[30]0$"_s);
     vars.TimeOfSetTime = settings.Text(u"Main/TimeOfSetTime"_s, u"00:00$"_s);
     vars.TimeOfGetTime = settings.Text(u"Main/TimeOfGetTime"_s, u"00:15$"_s);
+    vars.field = FieldConduct::Read(settings);
     vars.NtpServer = settings.Text(u"Main/NtpServer"_s, {});
 }
 

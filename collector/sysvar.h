@@ -1,5 +1,7 @@
 #pragma once
 
+#include "fieldconduct.h"
+
 #include <QString>
 
 class SettingsFile;
@@ -28,6 +30,8 @@ struct SysVar {
     QString TimeOfQuery; ///< patterns searched in "dd hh:mm"
     QString TimeOfSetTime;
     QString TimeOfGetTime;
+
+    FieldConduct field; ///< group "Field"
 
     QString NtpServer; ///< address whose line counts in the time daemon's listing; empty: any
 };

@@ -9,6 +9,13 @@
     </message>
 </context>
 <context>
+    <name>FieldConduct</name>
+    <message>
+        <source>Field/Remedies has no remedy &quot;%1&quot;. There are: %2</source>
+        <translation>в Field/Remedies нет средства «%1». Есть: %2</translation>
+    </message>
+</context>
+<context>
     <name>MainBase</name>
     <message>
         <source>Rows are not stored: %1</source>
@@ -157,6 +164,10 @@
         <source>Settings file %1: %2 is not a number: &quot;%3&quot;. The default %4 applies</source>
         <translation>Файл настроек %1: %2 — не число: «%3». Действует значение по умолчанию %4</translation>
     </message>
+    <message>
+        <source>Settings file %1: %2</source>
+        <translation>Файл настроек %1: %2</translation>
+    </message>
 </context>
 <context>
     <name>TCollector</name>
@@ -259,6 +270,18 @@
     <message>
         <source>More than %1 nodes were heard: of further ones nothing is kept</source>
         <translation>Услышано более %1 узлов: о следующих ничего не хранится</translation>
+    </message>
+    <message>
+        <source>ntpq -pn did not finish: %1. No reference clock in this time sweep</source>
+        <translation>ntpq -pn не завершился: %1. В этом опросе часов нет эталонного времени</translation>
+    </message>
+    <message>
+        <source>ntpq does not list the NTP server %1. No reference clock in this time sweep</source>
+        <translation>В выводе ntpq нет сервера NTP %1. В этом опросе часов нет эталонного времени</translation>
+    </message>
+    <message>
+        <source>Open the case: node %1 is not in the register, or that cannot be read</source>
+        <translation>Вскрыт корпус: узла %1 нет в реестре, или реестр не читается</translation>
     </message>
 </context>
 <context>

@@ -18,7 +18,7 @@ import time
 TESTS = {
     "app": ["tst_ravelin", "test_bus", "test_admin"],
     "bus": ["tst_ravelin", "test_bus"],
-    "collector": ["tst_collectorvalues", "tst_collector", "tst_answers"],
+    "collector": ["tst_collectorvalues", "tst_collector", "tst_answers", "tst_fieldconduct"],
     "meters": ["tst_meters", "tst_metermodel"],
     "register": ["tst_register"],
     "support": ["tst_support"],

@@ -25,10 +25,10 @@ void TCollector::SendCountersNumbers()
 {
     constexpr unsigned int PauseMs = 5000;
     const QStringList nodeMeters = MainBase::ColumnOf(Execute(Statements::NodesToNumber));
-    for (qsizetype i = 0; i < nodeMeters.size(); ++i) {
+    for (const QString& uin : nodeMeters) {
         // The address is looked for in a second column, which the answer does not have: no node is found, and nothing
         // is sent. Given so; the settings mend it. "Send_counter_number" tells one node its number.
-        SendCounterNumber(vars.field.Has(FieldConduct::Numbers) ? nodeMeters[i].toUtf8() : QByteArray());
+        SendCounterNumber(vars.field.Has(FieldConduct::Numbers) ? uin.toUtf8() : QByteArray());
         Delay(PauseMs);
     }
 }

@@ -1,6 +1,7 @@
 #include "portcheck.h"
 
 #include "person.h"
+#include "portlock.h"
 #include "texts.h"
 
 #include <QDir>
@@ -90,6 +91,12 @@ Port Refused(const struct stat& status)
     return {remark, Weight::Problem, status.st_rdev};
 }
 
+// What a process that has ended left behind its own user replaces, and root.
+bool IsInTheWay(const PortLock& lock)
+{
+    return lock.running || (::geteuid() != 0 && ::geteuid() != lock.owner);
+}
+
 Port LookAt(const QString& name)
 {
     const QByteArray path = QFile::encodeName(PathOf(name));
@@ -110,7 +117,11 @@ Port LookAt(const QString& name)
     if (!isLine)
         return {Texts::tr("it is no serial line"), Weight::Problem, status.st_rdev};
     const Holder holder = HolderOf(status.st_rdev);
-    return holder.IsDaemon() ? Held(holder, status.st_rdev) : Port{{}, Weight::Problem, status.st_rdev};
+    if (holder.IsDaemon())
+        return Held(holder, status.st_rdev);
+    const std::optional<PortLock> lock = PortLock::Find(name);
+    const QString remark = lock && IsInTheWay(*lock) ? lock->Text() : QString();
+    return {remark, Weight::Problem, status.st_rdev};
 }
 
 Finding Sentence(const QString& key, const QString& name, const QString& remark, Weight weight = Weight::Problem)

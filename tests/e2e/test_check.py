@@ -254,6 +254,9 @@ class Installation(unittest.TestCase):
         with Process(settings=f"[Main]\nPortKS={self.modem}\n[Base]\n").start() as daemon:
             wait_for(lambda: self.look("check")[1][0].startswith("hint"), "the daemon has its line")
             self.assert_hints(f"the daemon runs (process {daemon.process.pid}) and has it")
+        lock = write_file(os.path.realpath("/var/lock"), "LCK.." + self.modem.replace("/", "_"), f"{os.getpid()}\npython3\nhost\n")
+        self.addCleanup(os.unlink, lock)
+        self.assert_complains(f"Main/PortKS, {self.modem}: locked by process {os.getpid()}, lock file {lock}")
         fcntl.ioctl(self.slaves[self.modem], termios.TIOCEXCL)
         self.assert_complains(f"Main/PortKS, {self.modem}: another program has it: python3 (process {os.getpid()})")
 

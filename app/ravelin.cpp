@@ -33,6 +33,7 @@ bool Ravelin::LoadSettings(const QString& fileName)
 
     SettingsFile settings(fileName.isEmpty() ? QCoreApplication::applicationFilePath() + ".ini"_L1 : fileName);
     Settings = ReadSysVar(settings);
+    Connector->SetFieldConduct(Settings.field);
     if (fileName.isEmpty()) // a file of its own; the bus settings' has been reported
         settings.ReportFileProblem();
     settings.ReportValueProblems();

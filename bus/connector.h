@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fieldconduct.h"
 #include "frame.h"
 #include "limitedlog.h"
 #include "localsocket.h"
@@ -41,6 +42,9 @@ public:
     /// Whose processes may connect to this one, and be connected to. Anybody's in a new connector.
     void SetPeerUsers(const PeerUsers& newUsers) { users = newUsers; }
 
+    /// Whether it waits for absent peers, and ends with the administrator. It does both in a new connector.
+    void SetFieldConduct(FieldConduct conduct) { field = conduct; }
+
     /// Whether a peer has sent the command `name` (not empty) and it could not be handled yet, because the thread
     /// waits.
     [[nodiscard]] bool CommandWaits(QByteArrayView name) const;
@@ -78,6 +82,7 @@ protected:
 
 private:
     // --- connections that it makes, and its own server: reconnecting.cpp
+    void WaitForNobody(const QByteArray& identify);
     [[nodiscard]] bool OutConnectionsStood(const QByteArray& identify);
     [[nodiscard]] bool ReconnectAdmin(const QByteArray& identify);
     void Connect(TMyLocalSocket& socket, const QByteArray& identify);
@@ -115,6 +120,7 @@ private:
     Necessity administrator;
     QString obstacle; // why the last connection that failed did not come about
     PeerUsers users;
+    FieldConduct field;
     LimitedLog incomingLog{100}; // a period is a tick
     LimitedLog refusalLog{10};
     qint64 heldBytes = 0; // by all connections together

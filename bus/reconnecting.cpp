@@ -52,6 +52,10 @@ void TConnector::timerEvent(QTimerEvent* event)
     GiveBackFreedHeap();
     const QByteArray identify = BusFrame::Encode(BusFrame::Identify{ServerName.toUtf8()});
 
+    if (field.Has(FieldConduct::Bus)) {
+        WaitForNobody(identify);
+        return;
+    }
     // The own server shows peers that this process is ready: at first it waits until all connections stood for a tick.
     if (!OutConnectionsStood(identify) && ServerNotStarted) {
         TellWhoIsWaitedFor();
@@ -60,6 +64,15 @@ void TConnector::timerEvent(QTimerEvent* event)
     if (ReconnectAdmin(identify) && ServerNotStarted)
         return;
     StartServer();
+}
+
+/// The own server, then the administrator, then the peers: a peer that takes no connections blocks, but only those
+/// behind it.
+void TConnector::WaitForNobody(const QByteArray& identify)
+{
+    StartServer();
+    static_cast<void>(ReconnectAdmin(identify));
+    static_cast<void>(OutConnectionsStood(identify));
 }
 
 /// Reconnects what is down. True when every peer had been connected before.
@@ -150,7 +163,7 @@ void TConnector::StartServer()
 // The event loop stands still during a wait, and with it DisconnectAdminConnection().
 void TConnector::LookForLostAdmin()
 {
-    if (AdminConnection->state() != QLocalSocket::ConnectedState)
+    if (field.Has(FieldConduct::Bus) || AdminConnection->state() != QLocalSocket::ConnectedState)
         return;
     pollfd admin = {static_cast<int>(AdminConnection->socketDescriptor()), POLLRDHUP, 0};
     if (::poll(&admin, 1, 0) <= 0)
@@ -206,5 +219,9 @@ void TConnector::DisconnectOutConnection()
 
 void TConnector::DisconnectAdminConnection()
 {
+    if (field.Has(FieldConduct::Bus)) {
+        Log(tr("The administrative server %1 is lost, and will be connected again").arg(Shown(AdminConnection->Name)));
+        return;
+    }
     Ending::Request(AdminLostExitCode, tr("Admin connection is closed. Stopping application."));
 }

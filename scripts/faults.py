@@ -15,6 +15,7 @@ PLAYS = [
     ("killed", "kill -9 anywhere in a sweep: stored rows stay, the database is sound, the next sweep is complete", ends.killed),
     ("terminated", "SIGTERM in any phase: exit code 0 within 2 s, stored rows stay", ends.terminated),
     ("admin-lost", "the administrator goes in a sweep: exit code 5 within 2 s", ends.admin_lost),
+    ("admin-returns", "with Remedies=bus, a peer missing: the administrator goes in a sweep, which is closed; he is connected again", ends.admin_returns),
     ("told-to-quit", "QuitSignal in a sweep, from anyone, in pieces, by one who has gone: exit code 0 within 2 s", ends.told_to_quit),
     ("modem-unplugged", "modem port gone in a sweep and back: " + NEXT, ports.modem_unplugged),
     ("substation-unplugged", "substation port gone while it is read: status 1, and a reading in the next sweep", ports.substation_unplugged),

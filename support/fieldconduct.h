@@ -22,7 +22,8 @@ public:
         Numbers = 1U << 10, ///< "Send_counters_numbers" sends them
         Alarms = 1U << 11, ///< an opened case is told whatever is around it
         Texts = 1U << 12, ///< clock texts are short, printable and asked for
-        Checksums = 1U << 13, ///< checksums that are optional otherwise are required; not part of "all"
+        Bus = 1U << 13, ///< the bus comes up without absent peers and outlives its administrator
+        Checksums = 1U << 14, ///< checksums that are optional otherwise are required; not part of "all"
     };
 
     FieldConduct() = default;

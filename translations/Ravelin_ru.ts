@@ -394,6 +394,10 @@
         <source>Cannot connect to %1: %2</source>
         <translation>Не удалось подключиться к %1: %2</translation>
     </message>
+    <message>
+        <source>The administrative server %1 is lost, and will be connected again</source>
+        <translation>Связь с сервером администрирования %1 потеряна, она будет восстановлена</translation>
+    </message>
 </context>
 <context>
     <name>TMyLocalSocket</name>

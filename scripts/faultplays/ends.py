@@ -85,6 +85,26 @@ def admin_lost():
     return f"exit code 5 after {seconds:.2f} s within a wait of 3 s; the next sweep is complete"
 
 
+def admin_returns():
+    """With the remedy, a peer that never comes, and an administrator who goes in a wait and comes back."""
+    settings = ON_DEMAND.replace("Connections=\n", "Connections=nobody\n") + "[Field]\nRemedies=bus\n"
+    with Stage(speed=50, settings=settings) as site:
+        site.start_substation()
+        listener = site.listen("admin")
+        site.start()
+        site.admin = site.accept(listener)
+        site.shown("Start server: probe Ok!!!! ")
+        site.peer = site.connect("probe")
+        site.into_sweep(1)
+        site.admin.close()
+        site.admin = site.accept(listener)
+        site.shown("The administrative server admin is lost")
+        site.closed_sweep()
+        site.admin.send(bus.command(b"About"))
+        hold(b"About" in site.admin.read_frame() + site.admin.read_frame(), "no answer to the administrator")
+    return "the sweep is closed, the administrator is connected again and answered"
+
+
 def told_to_quit():
     word = bus.command(b"QuitSignal")
 

@@ -161,6 +161,20 @@ class ComingUp(unittest.TestCase):
             self.assertEqual(home.wait(), 5)
             self.assertEqual(home.log_texts()[-1], "Admin connection is closed. Stopping application.")
 
+    def test_remedy_waits_for_nobody(self):
+        """And ends with nobody, neither in the event loop nor inside a wait."""
+        with Process(settings=ONE_PEER + "[Field]\nRemedies=bus\n") as home:
+            listener = home.listen("admin")
+            home.start()
+            for losses, long_command in ((1, b""), (2, bus.command(b"Query_counter", bus.byte_array(b"0")))):
+                admin = home.accept(listener)
+                self.assertEqual(admin.read_frame(), bus.identify(b"probe"))
+                home.wait_for_log("Start server: probe Ok!!!! ")
+                admin.send(long_command)
+                admin.close()
+                home.wait_for_log("The administrative server admin is lost, and will be connected again", losses)
+            home.accept(listener)
+
     def test_busy_peer_is_waited_for(self):
         with Process("busprobe", PEERS) as home:
             busy, second = home.listen("first"), home.listen("second")

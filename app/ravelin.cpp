@@ -43,7 +43,7 @@ bool Ravelin::LoadSettings(const QString& fileName)
 // Every connection between the parts of the daemon, in the order in which they come into being.
 void Ravelin::Start()
 {
-    Modem = new ZigBee(nullptr, Settings.PortKS, true);
+    Modem = new ZigBee(nullptr, Settings.PortKS, true, Settings.field);
     UnicastBuffer = new ZUCASTBuffer(Modem->MainUIN, {});
     qDebug() << "openned...";
 

@@ -28,7 +28,9 @@ void TCollector::ReceivedBCAST(QByteArray, QByteArray) { }
 
 void TCollector::ReceivedUCAST(QByteArray uin, QByteArray message)
 {
-    if (!reports.Heard(uin) && !strangersTold) {
+    const QString address = InLiteral(QString::fromUtf8(uin));
+    const bool kept = !vars.field.Has(FieldConduct::Memory) || Execute(Statements::TypeOf, address).next();
+    if (kept && !reports.Heard(uin) && !strangersTold) {
         Log(tr("More than %1 nodes were heard: of further ones nothing is kept").arg(DeliveryReports::MostNodes));
         strangersTold = true;
     }
@@ -38,7 +40,6 @@ void TCollector::ReceivedUCAST(QByteArray uin, QByteArray message)
     }
     if (vars.field.Has(FieldConduct::Alarms))
         message = WithoutAlarms(uin, message);
-    const QString address = InLiteral(QString::fromUtf8(uin));
     for (const QString& type : MainBase::ColumnOf(Execute(Statements::TypeOf, address))) {
         ucastBuffer->AppendUCAST(uin, message);
         if (type.toInt() != 0)

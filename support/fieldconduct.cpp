@@ -19,7 +19,7 @@ struct Name {
 
 constexpr quint32 EachRemedy = 2 * FieldConduct::Checksums - 1;
 
-constexpr std::array<Name, 16> AllNames{{
+constexpr std::array<Name, 17> AllNames{{
     {QLatin1StringView("all"), EachRemedy & ~FieldConduct::Checksums},
     {QLatin1StringView("reports"), FieldConduct::Reports},
     {QLatin1StringView("ntp"), FieldConduct::Ntp},
@@ -35,6 +35,7 @@ constexpr std::array<Name, 16> AllNames{{
     {QLatin1StringView("alarms"), FieldConduct::Alarms},
     {QLatin1StringView("texts"), FieldConduct::Texts},
     {QLatin1StringView("bus"), FieldConduct::Bus},
+    {QLatin1StringView("memory"), FieldConduct::Memory},
     {QLatin1StringView("checksums"), FieldConduct::Checksums},
 }};
 

@@ -23,7 +23,8 @@ public:
         Alarms = 1U << 11, ///< an opened case is told whatever is around it
         Texts = 1U << 12, ///< clock texts are short, printable and asked for
         Bus = 1U << 13, ///< the bus comes up without absent peers and outlives its administrator
-        Checksums = 1U << 14, ///< checksums that are optional otherwise are required; not part of "all"
+        Memory = 1U << 14, ///< what strangers on the air claim of the memory is bounded
+        Checksums = 1U << 15, ///< checksums that are optional otherwise are required; not part of "all"
     };
 
     FieldConduct() = default;

@@ -122,6 +122,24 @@ private slots:
             u"1 1 1 0 0 0"_s + when + u'0', u"1 1 1 0 0 0"_s + when + u'0');
     }
 
+    // Whoever is not in the register now may be in it when the sweep is closed.
+    void memory()
+    {
+        const auto play = [this] {
+            RegisterNode(1, u"SET1"_s);
+            vars.RepeatQueryNumber = 0;
+            Create();
+            Tick(QTime(8, 30));
+            for (int n : {1, 2})
+                Hear(n, MeterAnswers::Alarm());
+            RegisterNode(2, u"SET1"_s);
+            Tick(QTime(8, 31));
+            return journal.last();
+        };
+        const QString sweep = u"bus: tempdb 2014-03-04-08-30-00.db 1/2 2/"_s;
+        Compare(u"memory"_s, play, sweep + u'2', sweep + u'0');
+    }
+
     void fragments()
     {
         const auto play = [this] {

@@ -64,6 +64,17 @@ private slots:
         table.DeleteAllDevices();
     }
 
+    void nodeTableWithABound()
+    {
+        ZDevice table("M", u"Main Device"_s, 2);
+        for (const QByteArray& uin : Lines{"A", "B", "A", "A", "C", "0000000000000000"})
+            if (!table.Heard(uin))
+                table.AddDevice(uin, u"FFD:"_s);
+        QCOMPARE(Entries(table), (Lines{"M Main Device", "A FFD:", "C FFD:"}));
+        QVERIFY(!table.Find("B"));
+        table.DeleteAllDevices();
+    }
+
     void manyNodes()
     {
         ZDevice table("M", u"Main Device"_s);

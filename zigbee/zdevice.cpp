@@ -7,6 +7,7 @@
 struct ZDevice::Index {
     QHash<QByteArray, ZDevice*> first; // behind the head
     ZDevice* last = nullptr;
+    qsizetype mostNodes = 0;
 };
 
 namespace {
@@ -18,12 +19,12 @@ QByteArrayView AsCString(const QByteArray& bytes)
 
 } // namespace
 
-ZDevice::ZDevice(QByteArray uin, QString type)
+ZDevice::ZDevice(QByteArray uin, QString type, qsizetype mostNodes)
     : UIN(std::move(uin)),
       Type(std::move(type)),
       index(std::make_unique<Index>())
 {
-    index->last = this;
+    *index = {{}, this, mostNodes};
 }
 
 ZDevice::ZDevice(const QByteArray& uin, const QString& type, std::unique_ptr<Index> noIndex)
@@ -39,10 +40,45 @@ void ZDevice::AddDevice(const QByteArray& uin, const QString& type)
 {
     if (AsCString(uin) == "0000000000000000")
         return;
+    const bool bounded = index->mostNodes > 0;
+    if (bounded && Heard(uin))
+        return;
     auto* const device = new ZDevice(uin, type, nullptr);
-    index->last = index->last->Next = device;
+    Append(device);
     if (!index->first.contains(uin))
         index->first.insert(uin, device);
+    if (!bounded || index->first.size() <= index->mostNodes)
+        return;
+    const ZDevice* const oldest = Next;
+    TakeOut(oldest);
+    index->first.remove(oldest->UIN);
+    delete oldest;
+}
+
+bool ZDevice::Heard(const QByteArray& uin)
+{
+    ZDevice* const device = index->first.value(uin);
+    if (device && index->mostNodes > 0) {
+        TakeOut(device);
+        Append(device);
+    }
+    return device != nullptr;
+}
+
+void ZDevice::Append(ZDevice* device)
+{
+    device->before = index->last;
+    device->Next = nullptr;
+    index->last = index->last->Next = device;
+}
+
+void ZDevice::TakeOut(const ZDevice* device)
+{
+    device->before->Next = device->Next;
+    if (device->Next)
+        device->Next->before = device->before;
+    else
+        index->last = device->before;
 }
 
 void ZDevice::DeleteDevice(const QByteArray& uin)
@@ -50,13 +86,8 @@ void ZDevice::DeleteDevice(const QByteArray& uin)
     const ZDevice* const doomed = index->first.take(uin);
     if (!doomed)
         return;
-    ZDevice* before = this;
-    while (before->Next != doomed)
-        before = before->Next;
-    before->Next = doomed->Next;
-    if (index->last == doomed)
-        index->last = before;
-    for (ZDevice* device = before->Next; device; device = device->Next) {
+    TakeOut(doomed);
+    for (ZDevice* device = doomed->Next; device; device = device->Next) {
         if (device->UIN == uin) {
             index->first.insert(uin, device);
             break;
@@ -74,7 +105,7 @@ void ZDevice::DeleteAllDevices()
     }
     while (lastFirst)
         delete std::exchange(lastFirst, lastFirst->Next);
-    *index = {{}, this};
+    *index = {{}, this, index->mostNodes};
 }
 
 const ZDevice* ZDevice::Find(const QByteArray& uin) const

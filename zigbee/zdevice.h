@@ -9,8 +9,9 @@
 /// All operations belong to the head. The table takes an address twice: callers look for it before they add it.
 class ZDevice final {
 public:
-    /// A new table that holds the modem alone.
-    ZDevice(QByteArray uin, QString type);
+    /// A new table that holds the modem alone. It keeps the `mostNodes` nodes that were heard last, each once, beside
+    /// the modem; with 0 it keeps all.
+    ZDevice(QByteArray uin, QString type, qsizetype mostNodes = 0);
 
     /// Releases this entry only: DeleteAllDevices() frees those behind it.
     ~ZDevice();
@@ -19,6 +20,10 @@ public:
 
     /// Appends a node at the end of the list. The all-zero address, read up to its first zero byte, is refused.
     void AddDevice(const QByteArray& uin, const QString& type);
+
+    /// Whether a node that was heard now is in the table, as Find() tells. A table with a bound moves it to the end of
+    /// the list: those at the front go first.
+    bool Heard(const QByteArray& uin);
 
     /// Removes the first node behind the head with this address, if there is one. Part of the given interface; the
     /// daemon does not call it.
@@ -41,6 +46,11 @@ private:
     struct Index;
 
     ZDevice(const QByteArray& uin, const QString& type, std::unique_ptr<Index> index);
+
+    void Append(ZDevice* device);
+    void TakeOut(const ZDevice* device);
+
+    ZDevice* before = nullptr;
 
     std::unique_ptr<Index> index; // the head's alone
 };

@@ -9,6 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qsizetype MostNodesKept = 10'000; // where the table is bounded
+
 QByteArray LengthField(const QByteArray& message)
 {
     return QByteArray(1, static_cast<char>(message.size())).toHex();
@@ -22,8 +24,9 @@ QString AnswerText(const QByteArray& answer)
 
 } // namespace
 
-ZigBee::ZigBee(QObject* parent, const QString& portName, bool option)
+ZigBee::ZigBee(QObject* parent, const QString& portName, bool option, FieldConduct conduct)
     : QObject(parent),
+      field(conduct),
       Port(std::make_unique<SerialLine>(portName)),
       Option(option)
 {
@@ -53,7 +56,8 @@ void ZigBee::Init()
     WriteToPort("atz\r\n"_ba);
     Delay(5000);
     Delay(100);
-    ZDevices = std::make_unique<ZDevice>(MainUIN, u"Main Device"_s);
+    ZDevices =
+        std::make_unique<ZDevice>(MainUIN, u"Main Device"_s, field.Has(FieldConduct::Memory) ? MostNodesKept : 0);
     Delay(100);
     WriteToPort("at+jn\r\n"_ba);
     Delay(1000);
@@ -107,7 +111,7 @@ void ZigBee::UpdateZNetwork()
     // A receiver may run the event loop, and so another poll inside this one: the table is asked and filled event by
     // event.
     ParseModemChunk(
-        GetMessageFromModem(), [this](const QByteArray& uin) { return ZDevices->Find(uin) != nullptr; },
+        GetMessageFromModem(), [this](const QByteArray& uin) { return ZDevices->Heard(uin); },
         [this](const ModemEvent::Any& event) { std::visit([this](const auto& known) { Signal(known); }, event); });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fieldconduct.h"
 #include "modemparser.h"
 #include "serialline.h"
 #include "zdevice.h"
@@ -16,8 +17,9 @@ class ZigBee final : public QObject {
     Q_OBJECT
 
 public:
-    /// Opens `portName` and runs Init(). `option` is kept and decides nothing.
-    ZigBee(QObject* parent, const QString& portName, bool option);
+    /// Opens `portName` and runs Init(). `option` is kept and decides nothing; `conduct` is what the settings switch
+    /// on.
+    ZigBee(QObject* parent, const QString& portName, bool option, FieldConduct conduct = {});
     ~ZigBee() override;
 
     /// Resets the modem, reads its address, makes a new node table and starts a scan, the answers to which come with
@@ -80,6 +82,7 @@ private:
     void Signal(ModemEvent::Accepted event) { emit AcceptUCAST(event.number); }
     void Signal(ModemEvent::Refused event) { emit Error(event.code); }
 
+    const FieldConduct field;
     std::unique_ptr<SerialLine> Port;
     std::unique_ptr<ZDevice> ZDevices;
     QTimer* Timer = nullptr; // of the polls; null during the first Init()

@@ -18,6 +18,7 @@ PLAYS = [
     ("admin-returns", "with Remedies=bus, a peer missing: the administrator goes in a sweep, which is closed; he is connected again", ends.admin_returns),
     ("told-to-quit", "QuitSignal in a sweep, from anyone, in pieces, by one who has gone: exit code 0 within 2 s", ends.told_to_quit),
     ("modem-unplugged", "modem port gone in a sweep and back: " + NEXT, ports.modem_unplugged),
+    ("modem-started-anew", "with Remedies=modem, port gone and back, modem silent: started anew, told; the next sweeps are complete", ports.modem_started_anew),
     ("substation-unplugged", "substation port gone while it is read: status 1, and a reading in the next sweep", ports.substation_unplugged),
     ("ports-never-there", "no port at the start: told in the log, a row for every meter; used once they are there", ports.never_there),
     ("modem-noise", "1 MB of garbage from the modem in a sweep: " + NEXT, ports.modem_noise),

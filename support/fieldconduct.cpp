@@ -19,7 +19,7 @@ struct Name {
 
 constexpr quint32 EachRemedy = 2 * FieldConduct::Checksums - 1;
 
-constexpr std::array<Name, 17> AllNames{{
+constexpr std::array<Name, 18> AllNames{{
     {QLatin1StringView("all"), EachRemedy & ~FieldConduct::Checksums},
     {QLatin1StringView("reports"), FieldConduct::Reports},
     {QLatin1StringView("ntp"), FieldConduct::Ntp},
@@ -36,6 +36,7 @@ constexpr std::array<Name, 17> AllNames{{
     {QLatin1StringView("texts"), FieldConduct::Texts},
     {QLatin1StringView("bus"), FieldConduct::Bus},
     {QLatin1StringView("memory"), FieldConduct::Memory},
+    {QLatin1StringView("modem"), FieldConduct::Modem},
     {QLatin1StringView("checksums"), FieldConduct::Checksums},
 }};
 

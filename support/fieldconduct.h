@@ -24,7 +24,8 @@ public:
         Texts = 1U << 12, ///< clock texts are short, printable and asked for
         Bus = 1U << 13, ///< the bus comes up without absent peers and outlives its administrator
         Memory = 1U << 14, ///< what strangers on the air claim of the memory is bounded
-        Checksums = 1U << 15, ///< checksums that are optional otherwise are required; not part of "all"
+        Modem = 1U << 15, ///< a modem that was away, or is silent, is started anew
+        Checksums = 1U << 16, ///< checksums that are optional otherwise are required; not part of "all"
     };
 
     FieldConduct() = default;

@@ -55,11 +55,11 @@ class tst_RadioLink : public QObject {
     }
 
     /// A driver at work on a modem that answers whenever the driver has waited.
-    void Begin(const Answers& whatItAnswers = {})
+    void Begin(const Answers& whatItAnswers = {}, FieldConduct conduct = {})
     {
         answers = whatItAnswers;
         Plug();
-        modem.emplace(nullptr, Port(), true);
+        modem.emplace(nullptr, Port(), true, conduct);
     }
 
     void Act()
@@ -306,6 +306,35 @@ private slots:
         SayTo(*line, "\r\n");
         modem->timer_event();
         QCOMPARE(LogTexts(), texts + QStringList{u"The modem port PORT works again"_s});
+    }
+
+    void startedAnew()
+    {
+        for (const auto& [remedy, errors] : {std::pair(""_L1, 0), {"modem"_L1, 2}}) {
+            QStringList unknown;
+            Begin({{"ati\r\n", Identity}}, FieldConduct::Of(remedy, unknown));
+            Act(); // the scan
+            written.clear();
+            int told = 0;
+            connect(&*modem, &ZigBee::Error, this, [&](quint16 code) { told += code == 256 ? 1 : 100; });
+            const auto sendAndPoll = [&](int messages) {
+                for (int i = 0; i < messages; ++i)
+                    modem->SendMessageToZDevice("000D6F0000001000", {});
+                modem->timer_event();
+                return Heard(1, SilenceMs).count(Announcement);
+            };
+            QCOMPARE(sendAndPoll(9), 0);
+            QCOMPARE(sendAndPoll(1), errors / 2);
+            QCOMPARE(told, errors / 2);
+            SayTo(*line, "\r\n");
+            QCOMPARE(sendAndPoll(10), 0); // it said something
+            line.reset();
+            for (int i = 0; i < 2; ++i)
+                QCOMPARE((modem->timer_event(), told), errors / 2);
+            Plug();
+            QCOMPARE(sendAndPoll(1), errors / 2);
+            QCOMPARE(told, errors);
+        }
     }
 
     void lockFileInTheWay()

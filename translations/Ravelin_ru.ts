@@ -441,6 +441,17 @@
     </message>
 </context>
 <context>
+    <name>ZigBee</name>
+    <message>
+        <source>The modem port is open again: the modem is started anew</source>
+        <translation>Порт модема снова открыт: модем запускается заново</translation>
+    </message>
+    <message>
+        <source>The modem said nothing to %1 messages: it is started anew</source>
+        <translation>Модем ничего не ответил на %1 сообщений: он запускается заново</translation>
+    </message>
+</context>
+<context>
     <name>main</name>
     <message>
         <source>Start Ok!</source>

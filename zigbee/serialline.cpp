@@ -42,8 +42,10 @@ QString SerialLine::WhyNotOpen() const
 QByteArray SerialLine::Read(qint64 maxSize)
 {
     CloseBroken();
-    if (!port.isOpen())
+    if (!port.isOpen()) {
         Open();
+        reopened = port.isOpen();
+    }
     if (!port.isOpen())
         return {};
     port.flush();

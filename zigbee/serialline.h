@@ -7,6 +7,8 @@
 #include <QSerialPort>
 #include <QString>
 
+#include <utility>
+
 /// The modem's serial line: 19200 baud, 8N1, raw. No operation returns a failure: while the port cannot be opened, or
 /// after it broke, reads are empty and writes are lost. The next read opens it again. The log tells the system's reason
 /// once, and again when the port has worked in between or the reason has changed.
@@ -26,6 +28,11 @@ public:
     /// however long it is.
     void Write(const QByteArray& bytes);
 
+    [[nodiscard]] bool IsOpen() const { return port.isOpen(); }
+
+    /// Whether a read has opened the port since this was asked last.
+    [[nodiscard]] bool TakeReopened() { return std::exchange(reopened, false); }
+
     /// The modem gave no answer where it must: told on stderr, if not the port is to blame.
     void TellNoAnswer();
 
@@ -42,6 +49,7 @@ private:
     const QString name; // as configured: the port shortens its own
     QSerialPort port;
     bool broken = false;
+    bool reopened = false;
     bool wasFull = false;
     QString reportedReason; // empty while the port works
     Necessity modem;

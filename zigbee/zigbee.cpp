@@ -5,6 +5,8 @@
 
 #include <QRegularExpression>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -88,8 +90,11 @@ QByteArray ZigBee::GetModemUIN()
 QByteArray ZigBee::GetMessageFromModem()
 {
     QByteArray bytes = Port->Read();
-    if (!bytes.isEmpty())
+    if (!bytes.isEmpty()) {
+        unanswered = 0;
+        silenceTold = false;
         emit Received(bytes);
+    }
     return bytes;
 }
 
@@ -101,7 +106,11 @@ QString ZigBee::SearchZDeviceFromUIN(const QByteArray& uin) const
 
 void ZigBee::timer_event()
 {
+    const bool nested = std::exchange(polling, true);
     UpdateZNetwork();
+    polling = nested;
+    if (field.Has(FieldConduct::Modem) && !nested)
+        RecoverWhenLost();
 }
 
 void ZigBee::UpdateZNetwork()
@@ -128,11 +137,13 @@ void ZigBee::ScanNetwork()
 
 void ZigBee::SendMessageToZDevice(const QByteArray& uin, const QByteArray& message)
 {
+    ++unanswered;
     WriteToPort("at+ucastb:" + LengthField(message) + ',' + uin + '\r' + message);
 }
 
 void ZigBee::SendBroadcastMessageToZDevice(const QByteArray& message)
 {
+    ++unanswered;
     WriteToPort("at+bcastb:" + LengthField(message) + ",00\r" + message);
 }
 

@@ -49,6 +49,9 @@ public:
     /// The head of the node table; null during Init(), which replaces the whole table.
     [[nodiscard]] const ZDevice* Nodes() const { return ZDevices.get(); }
 
+    /// Error() with it says that the modem is started anew; what the modem reports itself is less.
+    static constexpr quint16 StartedAnewCode = 256;
+
     QByteArray MainUIN;
     qint32 ModemVersion = 0; ///< the three digits between "R" and "X" of the version line; the daemon does not read it
 
@@ -83,9 +86,14 @@ private:
     void Signal(ModemEvent::Refused event) { emit Error(event.code); }
 
     const FieldConduct field;
+    void RecoverWhenLost(); ///< Init() again, blocks as long: modemrecovery.cpp
+
     std::unique_ptr<SerialLine> Port;
     std::unique_ptr<ZDevice> ZDevices;
     QTimer* Timer = nullptr; // of the polls; null during the first Init()
+    bool polling = false;
+    int unanswered = 0; // messages since the modem said something
+    bool silenceTold = false;
     // Part of the given interface; the driver does not look at them.
     QString Text;
     [[maybe_unused]] bool Ready = true;

@@ -1,11 +1,13 @@
 """Serial lines that are not there, go away, or carry what they should not."""
 
 import random
+import signal
 import threading
 import time
 
 from faultplays.cable import Cable
-from faultplays.stage import READABLE, SUBSTATION, Stage, hold, readings
+from faultplays.stage import ON_DEMAND, READABLE, SUBSTATION, Stage, hold, readings
+from rig.substation import read_message
 
 MEGABYTE = 1 << 20
 
@@ -21,6 +23,32 @@ def modem_unplugged():
             cable.plug()
             again = site.complete_sweep()
     return f"{readings(without)} of {READABLE} readings in the sweep, {readings(again)} in the next"
+
+
+def modem_started_anew():
+    """With the remedy: pulled out in a sweep and back, and struck dumb for a while."""
+    def told(times):
+        site.shown("at+jn", times)
+        word = None
+        while word != b"error":
+            word, _, text = read_message(site.peer, 120)
+        hold(b"".join(text).endswith(b"#ERROR:256#\n"), f"error {text}")
+
+    with Stage(settings=ON_DEMAND + "[Field]\nRemedies=modem\n") as site:
+        site.start_substation()
+        with Cable(site.path("modem")) as cable:
+            site.meet().into_sweep()
+            cable.unplug()
+            site.shown("broke: ")
+            cable.plug()
+            told(2)
+            site.complete_sweep()
+            site.substation.send_signal(signal.SIGSTOP)
+            site.shown("The modem said nothing to ")
+            site.substation.send_signal(signal.SIGCONT)
+            told(3)
+            site.complete_sweep()
+    return "the start-up again after both, told on the bus; the next sweeps are complete"
 
 
 def substation_unplugged():

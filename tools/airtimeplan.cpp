@@ -71,7 +71,8 @@ Site AirtimePlan::SiteOf(const SysVar& vars, const QList<RegisterRow>& rows)
             site.substationMs = SubstationTryMs(model);
         } else {
             ++site.nodes;
-            site.neverHeard += model && model->read && (model->answersStored || vars.field.Has(FieldConduct::Ce102)) ? 0 : 1;
+            site.neverHeard +=
+                model && model->read && (model->answersStored || vars.field.Has(FieldConduct::Ce102)) ? 0 : 1;
         }
     }
     return site;

@@ -19,7 +19,7 @@ TESTS = {
     "app": ["tst_ravelin", "test_bus", "test_admin"],
     "bus": ["tst_ravelin", "test_bus"],
     "collector": ["tst_collectorvalues", "tst_collector", "tst_answers", "tst_fieldconduct"],
-    "meters": ["tst_meters", "tst_metermodel"],
+    "meters": ["tst_meters", "tst_metermodel", "tst_answers"],
     "register": ["tst_register"],
     "support": ["tst_support"],
     "tools": ["tst_airtimeplan"],

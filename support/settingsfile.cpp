@@ -34,7 +34,8 @@ QString Obstacle(const QString& fileName, QByteArray& contents)
     if (!file.open(QIODevice::ReadOnly))
         return file.errorString();
     contents = file.readAll();
-    if (contents.contains('\0'))
+    // A binary value of QSettings may claim gigabytes of memory in a few bytes, and no setting is one.
+    if (contents.contains('\0') || contents.contains("@Variant(") || contents.contains("@DateTime("))
         return Translated(QT_TRANSLATE_NOOP("SettingsFile", "it is binary"));
     return {};
 }

@@ -151,6 +151,7 @@ private slots:
             "\x7f"
             "ELF\0[Main]\nNumber=8\n"_ba,
             defaults, notRead + "it is binary\n");
+        row("binary value", "[Main]\nNumber=8\nReal=@Variant(\\0\\0\\0\\xc8)\n", defaults, notRead + "it is binary\n");
         row("huge", "[Main]\nNumber=8\n" + QByteArray(1024 * 1024, ';'), defaults,
             notRead + "it is larger than a settings file can be\n");
         const QByteArray number = "Settings file %1: Main/Number is not a number: \"%2\". The default 7 applies\n"

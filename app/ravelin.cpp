@@ -56,6 +56,7 @@ void Ravelin::Start()
     Collector = new TCollector(UnicastBuffer, Settings, this);
     connect(Collector, &TCollector::SendBroadcastMessage, Modem, &ZigBee::SendBroadcastMessageToZDevice);
     connect(Collector, &TCollector::SendMessage, Modem, &ZigBee::SendMessageToZDevice);
+    connect(Collector, &TCollector::RadioWanted, Modem, &ZigBee::UpdateZNetwork);
     connect(Modem, &ZigBee::ReceivedBCAST, Collector, &TCollector::ReceivedBCAST);
     connect(Modem, &ZigBee::ReceivedUCAST, Collector, &TCollector::ReceivedUCAST);
     connect(Collector, &TCollector::LogMessage, this, qOverload<QByteArray>(&Ravelin::ShowLog));

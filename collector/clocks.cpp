@@ -58,24 +58,30 @@ void TCollector::SetClocksByModel()
     const QByteArray characters = ClockTexts::SetCharacters(CurrentDateTime(), CurrentDateTime().date().dayOfWeek());
     LogText(tr("Time sync: "));
     emit SendBroadcastMessage(NodeCommands::SetClock(characters));
+    QStringList uins;
     for (const QString& uin : ColumnOf(Execute(Statements::NodeMeters))) {
         const std::optional<Meter> meter = NodeMeter(uin);
         const MeterModel* const model = meter ? FindMeterModel(meter->model) : nullptr;
-        if (!model || !model->clockSetOneByOne)
-            continue;
-        SendToNode(uin, ClockTexts::SetTimeCE301(CurrentDateTime().time()));
-        Delay(vars.UCAST_to_UCAST_Delay);
-        QCoreApplication::processEvents();
+        if (model && model->clockSetOneByOne)
+            uins.append(uin);
     }
+    SendClockTo(uins);
 }
 
 void TCollector::SetTimeCE_301()
 {
     const QStringList uins = ColumnOf(Execute(Statements::NodeMeters));
-    for (const QString& uin : QSet<QString>(uins.begin(), uins.end())) {
+    SendClockTo(QSet<QString>(uins.begin(), uins.end()).values());
+}
+
+void TCollector::SendClockTo(const QStringList& uins)
+{
+    ToEach(uins, PacedRound::Until::Reported, vars.UCAST_to_UCAST_Delay, [this](const QString& uin) {
+        if (vars.field.Has(FieldConduct::Clocks))
+            QCoreApplication::processEvents();
         SendToNode(uin, ClockTexts::SetTimeCE301(CurrentDateTime().time()));
-        Delay(vars.UCAST_to_UCAST_Delay);
-    }
+        return true;
+    });
 }
 
 /// Once a day. False when the time daemon's listing did not come.

@@ -28,7 +28,8 @@ TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* own
       pollTimer(new QTimer(this)),
       alarmTimer(new QTimer(this)),
       reports(
-          vars.field.Has(FieldConduct::Reports) ? DeliveryReports::Match::ByNumber : DeliveryReports::Match::InOrder)
+          vars.field.Has(FieldConduct::Reports) ? DeliveryReports::Match::ByNumber : DeliveryReports::Match::InOrder),
+      window(vars.field.Window())
 {
     constexpr int AlarmEveryMs = 2000;
     connect(pollTimer, &QTimer::timeout, this, &TCollector::timer_event);

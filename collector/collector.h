@@ -2,6 +2,7 @@
 
 #include "deliveryreports.h"
 #include "meteranswer.h"
+#include "pacedround.h"
 #include "sweep.h"
 #include "sysvar.h"
 #include "tickminutes.h"
@@ -18,6 +19,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 class NtpQuery;
@@ -102,6 +104,8 @@ signals:
     void SendMessage(QByteArray uin, QByteArray message);
     void LogMessage(QByteArray message);
     void CounterPortData(QByteArray message);
+    /// What the radio has said by now is to be taken before this returns.
+    void RadioWanted();
 
 public slots:
     void CheckAlarm();
@@ -150,6 +154,14 @@ private:
     [[nodiscard]] std::optional<Energy> ReadSubstationPatiently();
     void ReadOut(const QStringList& uins, unsigned int pauseMs);
 
+    // --- messages to many nodes: pacedsending.cpp
+    using SendToOne = std::function<bool(const QString& uin)>; ///< false when nothing was sent
+    void ToEach(const QStringList& uins, PacedRound::Until goal, unsigned int pauseMs, const SendToOne& send);
+    void ToEachPaced(const QStringList& uins, PacedRound::Until goal, unsigned int mostMs, const SendToOne& send);
+    void TakeFromRadio();
+    void WaitForMeters(qint64 sinceMs = 0);
+    void CloseCompleteSweep();
+
     // --- what the settings switch on in the cycle: fieldcycle.cpp
     [[nodiscard]] TimeSweepStart SweepsInOrder(const QDateTime& now);
     void LookAtScheduleOnce();
@@ -182,14 +194,19 @@ private:
     // --- the meters' clocks: clocks.cpp
     void SetMeterClocks();
     void SetClocksByModel();
+    void SendClockTo(const QStringList& uins);
     [[nodiscard]] bool StoreReferenceClock();
     [[nodiscard]] bool StoreReferenceClockIfListed(const QString& uin, NtpQuery& listing);
     static void AddReferenceClock(const QString& uin, const QByteArray& line);
+
+    // --- the modem's reports: acknowledgements.cpp
+    void Reported(const QByteArray& uin, bool delivered);
 
     // --- answers: responses.cpp
     void RaiseCaseOpened(const QByteArray& uin);
     [[nodiscard]] QByteArray WithoutAlarms(const QByteArray& uin, QByteArray message);
     [[nodiscard]] QByteArray StoreAnswer(const QByteArray& uin, const QString& model, qint32 globalId);
+    void AnswerTaken(const QByteArray& uin);
     [[nodiscard]] QByteArray TakeFrame(QByteArray bytes, QByteArray& rest) const;
     void StoreEnergy(const QByteArray& uin, qint32 globalId, const std::optional<Energy>& energy);
     void StoreClock(const QByteArray& uin, const std::optional<ClockReading>& clock);
@@ -206,6 +223,8 @@ private:
     bool queryRequested = false;
     QHash<QString, SweepStamp> askedIn; // the last query sweep that read a node out
     DeliveryReports reports;
+    RadioWindow window; // of the sweep that began last
+    PacedRound* round = nullptr; // the one that runs now
     QList<QString> timeAnswered; // whose clock is stored for the date of the sweep
     QMap<QString, QDateTime> timeQuerySent;
     TickMinutes minutes;

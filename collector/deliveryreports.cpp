@@ -8,12 +8,14 @@ void DeliveryReports::Sent(const QByteArray& uin)
         awaitingAck.append(uin);
 }
 
-void DeliveryReports::Accepted(quint8 number)
+std::optional<DeliveryReports::EarlyReport> DeliveryReports::Accepted(quint8 number)
 {
     if (match != Match::ByNumber)
-        return;
-    if (const auto report = numbered.Accepted(number))
+        return std::nullopt;
+    const std::optional<EarlyReport> report = numbered.Accepted(number);
+    if (report)
         Book(report->uin, report->delivered);
+    return report;
 }
 
 std::optional<QByteArray> DeliveryReports::TakeReport(quint8 number, bool delivered)

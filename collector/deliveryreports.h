@@ -18,8 +18,12 @@ public:
     /// A message went out to `uin`: the modem reports on it later.
     void Sent(const QByteArray& uin);
 
-    /// The modem gave `number` to a message.
-    void Accepted(quint8 number);
+    /// The modem gave `number` to a message. Returns the report that came before the number, if so.
+    using EarlyReport = NumberedReports::EarlyReport;
+    std::optional<EarlyReport> Accepted(quint8 number);
+
+    /// Matched by number, what was sent and has no number yet gets none: the modem refused it, or its number was lost.
+    void NumberIsLost() { numbered.NumberIsLost(); }
 
     /// The modem's report. Returns whose message it is about: that of the oldest one without a report, whatever
     /// `number` is, or that with the number. None when no such message is known.

@@ -20,6 +20,14 @@ std::optional<QByteArray> NumberedReports::Take(quint8 number, bool delivered)
     return std::nullopt;
 }
 
+void NumberedReports::NumberIsLost()
+{
+    if (!unnumbered.isEmpty())
+        unnumbered.removeFirst();
+    if (unnumbered.isEmpty())
+        early.clear();
+}
+
 void NumberedReports::Forget()
 {
     unnumbered.clear();

@@ -22,6 +22,9 @@ public:
     /// Whose message the report is about; none when it is not known yet.
     std::optional<QByteArray> Take(quint8 number, bool delivered);
 
+    /// The oldest message without a number gets none.
+    void NumberIsLost();
+
     /// Forgets the messages without a report: it was lost.
     void Forget();
 

@@ -50,6 +50,7 @@ void TCollector::timer_event()
     case TimeSweepStart::Done:
         break;
     }
+    CloseCompleteSweep();
     emit SendBroadcastMessage(NodeCommands::Empty.toByteArray());
     pollTimer->start();
 }
@@ -133,14 +134,15 @@ QStringList TCollector::NodesWithoutClockReading()
 
 void TCollector::AskForClocks(const QStringList& uins)
 {
-    for (const QString& uin : uins) {
+    ToEach(uins, PacedRound::Until::Reported, vars.UCAST_to_UCAST_Delay, [this](const QString& uin) {
         const std::optional<Meter> meter = NodeMeter(uin);
         if (!meter)
-            continue;
+            return false;
         LogText(meter->model);
         SendTimeQuery(uin, *meter);
-    }
-    Delay(vars.BCAST_to_UCAST_Delay);
+        return true;
+    });
+    WaitForMeters();
     ReadOut(uins, CollectorTiming::ClockReadOutPauseMs);
 }
 
@@ -178,16 +180,15 @@ void TCollector::AskAgain(const QStringList& silent)
 {
     qDebug("Repeat query...");
     LogText(tr("Repeat query..."));
-    for (const QString& uin : silent) {
+    ToEach(silent, PacedRound::Until::Reported, vars.UCAST_to_UCAST_Delay, [this](const QString& uin) {
         LogText(tr("%1 not send data...").arg(uin));
-        if (sweep.CurrentKind() == Sweep::Kind::Time) {
+        if (sweep.CurrentKind() == Sweep::Kind::Time)
             SendTimeQuery(uin, NodeMeter(uin).value_or(Meter{}));
-        } else {
+        else
             SendToNode(uin, NodeCommands::Measure.toByteArray());
-            Delay(vars.UCAST_to_UCAST_Delay);
-        }
-    }
-    Delay(vars.BCAST_to_UCAST_Delay);
+        return true;
+    });
+    WaitForMeters();
     ReadOut(silent, vars.UCAST_to_UCAST_Delay);
     ++sweep.repeatCount;
 }
@@ -212,12 +213,14 @@ void TCollector::StartQuerySweep(const QDateTime& now)
     sweep.Open(now);
     sweep.sweepTime = now.toString(u"hh:mm:ss"_s);
 
+    window = RadioWindow(vars.field.Window());
     emit SendBroadcastMessage(NodeCommands::Measure.toByteArray());
+    const QDateTime measuring = CurrentDateTime();
     qDebug("Broadcast query...");
     if (!vars.field.Has(FieldConduct::Substation) || SubstationGlobalId() != 0)
         StoreSubstationReading();
     qDebug("KTP ok");
-    Delay(vars.BCAST_to_UCAST_Delay);
+    WaitForMeters(measuring.msecsTo(CurrentDateTime()));
     qDebug("Begin query of counters");
     ReadOut(ColumnOf(Execute(Statements::NodeMeters)), vars.UCAST_to_UCAST_Delay);
     queryRequested = false;
@@ -247,7 +250,8 @@ void TCollector::StoreSubstationReading()
         return;
     }
     LogText(tr("KTP Data: %1").arg(reading->total));
-    Delay(vars.UCAST_to_UCAST_Delay);
+    if (!vars.field.PacedByAnswers())
+        Delay(vars.UCAST_to_UCAST_Delay);
     QCoreApplication::processEvents();
 }
 
@@ -264,15 +268,14 @@ std::optional<Energy> TCollector::ReadSubstationPatiently()
     return energy;
 }
 
-/// Tells each node to send what it holds. In between the event loop runs: answers are taken in.
+/// Tells each node to send what it holds.
 void TCollector::ReadOut(const QStringList& uins, unsigned int pauseMs)
 {
-    for (const QString& uin : uins) {
+    ToEach(uins, PacedRound::Until::Answered, pauseMs, [this](const QString& uin) {
         PrepareReadOut(uin);
         SendToNode(uin, NodeCommands::ReadOut.toByteArray());
-        Delay(pauseMs);
-        QCoreApplication::processEvents();
-    }
+        return true;
+    });
 }
 
 void TCollector::SendTimeQuery(const QString& uin, const Meter& meter)
@@ -280,7 +283,6 @@ void TCollector::SendTimeQuery(const QString& uin, const Meter& meter)
     timeQuerySent.insert(uin, CurrentDateTime());
     const MeterModel* const model = FindMeterModel(meter.model);
     SendToNode(uin, model && model->timeQuery ? model->timeQuery(meter.number.toUInt()) : QByteArray());
-    Delay(vars.UCAST_to_UCAST_Delay);
 }
 
 std::optional<TCollector::Meter> TCollector::NodeMeter(const QString& uin)

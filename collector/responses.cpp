@@ -85,10 +85,14 @@ QByteArray TCollector::WithoutAlarms(const QByteArray& uin, QByteArray message)
 QByteArray TCollector::StoreAnswer(const QByteArray& uin, const QString& modelName, qint32 globalId)
 {
     const MeterModel* const model = FindMeterModel(modelName);
-    if (!model || !model->read || !(model->answersStored || vars.field.Has(FieldConduct::Ce102)))
+    if (!model || !model->read || !(model->answersStored || vars.field.Has(FieldConduct::Ce102))) {
+        AnswerTaken(uin);
         return {};
+    }
     QByteArray rest;
     const QByteArray frame = TakeFrame(ucastBuffer->GetUCAST(uin), rest);
+    if (!frame.isEmpty())
+        AnswerTaken(uin);
     MeterAnswer answer = model->read(frame);
     if (vars.field.Has(FieldConduct::Checksums) && model->checksumIsRight && !model->checksumIsRight(frame)) {
         answer.energy.reset();
@@ -99,6 +103,13 @@ QByteArray TCollector::StoreAnswer(const QByteArray& uin, const QString& modelNa
     if (answer.tellsClock)
         StoreClock(uin, answer.clock);
     return rest;
+}
+
+/// Its node's turn is over, whether or not the answer can be decoded.
+void TCollector::AnswerTaken(const QByteArray& uin)
+{
+    if (round)
+        round->Answered(QString::fromUtf8(uin));
 }
 
 /// The first frame of `bytes`; `rest` gets what is kept of them.

@@ -40,11 +40,36 @@ constexpr std::array<Name, 18> AllNames{{
     {QLatin1StringView("checksums"), FieldConduct::Checksums},
 }};
 
+/// 0 with fixed pauses.
+int ReadWindow(SettingsFile& settings)
+{
+    const QString pacing = settings.Text(u"Field/Pacing"_s, u"fixed"_s);
+    const bool byAnswers = pacing == "answers"_L1;
+    if (!byAnswers && pacing != "fixed"_L1)
+        settings.AddProblem(QCoreApplication::translate(
+            "FieldConduct", "Field/Pacing is neither \"fixed\" nor \"answers\": \"%1\". The default \"fixed\" applies")
+                                .arg(pacing));
+    const int window = settings.Integer(u"Field/Window"_s, FieldConduct::DefaultWindow);
+    const bool fits = window >= 1 && window <= FieldConduct::MostInWindow;
+    if (!fits)
+        settings.AddProblem(
+            QCoreApplication::translate("FieldConduct", "Field/Window is not from 1 to %1: %2. The default %3 applies")
+                .arg(FieldConduct::MostInWindow)
+                .arg(window)
+                .arg(FieldConduct::DefaultWindow));
+    if (!byAnswers)
+        return 0;
+    return fits ? window : FieldConduct::DefaultWindow;
+}
+
 } // namespace
 
-FieldConduct FieldConduct::Of(const QString& names, QStringList& unknown)
+FieldConduct FieldConduct::Of(const QString& names, QStringList& unknown, int window)
 {
     FieldConduct conduct;
+    conduct.window = window;
+    if (conduct.PacedByAnswers())
+        conduct.remedies = Reports;
     for (const QString& word : names.split(u' ', Qt::SkipEmptyParts)) {
         const auto* const name =
             std::find_if(AllNames.begin(), AllNames.end(), [&](const Name& known) { return known.text == word; });
@@ -59,7 +84,7 @@ FieldConduct FieldConduct::Of(const QString& names, QStringList& unknown)
 FieldConduct FieldConduct::Read(SettingsFile& settings)
 {
     QStringList unknown;
-    const FieldConduct conduct = Of(settings.Text(u"Field/Remedies"_s, {}), unknown);
+    const FieldConduct conduct = Of(settings.Text(u"Field/Remedies"_s, {}), unknown, ReadWindow(settings));
     for (const QString& name : unknown)
         settings.AddProblem(
             QCoreApplication::translate("FieldConduct", "Field/Remedies has no remedy \"%1\". There are: %2")

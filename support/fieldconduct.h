@@ -30,18 +30,30 @@ public:
 
     FieldConduct() = default;
 
-    /// Reads the key "Field/Remedies": blank, "all", or names separated by blanks. A name that is none is among the
-    /// value problems of `settings`, and the others hold.
+    /// Reads the keys of the group: "Remedies" is blank, "all", or names separated by blanks; "Pacing" is "fixed" or
+    /// "answers"; "Window" is 1 to 8. A name that is none, and a value that is neither, are among the value problems of
+    /// `settings`; the other names, and the defaults, hold.
     [[nodiscard]] static FieldConduct Read(SettingsFile& settings);
 
     [[nodiscard]] bool Has(Remedy remedy) const { return (remedies & remedy) != 0; }
 
-    /// For a test: as Read() of that text.
-    [[nodiscard]] static FieldConduct Of(const QString& names, QStringList& unknown);
+    /// Whether what is sent to a node goes on with what comes back of it, instead of fixed pauses. Reports then holds
+    /// too: a report must find its message.
+    [[nodiscard]] bool PacedByAnswers() const { return window > 0; }
+
+    /// How many nodes may be on their way at once, 1 to 8; 0 with fixed pauses.
+    [[nodiscard]] int Window() const { return window; }
+
+    static constexpr int DefaultWindow = 4;
+    static constexpr int MostInWindow = 8;
+
+    /// For a test: as Read() of that text, with a window for pacing by answers.
+    [[nodiscard]] static FieldConduct Of(const QString& names, QStringList& unknown, int window = 0);
 
     /// Every name that "Remedies" may hold, "all" first.
     [[nodiscard]] static QStringList Names();
 
 private:
     quint32 remedies = 0;
+    int window = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "collectorbench.h"
 #include "meteranswers.h"
+#include "settingsfile.h"
 
 using namespace Qt::StringLiterals;
 
@@ -40,6 +41,33 @@ private slots:
         const FieldConduct all = FieldConduct::Of(u"all"_s, unknown);
         QVERIFY(all.Has(FieldConduct::Reports) && all.Has(FieldConduct::Texts) && !all.Has(FieldConduct::Checksums));
         QVERIFY(!FieldConduct().Has(FieldConduct::Reports));
+    }
+
+    void pacing_data()
+    {
+        QTest::addColumn<QByteArray>("lines");
+        QTest::addColumn<int>("window");
+        QTest::addColumn<QString>("problem");
+        QTest::addRow("none") << "Remedies=\n"_ba << 0 << QString();
+        QTest::addRow("window alone") << "Window=8\n"_ba << 0 << QString();
+        QTest::addRow("answers") << "Pacing=answers\n"_ba << 4 << QString();
+        QTest::addRow("answers, 8") << "Pacing=answers\nWindow=8\n"_ba << 8 << QString();
+        QTest::addRow("another word") << "Pacing=Answers\n"_ba << 0 << u"Field/Pacing is neither"_s;
+        QTest::addRow("0") << "Pacing=answers\nWindow=0\n"_ba << 4 << u"Field/Window is not from 1 to 8: 0. "_s;
+        QTest::addRow("9") << "Pacing=answers\nWindow=9\n"_ba << 4 << u"Field/Window is not from 1 to 8: 9. "_s;
+        QTest::addRow("a word") << "Pacing=answers\nWindow=two\n"_ba << 4 << u"Field/Window is not a number: \"two\""_s;
+    }
+
+    void pacing()
+    {
+        QFETCH(QByteArray, lines);
+        QFETCH(QString, problem);
+        SettingsFile settings(Write(Path(u"the.ini"_s), "[Field]\n" + lines));
+        const FieldConduct conduct = FieldConduct::Read(settings);
+        QTEST(conduct.Window(), "window");
+        QCOMPARE(conduct.Has(FieldConduct::Reports), conduct.PacedByAnswers());
+        QCOMPARE(settings.Problems().filter(problem).size(), problem.isEmpty() ? 0 : 1);
+        QCOMPARE(settings.Problems().size(), problem.isEmpty() ? 0 : 1);
     }
 
     void reports()

@@ -1,4 +1,5 @@
 #include "modemparser.h"
+#include "modemstream.h"
 
 #include <QSet>
 #include <QTest>
@@ -100,6 +101,41 @@ private slots:
     {
         QFETCH(QByteArray, chunk);
         QTEST(Events(chunk).join("; "), "events");
+    }
+
+    void stream_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QByteArray>("messages"); // with / between them, the rest behind the last
+        const auto row = [](const char* name, const QByteArray& messages) {
+            const QByteArray marked = Whole(messages);
+            QTest::addRow("%s", name) << QByteArray(marked).replace("/", "") << marked;
+        };
+        row("lines", "\r\n+UCASTB:01\r\n/\r\nOK\r\n/ACK:01\r\n/\r\nNA");
+        row("line ends in a payload", "\r\nUCAST:{A},06=\r\n\r\nab\r\n/\r\nBCAST:{A},02:\r\n\r\n/x");
+        row("payload without its end", "\r\nUCAST:{A},06=abcdef\r");
+        row("header without its end", "\r\nUCAST:{A},0");
+        row("fewer bytes than announced", "\r\nUCAST:{A},09=abcd\r\n/\r\nACK:02\r\n/");
+        row("a text, a length that is none, one that is negative",
+            "UCAST:{A}=text\r\n/UCAST:{A},zz=\r\n/UCAST:{A},80=ab\r\n/");
+    }
+
+    void stream()
+    {
+        QFETCH(QByteArray, bytes);
+        const QDateTime start({2014, 3, 4}, {8, 30});
+        for (qsizetype size : {bytes.size(), qsizetype(1), qsizetype(7)}) {
+            ModemStream modem;
+            QByteArrayList messages;
+            for (qsizetype at = 0; at < bytes.size(); at += size)
+                messages += modem.Take(bytes.mid(at, size), start);
+            QVERIFY(modem.Take({}, start.addMSecs(999)).isEmpty());
+            messages += modem.Take({}, start.addMSecs(1000));
+            if (!bytes.endsWith("\r\n"))
+                QTEST(messages.join('/'), "messages");
+            else
+                QTEST(messages.join('/') + '/', "messages");
+        }
     }
 
     void nestedBroadcastsStayBounded()

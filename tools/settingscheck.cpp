@@ -53,7 +53,7 @@ constexpr Key Text(const char* name, KeptIn file, const char* fallback)
     return {QLatin1StringView(name), file, nullptr, QLatin1StringView(fallback)};
 }
 
-constexpr std::array<Key, 26> Keys{{
+constexpr std::array<Key, 28> Keys{{
     Of<&SysVar::PortKS>("Main/PortKS"),
     Of<&SysVar::PortCounterKTP>("Main/PortCounterKTP"),
     Of<&SysVar::PortAlarmButton>("Main/PortAlarmButton"),
@@ -73,6 +73,8 @@ constexpr std::array<Key, 26> Keys{{
     Text("Base/Connections", KeptIn::Bus, "NoName"),
     Text("Field/BusUsers", KeptIn::Bus, ""),
     Text("Field/Remedies", KeptIn::Main, ""),
+    Text("Field/Pacing", KeptIn::Main, "fixed"),
+    Text("Field/Window", KeptIn::Main, "4"),
     Text("Base/BaseIni", KeptIn::Main, ""),
     Of<&SysVar::BDType>("Base/BDType", KeptIn::Database),
     Of<&SysVar::BaseName>("Base/BaseName", KeptIn::Database),

@@ -14,6 +14,14 @@
         <source>Field/Remedies has no remedy &quot;%1&quot;. There are: %2</source>
         <translation>в Field/Remedies нет средства «%1». Есть: %2</translation>
     </message>
+    <message>
+        <source>Field/Pacing is neither &quot;fixed&quot; nor &quot;answers&quot;: &quot;%1&quot;. The default &quot;fixed&quot; applies</source>
+        <translation>Field/Pacing — не «fixed» и не «answers»: «%1». Действует значение по умолчанию «fixed»</translation>
+    </message>
+    <message>
+        <source>Field/Window is not from 1 to %1: %2. The default %3 applies</source>
+        <translation>Field/Window не от 1 до %1: %2. Действует значение по умолчанию %3</translation>
+    </message>
 </context>
 <context>
     <name>MainBase</name>

@@ -1,5 +1,6 @@
 #include "zigbee.h"
 
+#include "clock.h"
 #include "delay.h"
 #include "nodecommands.h"
 
@@ -89,11 +90,18 @@ QByteArray ZigBee::GetModemUIN()
 
 QByteArray ZigBee::GetMessageFromModem()
 {
+    QByteArray bytes = ReadPort();
+    if (!bytes.isEmpty())
+        emit Received(bytes);
+    return bytes;
+}
+
+QByteArray ZigBee::ReadPort()
+{
     QByteArray bytes = Port->Read();
     if (!bytes.isEmpty()) {
         unanswered = 0;
         silenceTold = false;
-        emit Received(bytes);
     }
     return bytes;
 }
@@ -117,10 +125,27 @@ void ZigBee::UpdateZNetwork()
 {
     if (!ZDevices)
         return; // in the middle of a start-up
+    if (field.PacedByAnswers())
+        UpdateMessageByMessage();
+    else
+        Parse(GetMessageFromModem());
+}
+
+void ZigBee::UpdateMessageByMessage()
+{
+    for (const QByteArray& message : stream.Take(ReadPort(), CurrentDateTime())) {
+        emit Received(message);
+        // What stands at the start of a line is looked for behind the end of the line before.
+        Parse(message.startsWith("\r\n") ? message : "\r\n" + message);
+    }
+}
+
+void ZigBee::Parse(const QByteArray& chunk)
+{
     // A receiver may run the event loop, and so another poll inside this one: the table is asked and filled event by
     // event.
     ParseModemChunk(
-        GetMessageFromModem(), [this](const QByteArray& uin) { return ZDevices->Heard(uin); },
+        chunk, [this](const QByteArray& uin) { return ZDevices->Heard(uin); },
         [this](const ModemEvent::Any& event) { std::visit([this](const auto& known) { Signal(known); }, event); });
 }
 

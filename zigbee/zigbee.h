@@ -2,6 +2,7 @@
 
 #include "fieldconduct.h"
 #include "modemparser.h"
+#include "modemstream.h"
 #include "serialline.h"
 #include "zdevice.h"
 
@@ -11,8 +12,8 @@
 #include <memory>
 
 /// The radio modem: its start-up, its own address, frames to the nodes, and everything it says as signals, read every
-/// 500 ms. All waits block the thread: the modem needs the gaps between its commands. No failure is returned; a modem
-/// that is not there stays silent.
+/// 500 ms, and whenever the collector wants it. All waits block the thread: the modem needs the gaps between its
+/// commands. No failure is returned; a modem that is not there stays silent.
 class ZigBee final : public QObject {
     Q_OBJECT
 
@@ -37,7 +38,7 @@ public:
     /// not count. Part of the given interface; the daemon does not call it.
     [[nodiscard]] QString SearchZDeviceFromUIN(const QByteArray& uin) const;
 
-    /// Reads and parses what has come.
+    /// Reads and parses what has come; with pacing by answers as far as messages are complete.
     void UpdateZNetwork();
 
     /// Tells all nodes the modem's address. Returns the frame that was sent.
@@ -77,6 +78,9 @@ signals:
     void Error(quint16 i);
 
 private:
+    [[nodiscard]] QByteArray ReadPort();
+    void Parse(const QByteArray& chunk);
+    void UpdateMessageByMessage();
     void Signal(const ModemEvent::NodeFound& event);
     void Signal(const ModemEvent::Unicast& event) { emit ReceivedUCAST(event.uin, event.payload); }
     void Signal(const ModemEvent::Broadcast& event) { emit ReceivedBCAST(event.uin, event.payload); }
@@ -91,6 +95,7 @@ private:
     std::unique_ptr<SerialLine> Port;
     std::unique_ptr<ZDevice> ZDevices;
     QTimer* Timer = nullptr; // of the polls; null during the first Init()
+    ModemStream stream; // with pacing by answers
     bool polling = false;
     int unanswered = 0; // messages since the modem said something
     bool silenceTold = false;

@@ -49,6 +49,25 @@ private slots:
             u"1310857070, 334240155015, 1340765535, 334270063480"_s); // beyond 32 bits
     }
 
+    void pacedByAnswers()
+    {
+        // Nobody silent: closed at once; the substation meter is read while the nodes' meters measure.
+        const auto check = [](const Site& site, const QString& bestMeasuredWorst) {
+            QStringList lengths;
+            for (const Case answers : {Case::Best, Case::Measured, Case::Worst})
+                lengths.append(Ms(QuerySweepMs(site, answers)) + u'/' + Ms(TimeSweepMs(site, answers)));
+            QCOMPARE(lengths.join(u", "_s), bestMeasuredWorst);
+        };
+        Site site = With(&Site::window, 1);
+        site.measuredMs = 500;
+        check(site, u"19800/24600, 21000/27000, 1736600/1553000"_s);
+        site.window = 8; // the line is what takes the time
+        site.measuredSilent = 2;
+        check(site, u"16320/17640, 265000/244500, 1736600/1553000"_s);
+        QCOMPARE(AirtimePlan::MeanPauseMs({{0, 15, 1}, {0, 15, 1}, {0, 15, 2}, {0, 16}, {0, 16, 5}}, 10000), 2000);
+        QCOMPARE(AirtimePlan::MeanPauseMs({{0, 15}}, 10000), 0);
+    }
+
     void nodesThatFit()
     {
         const auto most = [](const Site& site, Case answers, qint64 availableMs) {
@@ -70,7 +89,7 @@ private slots:
         const Site site = AirtimePlan::SiteOf({}, {substation, RegisterRow()});
         QCOMPARE(site.substationMs, 1000);
         QCOMPARE(site.nodes, 1);
-        QCOMPARE(AirtimePlan::ClockSettingMs(site), 0); // by one broadcast
+        QCOMPARE(AirtimePlan::ClockSettingMs(site, Case::Best), 0); // by one broadcast
     }
 
     void nextMinutes()

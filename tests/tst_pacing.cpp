@@ -25,7 +25,10 @@ constexpr char StartsAnew = 's'; // the modem is started anew, then the node ans
 class tst_Pacing : public CollectorBench {
     Q_OBJECT
 
-    void Later(qint64 ms, std::function<void()> what) { agenda.emplace(CurrentDateTime().addMSecs(ms), what); }
+    void Later(qint64 ms, std::function<void()> what)
+    {
+        agenda.emplace(CurrentDateTime().addMSecs(ms), std::move(what));
+    }
 
     void Say()
     {

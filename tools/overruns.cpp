@@ -1,6 +1,10 @@
 #include "overruns.h"
 
+#include "fieldconduct.h"
 #include "texts.h"
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using AirtimePlan::Case;
@@ -9,7 +13,7 @@ using AirtimePlan::Site;
 const std::array<Task, 3> Tasks{{
     {ClockSetting, QT_TRANSLATE_NOOP("ravelinctl", "clock setting"), QLatin1StringView("TimeOfSetTime"),
         &SysVar::TimeOfSetTime,
-        [](const Site& site, Case) { return std::optional(AirtimePlan::ClockSettingMs(site)); }},
+        [](const Site& site, Case answers) { return std::optional(AirtimePlan::ClockSettingMs(site, answers)); }},
     {TimeSweep, QT_TRANSLATE_NOOP("ravelinctl", "time sweep"), QLatin1StringView("TimeOfGetTime"),
         &SysVar::TimeOfGetTime, AirtimePlan::TimeSweepMs},
     {QuerySweep, QT_TRANSLATE_NOOP("ravelinctl", "query sweep"), QLatin1StringView("TimeOfQuery"), &SysVar::TimeOfQuery,
@@ -83,4 +87,26 @@ QList<Overrun> Overruns(const Site& site, const Calendar& calendar, const QDateT
         ++dues;
     }
     return overruns;
+}
+
+QString WhatWouldFit(const Site& site, const Calendar& calendar, const QDateTime& from)
+{
+    const auto fits = [&](const Site& other) {
+        const QList<Overrun> overruns = Overruns(other, calendar, from);
+        return std::none_of(
+            overruns.begin(), overruns.end(), [](const Overrun& overrun) { return overrun.answers == Case::Best; });
+    };
+    Site heard = site;
+    heard.neverHeard = 0;
+    if (site.neverHeard > 0 && fits(heard))
+        return u"Remedies=ce102"_s;
+    for (int window = site.window + 1; window <= FieldConduct::MostInWindow; ++window) {
+        const QString pacing = u"Pacing=answers, Window=%1"_s.arg(window);
+        for (auto [other, remedy] : {std::pair(site, QString()), {heard, u", Remedies=ce102"_s}}) {
+            other.window = window;
+            if (fits(other))
+                return pacing + remedy;
+        }
+    }
+    return {};
 }

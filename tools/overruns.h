@@ -27,3 +27,7 @@ struct Overrun {
     QString text; ///< a sentence that tells, too, how many meters would fit
 };
 [[nodiscard]] QList<Overrun> Overruns(const AirtimePlan::Site& site, const Calendar& calendar, const QDateTime& from);
+
+/// The settings of the group "Field" with which each sweep can be over when the next one is due; the least that does
+/// it. Empty when nothing does.
+[[nodiscard]] QString WhatWouldFit(const AirtimePlan::Site& site, const Calendar& calendar, const QDateTime& from);

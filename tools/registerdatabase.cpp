@@ -19,6 +19,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr QStringView ClocksAskedLastDay =
+    u"SELECT time_r FROM time_table WHERE date_r = (SELECT max(date_r) FROM time_table) ORDER BY time_r";
+constexpr QStringView SilentOfLastDay =
+    u"SELECT avg(silent) FROM (SELECT sum(CASE WHEN status = 0 THEN 0 ELSE 1 END) AS silent FROM \"Main_Data\" "
+    "WHERE date_r = (SELECT max(date_r) FROM \"Main_Data\") GROUP BY time_r) AS sweeps";
+
 const auto Connection = u"register"_s;
 
 // As the daemon spells them. PostgreSQL tells the two names of the readings apart.
@@ -199,6 +205,18 @@ std::optional<QList<RegisterRow>> RegisterDatabase::Rows()
     if (!Run(query, RegisterQuery.toString()))
         return std::nullopt;
     return RegisterRows(query, Name());
+}
+
+RegisterDatabase::LastDay RegisterDatabase::ReadLastDay()
+{
+    LastDay day;
+    QSqlQuery query(database);
+    if (Run(query, ClocksAskedLastDay.toString()))
+        while (query.next())
+            day.clocksAsked.append(query.value(0).toTime());
+    if (Run(query, SilentOfLastDay.toString()) && query.next())
+        day.silent = qRound(query.value(0).toDouble());
+    return day;
 }
 
 bool RegisterDatabase::Write(const RegisterChange& change)

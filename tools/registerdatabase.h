@@ -5,6 +5,7 @@
 
 #include <QSqlDatabase>
 #include <QSqlQuery>
+#include <QTime>
 
 #include <optional>
 
@@ -39,6 +40,13 @@ public:
     [[nodiscard]] Creation CreateSchema();
 
     [[nodiscard]] std::optional<QList<RegisterRow>> Rows();
+
+    /// What the collector did on the newest day in the database. Nothing is known of a day without clock queries.
+    struct LastDay {
+        QList<QTime> clocksAsked; ///< when each meter that answered was asked for its clock, ascending
+        int silent = 0; ///< meters without a reading, on average of the query sweeps
+    };
+    [[nodiscard]] LastDay ReadLastDay();
 
     /// All or nothing.
     [[nodiscard]] bool Write(const RegisterChange& change);

@@ -26,6 +26,20 @@ void TellMinutes(const Calendar& calendar, const SysVar& vars, const QDateTime& 
     }
 }
 
+void TellMeasured(const Site& site)
+{
+    Tell(Texts::tr("  At best means a node each %1 ms, %2 on their way")
+             .arg(std::max(AirtimePlan::ReadOutMs / site.window, AirtimePlan::ReadOutLineMs))
+             .arg(site.window));
+    if (site.measuredMs == 0)
+        return;
+    Tell(Texts::tr("  As on the last day in the database, a node each %1 ms, %2 silent:")
+             .arg(site.measuredMs)
+             .arg(site.measuredSilent));
+    for (const Task& task : Tasks)
+        Tell(Texts::tr("    %1: %2").arg(Texts::tr(task.name), DurationText(task.ms(site, Case::Measured))));
+}
+
 void TellPlan(const Site& site, const QList<RegisterRow>& rows)
 {
     Tell(Texts::tr("airtime, %1:").arg(RegisterSummary(rows)));
@@ -33,10 +47,12 @@ void TellPlan(const Site& site, const QList<RegisterRow>& rows)
         Tell(Texts::tr("  %1: %2 at best, %3 at worst")
                  .arg(Texts::tr(task.name), DurationText(task.ms(site, Case::Best)),
                      DurationText(task.ms(site, Case::Worst))));
+    if (site.window > 0)
+        TellMeasured(site);
     if (site.neverHeard > 0)
         Tell(Texts::tr("  At best, too, every pass is made for the meters whose answers are never stored (CE102): %1")
                  .arg(site.neverHeard));
-    if (site.substationMs == 0)
+    if (site.substationMs == 0 && site.substationRetries > 0)
         Tell(Texts::tr("  No substation meter can be read, yet every query sweep tries %1 times")
                  .arg(site.substationRetries + 1));
     if (site.passes == 0)
@@ -53,6 +69,15 @@ int WarnOf(const QList<Overrun>& overruns)
             code = Problems;
     }
     return code;
+}
+
+void TellWhatWouldFit(const QString& settings)
+{
+    if (settings.isEmpty())
+        Tell(Texts::tr(
+            "No setting of the group Field makes it fit: sweep less often, or spread the meters over more modems."));
+    else
+        Tell(Texts::tr("In the group Field this would make it fit: %1").arg(settings));
 }
 
 } // namespace
@@ -89,7 +114,13 @@ int RunSchedule(const QStringList& words)
     const auto rows = database.Rows();
     if (!rows)
         return ComplainOfAll({database.Error()});
-    const Site site = AirtimePlan::SiteOf(*vars, *rows);
+    Site site = AirtimePlan::SiteOf(*vars, *rows);
+    const RegisterDatabase::LastDay lastDay = database.ReadLastDay();
+    site.measuredMs = AirtimePlan::MeanPauseMs(lastDay.clocksAsked, site.unicastMs);
+    site.measuredSilent = lastDay.silent;
     TellPlan(site, *rows);
-    return WarnOf(Overruns(site, calendar, from));
+    const int code = WarnOf(Overruns(site, calendar, from));
+    if (code != Done)
+        TellWhatWouldFit(WhatWouldFit(site, calendar, from));
+    return code;
 }

@@ -1037,6 +1037,26 @@ Ends with exit code 1 when one cannot be over even if every meter answers at onc
         <source>ntpq -pn: %1; polling would stop at the first time sweep</source>
         <translation>ntpq -pn: %1; опрос прекратится на первом обходе часов</translation>
     </message>
+    <message>
+        <source>  At best means a node each %1 ms, %2 on their way</source>
+        <translation>  В лучшем случае: узел каждые %1 мс, %2 в пути</translation>
+    </message>
+    <message>
+        <source>  As on the last day in the database, a node each %1 ms, %2 silent:</source>
+        <translation>  Как в последний день в базе данных, узел каждые %1 мс, молчат %2:</translation>
+    </message>
+    <message>
+        <source>    %1: %2</source>
+        <translation>    %1: %2</translation>
+    </message>
+    <message>
+        <source>No setting of the group Field makes it fit: sweep less often, or spread the meters over more modems.</source>
+        <translation>Никакая настройка группы Field не поможет: опрашивайте реже или распределите счётчики по нескольким модемам.</translation>
+    </message>
+    <message>
+        <source>In the group Field this would make it fit: %1</source>
+        <translation>С такой настройкой группы Field опрос успеет: %1</translation>
+    </message>
 </context>
 <context>
     <name>register</name>

@@ -295,6 +295,7 @@ class Installation(unittest.TestCase):
             "at best; meters behind nodes that would fit: 4",
             "Warning: the query sweep of 2014-03-04 23:30 may not be over before 2014-03-05 00:00: 9161.6 s "
             "(152.7 min) at worst; meters behind nodes that would fit: 0"])
+        self.assertEqual(report[-1], "In the group Field this would make it fit: Remedies=ce102")
 
     def test_every_key_with_its_default(self):
         known = set()

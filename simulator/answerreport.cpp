@@ -8,13 +8,13 @@ AnswerReport::AnswerReport(Sink sink) : writeLine(std::move(sink))
         writeLine("time,uin,model,kind,values,flaw,whole"_ba);
 }
 
-void AnswerReport::Sent(const QDateTime& time, const ReportedAnswer& answer, bool whole)
+void AnswerReport::Sent(const QDateTime& time, const ReportedAnswer& answer, Passage passage)
 {
     Tally& tally = tallies[answer.uin];
-    ++(!whole ? tally.lost : answer.kind == "alarm" ? tally.alarms : tally.answered);
+    ++(passage != Passage::Whole ? tally.lost : answer.kind == "alarm" ? tally.alarms : tally.answered);
     if (writeLine)
         writeLine(QByteArrayList{time.toString(u"yyyy-MM-ddTHH:mm:ss.zzz"_s).toLatin1(), answer.uin, answer.model,
-            answer.kind, answer.values, answer.flaw, whole ? "yes"_ba : "no"_ba}
+            answer.kind, answer.values, answer.flaw, PassageName(passage)}
                       .join(','));
 }
 

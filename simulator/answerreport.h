@@ -1,5 +1,7 @@
 #pragma once
 
+#include "passage.h"
+
 #include <QByteArrayList>
 #include <QDateTime>
 
@@ -20,7 +22,8 @@ struct ReportedAnswer {
 ///     time,uin,model,kind,values,flaw,whole
 ///     2014-03-04T08:30:11.250,000D6F0000001003,SET3,energy,1000.00 100.00 200.00 300.00 400.00,,yes
 ///
-/// The time is when its last byte went to the daemon; `whole` is "no" when the air took some or all of it.
+/// The time is when its last byte went to the daemon, or would have; `whole` is PassageName(): "yes" for what the
+/// daemon was given.
 class AnswerReport final {
 public:
     using Sink = std::function<void(const QByteArray& line)>;
@@ -29,7 +32,7 @@ public:
     explicit AnswerReport(Sink sink = {});
 
     void Asked(const QByteArray& uin) { ++tallies[uin].asked; }
-    void Sent(const QDateTime& time, const ReportedAnswer& answer, bool whole);
+    void Sent(const QDateTime& time, const ReportedAnswer& answer, Passage passage);
 
     /// Something that the node was told, e.g. the collector's address; the last of each `kind` counts.
     void Told(const QByteArray& uin, const QByteArray& kind, const QByteArray& value)

@@ -68,5 +68,6 @@ void LocalMeter::Send(QByteArray answer, const QByteArray& kind, const QByteArra
         std::generate(answer.begin(), answer.end(), [this] { return static_cast<char>(random()); });
     wire.Send(answer, now + AnswerTime);
     report.Sent(WallTime(begin, now + AnswerTime + wire.Duration(answer.size())),
-        {meter.uin, meter.dialect->model.toByteArray(), kind, values, faults.garbage ? "garbage"_ba : ""_ba}, true);
+        {meter.uin, meter.dialect->model.toByteArray(), kind, values, faults.garbage ? "garbage"_ba : ""_ba},
+        Passage::Whole);
 }

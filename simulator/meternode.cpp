@@ -1,5 +1,6 @@
 #include "meternode.h"
 
+#include "chance.h"
 #include "nodeframe.h"
 
 #include <QtEndian>
@@ -77,7 +78,7 @@ MeterNode::MeterNode(
 
 bool MeterNode::Reachable()
 {
-    return faults.nack <= 0 || static_cast<double>(random()) >= faults.nack * 4294967296.0;
+    return !Happens(faults.nack, random);
 }
 
 QList<NodeAnswer> MeterNode::Receive(const QByteArray& frame, Moment now)
@@ -179,18 +180,18 @@ QList<NodeAnswer> MeterNode::Alarms() const
 }
 
 /// Reports `answer` once its last piece is through.
-std::function<void(Moment, bool)> MeterNode::Account(const ReportedAnswer& answer, int pieces, int copies) const
+std::function<void(Moment, Passage)> MeterNode::Account(const ReportedAnswer& answer, int pieces, int copies) const
 {
     struct Progress {
         int piecesLeft;
-        bool whole = true;
+        Passage worst = Passage::Whole;
     };
     const auto progress = std::make_shared<Progress>(Progress{pieces});
-    return [&to = report, start = begin, answer, copies, progress](Moment now, bool whole) {
-        progress->whole = progress->whole && whole;
+    return [&to = report, start = begin, answer, copies, progress](Moment now, Passage passage) {
+        progress->worst = std::max(progress->worst, passage);
         if (--progress->piecesLeft > 0)
             return;
         for (int i = 0; i < copies; ++i)
-            to.Sent(WallTime(start, now), answer, progress->whole);
+            to.Sent(WallTime(start, now), answer, progress->worst);
     };
 }

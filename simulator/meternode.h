@@ -21,6 +21,7 @@ struct NodeFaults {
     int pieces = 1; ///< an answer comes in so many unicasts
     bool glued = false; ///< an answer comes twice in one unicast
     double nack = 0; ///< the probability that the modem does not reach it
+    std::optional<int> hops; ///< see AirTraits::hops
     QList<QDateTime> alarms; ///< its meter's case is opened, local time
     std::optional<double> driftPpm; ///< instead of Conditions::driftPpm
 };
@@ -63,7 +64,8 @@ private:
     [[nodiscard]] QList<NodeAnswer> ReadOut();
     [[nodiscard]] MeterAnswers::Checksum Sum() const;
     void Hold(const QByteArray& answer, const QByteArray& kind, const QByteArray& values);
-    [[nodiscard]] std::function<void(Moment, bool)> Account(const ReportedAnswer& answer, int pieces, int copies) const;
+    [[nodiscard]] std::function<void(Moment, Passage)> Account(
+        const ReportedAnswer& answer, int pieces, int copies) const;
 
     const RegisteredMeter meter;
     const NodeFaults faults;

@@ -1,18 +1,19 @@
 #pragma once
 
 #include "linepeer.h"
+#include "passage.h"
 
 #include <QList>
 
 #include <functional>
 
 /// What a node sends to its collector, `delay` after it was asked. An answer may have any length: the radio carries it
-/// in pieces. `passedOn` is called when the last piece goes to the daemon; `whole`: all pieces did, in lines that were
-/// not cut.
+/// in pieces. `passedOn` is called when the last piece goes to the daemon, or would have, with what became of the
+/// answer.
 struct NodeAnswer {
     Moment delay;
     QByteArray payload;
-    std::function<void(Moment now, bool whole)> passedOn = {};
+    std::function<void(Moment now, Passage passage)> passedOn = {};
 };
 
 /// A radio node of the simulated network, with the meter that is wired to it, if there is one.

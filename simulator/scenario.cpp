@@ -68,6 +68,15 @@ bool Read(const QByteArray& text, Moment& value)
     return true;
 }
 
+bool Read(const QByteArray& text, std::optional<Moment>& value)
+{
+    Moment time{0};
+    if (!Read(text, time))
+        return false;
+    value = time;
+    return true;
+}
+
 bool Read(const QByteArray& text, Flaw& value)
 {
     for (const Flaw flaw : {Flaw::Checksum, Flaw::Garbage, Flaw::Half})
@@ -87,13 +96,22 @@ bool Read(const QByteArray& text, QList<QDateTime>& times)
     });
 }
 
+bool ReadHops(const QByteArray& text, std::optional<int>& value)
+{
+    int hops = 0;
+    if (!Read(text, hops, 1, MostHops))
+        return false;
+    value = hops;
+    return true;
+}
+
 template <typename Target>
 struct Key {
     QByteArrayView name;
     bool (*read)(const QByteArray& text, Target& target);
 };
 
-constexpr std::array<Key<Scenario>, 8> AllKeys{{
+constexpr std::array<Key<Scenario>, 19> AllKeys{{
     {"seed", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.seed, 0, 0xFFFFFFFF); }},
     {"latency", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.latency); }},
     {"loss", [](const QByteArray& text, Scenario& all) { return ReadProbability(text, all.modem.loss); }},
@@ -102,9 +120,24 @@ constexpr std::array<Key<Scenario>, 8> AllKeys{{
     {"fragment", [](const QByteArray& text, Scenario& all) { return ReadProbability(text, all.modem.fragmentation); }},
     {"fragment-pause", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.fragmentPause); }},
     {"drift", [](const QByteArray& text, Scenario& all) { return Read(text, all.driftPpm); }},
+    {"hops", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.air.mostHops, 0, MostHops); }},
+    {"on-their-way",
+        [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.air.mostOnTheirWay, 0, 100); }},
+    {"report-loss",
+        [](const QByteArray& text, Scenario& all) { return ReadProbability(text, all.modem.air.reportLoss); }},
+    {"report-late",
+        [](const QByteArray& text, Scenario& all) { return ReadProbability(text, all.modem.air.reportLate); }},
+    {"report-delay", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.air.reportDelay); }},
+    {"nack-time", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.air.nackTime); }},
+    {"power-cut-every",
+        [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.faults.powerCutEvery); }},
+    {"power-cut", [](const QByteArray& text, Scenario& all) { return Read(text, all.powerCuts); }},
+    {"deaf-every", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.faults.deafEvery); }},
+    {"deaf", [](const QByteArray& text, Scenario& all) { return Read(text, all.deaf); }},
+    {"boot-time", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.bootTime); }},
 }};
 
-constexpr std::array<Key<NodeFaults>, 9> NodeKeys{{
+constexpr std::array<Key<NodeFaults>, 10> NodeKeys{{
     {"silent", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.silent); }},
     {"every", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.every, 1, 1'000'000); }},
     {"late", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.late); }},
@@ -112,6 +145,7 @@ constexpr std::array<Key<NodeFaults>, 9> NodeKeys{{
     {"pieces", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.pieces, 1, 9); }},
     {"glued", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.glued); }},
     {"nack", [](const QByteArray& text, NodeFaults& node) { return ReadProbability(text, node.nack); }},
+    {"hops", [](const QByteArray& text, NodeFaults& node) { return ReadHops(text, node.hops); }},
     {"alarm", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.alarms); }},
     {"drift", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.driftPpm); }},
 }};

@@ -8,6 +8,8 @@
 struct Scenario {
     ModemTraits modem; ///< its seed is that of the meters too
     double driftPpm = 0;
+    QList<QDateTime> powerCuts; ///< local time; they go into the modem's traits when the play begins
+    QList<QDateTime> deaf; ///< as powerCuts
     std::map<QByteArray, NodeFaults> nodes; ///< by UIN
     SubstationFaults substation;
 };

@@ -4,9 +4,33 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+QList<Moment> Moments(const QList<QDateTime>& times, const QDateTime& begin)
+{
+    QList<Moment> moments;
+    for (const QDateTime& time : times)
+        if (time >= begin)
+            moments += std::chrono::milliseconds(begin.msecsTo(time));
+    return moments;
+}
+
+ModemTraits TraitsOf(const Scenario& scenario, const QDateTime& begin)
+{
+    ModemTraits traits = scenario.modem;
+    traits.faults.powerCuts += Moments(scenario.powerCuts, begin);
+    traits.faults.deaf += Moments(scenario.deaf, begin);
+    for (const auto& [uin, node] : scenario.nodes)
+        if (node.hops)
+            traits.air.hops[uin] = *node.hops;
+    return traits;
+}
+
+} // namespace
+
 VirtualSubstation::VirtualSubstation(
     const QList<RegisteredMeter>& meters, const Scenario& scenario, const QDateTime& begin, AnswerReport& report)
-    : modem(scenario.modem)
+    : modem(TraitsOf(scenario, begin))
 {
     const Conditions conditions{begin, scenario.modem.seed, scenario.driftPpm};
     for (const RegisteredMeter& meter : meters) {

@@ -14,6 +14,13 @@ void Wire::Send(const QByteArray& bytes, Moment now)
     writes.push_back({free, bytes});
 }
 
+void Wire::Cut(Moment now)
+{
+    while (!writes.empty() && writes.back().at > now)
+        writes.pop_back();
+    free = now;
+}
+
 std::optional<Moment> Wire::NextDue() const
 {
     return writes.empty() ? std::nullopt : std::optional(writes.front().at);

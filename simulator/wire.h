@@ -16,6 +16,12 @@ public:
     /// Keeps the line silent: what is sent from here on starts no earlier than after a pause.
     void Pause(Moment duration) { free += duration; }
 
+    /// When all that was sent is through.
+    [[nodiscard]] Moment Through() const { return free; }
+
+    /// The sender goes: what is not through by `now` never comes.
+    void Cut(Moment now);
+
     [[nodiscard]] std::optional<Moment> NextDue() const;
 
     /// The next write that is through by `now`, or empty.

@@ -71,6 +71,112 @@ private slots:
         check("at+ucastb:00,000D6F\r", "20 \r\nERROR:05\r\n");
     }
 
+    void modemFails()
+    {
+        const QByteArray hi = "at+ucastb:02,000D6F0000001003\rhi";
+        const QByteArray stranger = "at+ucastb:02,000D6F0000009999\rhi";
+        const QByteArray all = "at+bcastb:02,00\rhi";
+        const auto check = [](const AirTraits& air, const ModemFaultTraits& faults, const Script& script,
+                               const QByteArrayList& expected) {
+            ModemEngine modem({.baud = 0, .air = air, .faults = faults});
+            modem.AddNode(Node, "FFD:", std::make_unique<EchoNode>());
+            QByteArrayList written;
+            for (const QByteArray& bytes : Play(modem, script))
+                written += bytes.simplified();
+            QCOMPARE(written, expected);
+        };
+        const QByteArray echo = " UCAST:000D6F0000001003,02=hi";
+        const QList<Moment> second{std::chrono::seconds(1)};
+
+        check({.mostOnTheirWay = 2}, {}, {{0, hi}, {10, hi}, {20, hi}, {900, hi}},
+            {"20 +UCASTB:00", "20 OK", "30 +UCASTB:01", "30 OK", "40 ERROR:07", "170 ACK:00", "180 ACK:01",
+                "370" + echo, "380" + echo, "920 +UCASTB:02", "920 OK", "1070 ACK:02", "1270" + echo});
+        check({.mostOnTheirWay = 1, .reportLoss = 1}, {}, {{0, hi}, {100, hi}, {200, stranger}},
+            {"20 +UCASTB:00", "20 OK", "120 ERROR:07", "220 +UCASTB:01", "220 OK", "370" + echo});
+        check({.reportLate = 1, .reportDelay = std::chrono::seconds(3)}, {}, {{0, hi}},
+            {"20 +UCASTB:00", "20 OK", "370" + echo, "3170 ACK:00"});
+        check({.nackTime = std::chrono::seconds(4)}, {}, {{0, stranger}, {5'000, hi}},
+            {"20 +UCASTB:00", "20 OK", "4020 NACK:00", "5020 +UCASTB:01", "5020 OK", "5170 ACK:01", "5370" + echo});
+
+        const Script afterwards{{2'000, hi}, {3'000, "at+en\r"}, {3'100, all}, {3'500, "at+jn\r"}, {3'600, "at+sn\r"},
+            {4'000, "at+en\r"}, {4'500, all}, {5'000, hi}};
+        const QByteArrayList restored{"2020 ERROR:08", "3020 OK", "3120 OK", "3520 OK", "3620 OK", "4020 OK", "4520 OK",
+            "4870" + echo, "5020 +UCASTB:00", "5020 OK", "5170 ACK:00", "5370" + echo};
+        check({.mostOnTheirWay = 1}, {.powerCuts = second},
+            Script{{700, hi}, {950, hi}, {990, "at+ucastb:02"}, {1'200, "ati\r"}} + afterwards,
+            QByteArrayList{"720 +UCASTB:00", "720 OK", "870 ACK:00", "970 +UCASTB:01", "970 OK"} + restored);
+        check({.mostOnTheirWay = 1}, {.deaf = second},
+            Script{{850, hi}, {1'100, "ati\r"}, {1'200, hi}, {1'300, "atz\r"}} + afterwards,
+            QByteArrayList{"870 +UCASTB:00", "870 OK", "1800 OK"} + restored);
+    }
+
+    void hops()
+    {
+        ModemEngine modem({.baud = 0, .air = {.mostHops = 5, .hops = {{"000D6F0000000100", 3}}}});
+        Script script;
+        for (int i = 0; i < 200; ++i) {
+            const QByteArray uin = "000D6F0000000" + QByteArray::number(i < 100 ? 100 : 100 + i);
+            modem.AddNode(uin, "FFD:", std::make_unique<EchoNode>());
+            script += {i * 1'000, "at+ucastb:02," + uin + "\rhi"};
+        }
+        QList<int> reports, answers;
+        for (const QByteArray& bytes : Play(modem, script)) {
+            const int ms = bytes.left(bytes.indexOf(' ')).toInt() % 1'000;
+            if (bytes.contains("\r\nACK:"))
+                reports += ms - 20;
+            else if (bytes.contains("\r\nUCAST:"))
+                answers += ms - 20 - 200;
+        }
+        for (const QList<int>& ways : {reports, answers}) {
+            QCOMPARE(ways.size(), 200);
+            const auto [nearest, farthest] = std::minmax_element(ways.begin(), ways.begin() + 100); // three hops each
+            QVERIFY(*nearest >= 120 && *nearest < 190 && *farthest <= 360 && *farthest > 290);
+            const auto [least, most] = std::minmax_element(ways.begin() + 100, ways.end()); // one to five
+            QVERIFY(*least >= 40 && *least < 80 && *most <= 600 && *most > 450);
+        }
+    }
+
+    // What the report says of a last answer, and whether the daemon got it. The modem fails at 5 s.
+    void passage()
+    {
+        const auto check = [](const QByteArray& scenario, int readOut, const QByteArray& reported) {
+            QString error;
+            const auto parsed = ParseScenario("[all]\n" + scenario, {}, error);
+            QVERIFY2(parsed, qPrintable(error));
+            QByteArray last;
+            AnswerReport account([&](const QByteArray& line) { last = line; });
+            VirtualSubstation substation({Meter(Node, "1003", "SET1")}, *parsed, Begin, account);
+            const QByteArray unicast = "at+ucastb:03,000D6F0000001003\r";
+            const QByteArray written =
+                Play(substation.Modem(), {{0, unicast + "c001c1"_hex}, {readOut, unicast + "c002c1"_hex}}).join();
+            QCOMPARE(last.mid(17, 6) + last.mid(last.lastIndexOf(',')), reported);
+            QCOMPARE(written.contains("\nUCAST:"), reported.endsWith("yes"));
+        };
+        const QByteArray cut = "power-cut = 2014-03-04 08:30:05";
+        const QByteArray deaf = "deaf = 2014-03-04 08:30:05";
+        check("", 4'600, "04.987,yes");
+        check("loss = 1", 4'600, "04.987,no");
+        check(deaf, 4'600, "05.011,yes"); // it was on the line
+        check(deaf, 4'700, "05.087,deaf");
+        check(cut, 4'600, "05.011,away");
+        check(cut, 4'700, "05.087,away");
+        check(cut + "\n[node 000D6F0000001003]\nalarm = 2014-03-04 09:00:00", 4'700, "00.000,away"); // no network
+    }
+
+    void modemFailsAtRandom()
+    {
+        const auto day = [](quint32 seed) {
+            const ModemFaultTraits eachMinute{
+                .powerCutEvery = std::chrono::minutes(1), .deafEvery = std::chrono::minutes(1)};
+            ModemEngine modem({.seed = seed, .faults = eachMinute});
+            (void)Play(modem, {});
+            return std::pair(modem.Tally().powerCuts, modem.Tally().timesDeaf);
+        };
+        const auto [cuts, deaf] = day(7);
+        QVERIFY(cuts > 1'300 && cuts < 1'580 && deaf > 640 && deaf < 800); // every other time it was deaf already
+        QVERIFY(day(7) == std::pair(cuts, deaf) && day(8) != std::pair(cuts, deaf));
+    }
+
     void sameSeedSameFaults()
     {
         const auto session = [](quint32 seed) {
@@ -194,10 +300,11 @@ private slots:
         QString error;
         QVERIFY2(ReadScenario(QStringLiteral(QT_TESTCASE_SOURCEDIR "/../share/scenario.ini.example"), {}, error),
             qPrintable(error));
-        for (const QByteArray& wrong : {"loss = 0.5"_ba, "[nodes]"_ba, "[node 12]"_ba, "[all]\nsilent = yes"_ba,
-                 "[all]\nloss = 1.01"_ba, "[all]\nseed = -1"_ba, "[all]\ndrift = inf"_ba, "[all]\nlatency"_ba,
-                 "[substation]\nsilent = 1"_ba, "[node 000D6F0000001003]\nevery = 0"_ba,
-                 "[node 000D6F0000001003]\nundecodable = no"_ba, "[node 000D6F0000001003]\nalarm = 2014-03-04"_ba}) {
+        for (const QByteArray& wrong :
+            {"loss = 0.5"_ba, "[nodes]"_ba, "[node 12]"_ba, "[all]\nsilent = yes"_ba, "[all]\nloss = 1.01"_ba,
+                "[all]\nseed = -1"_ba, "[all]\ndrift = inf"_ba, "[all]\nlatency"_ba, "[substation]\nsilent = 1"_ba,
+                "[node 000D6F0000001003]\nevery = 0"_ba, "[all]\nhops = 6"_ba, "[node 000D6F0000001003]\nhops = 0"_ba,
+                "[node 000D6F0000001003]\nundecodable = no"_ba, "[node 000D6F0000001003]\nalarm = 2014-03-04"_ba}) {
             QVERIFY2(!ParseScenario("# a play\n\n" + wrong, {}, error), wrong.constData());
             const QByteArrayList lines = wrong.split('\n');
             QCOMPARE(error.toUtf8(),

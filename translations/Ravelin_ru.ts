@@ -458,6 +458,10 @@
         <source>The modem said nothing to %1 messages: it is started anew</source>
         <translation>Модем ничего не ответил на %1 сообщений: он запускается заново</translation>
     </message>
+    <message>
+        <source>The modem refused %1 messages: it is started anew</source>
+        <translation>Модем отклонил сообщений: %1. Он запускается заново</translation>
+    </message>
 </context>
 <context>
     <name>main</name>

@@ -155,6 +155,19 @@ void ZigBee::Signal(const ModemEvent::NodeFound& event)
     emit NewNode(event.uin);
 }
 
+void ZigBee::Signal(ModemEvent::Accepted event)
+{
+    refused = 0;
+    refusalsTold = false;
+    emit AcceptUCAST(event.number);
+}
+
+void ZigBee::Signal(ModemEvent::Refused event)
+{
+    ++refused;
+    emit Error(event.code);
+}
+
 void ZigBee::ScanNetwork()
 {
     WriteToPort("at+sn\r\n"_ba);

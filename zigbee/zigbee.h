@@ -86,8 +86,8 @@ private:
     void Signal(const ModemEvent::Broadcast& event) { emit ReceivedBCAST(event.uin, event.payload); }
     void Signal(ModemEvent::Delivered event) { emit ReceivedACK(event.number); }
     void Signal(ModemEvent::NotDelivered event) { emit ReceivedNACK(event.number); }
-    void Signal(ModemEvent::Accepted event) { emit AcceptUCAST(event.number); }
-    void Signal(ModemEvent::Refused event) { emit Error(event.code); }
+    void Signal(ModemEvent::Accepted event);
+    void Signal(ModemEvent::Refused event);
 
     const FieldConduct field;
     void RecoverWhenLost(); ///< Init() again, blocks as long: modemrecovery.cpp
@@ -99,6 +99,8 @@ private:
     bool polling = false;
     int unanswered = 0; // messages since the modem said something
     bool silenceTold = false;
+    int refused = 0; // messages since the modem accepted one
+    bool refusalsTold = false;
     // Part of the given interface; the driver does not look at them.
     QString Text;
     [[maybe_unused]] bool Ready = true;

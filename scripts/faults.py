@@ -7,10 +7,17 @@ import time
 import traceback
 from functools import partial
 
-from faultplays import buses, clocks, ends, ports, powercut, radio, servers, storage
+from faultplays import buses, clocks, ends, ports, powercut, radio, remedies, servers, storage
 
 NEXT = "the sweep closes with a row for every meter, the next one is complete"
 NO_ROWS = "the sweep passes without rows, what was stored stays, the next sweep is complete"
+BOTH = "without the remedy the fault shows, with it not: "
+
+
+def remedy(name, promise, fault, variant=""):
+    return f"remedy-{name}{variant}", BOTH + promise, partial(remedies.mended, name, fault)
+
+
 PLAYS = [
     ("killed", "kill -9 anywhere in a sweep: stored rows stay, the database is sound, the next sweep is complete", ends.killed),
     ("terminated", "SIGTERM in any phase: exit code 0 within 2 s, stored rows stay", ends.terminated),
@@ -53,6 +60,13 @@ PLAYS = [
     ("strangers", "unknown nodes, reports nobody waits for, refusals: told, no rows; " + NEXT, radio.strangers),
     ("noise-sqlite", "loss, refusals, garbage, cut lines: every sweep closes with a row for every meter", partial(radio.noise, False)),
     ("noise-postgres", "the same into PostgreSQL", partial(radio.noise, True)),
+    remedy("reports", "delivery reports lost and late, statuses are those of other nodes", remedies.reports),
+    remedy("ntp", "ntpq is not installed, no sweep any more", partial(remedies.ntp, "missing"), "-missing"),
+    remedy("ntp", "ntpq hangs, no sweep any more", partial(remedies.ntp, "hangs"), "-hangs"),
+    remedy("order", "a time sweep falls due in an open query sweep, which is closed as a time sweep", remedies.order),
+    remedy("schedule", "a due minute longer than its tick counts twice, one that passes in a tick not at all", remedies.schedule),
+    remedy("alarms", "opened cases behind other bytes, and of a node that is not registered, are not told", remedies.alarms),
+    remedy("memory", "10,500 nodes speak, the node table keeps them all", remedies.memory),
 ]
 QUICK = ["killed", "admin-lost", "told-to-quit", "modem-unplugged", "substation-unplugged", "database-missing",
          "database-locked", "disk-full", "postgres-word-lost", "power-cut", "bus-peers", "bus-deaf", "register-changes",

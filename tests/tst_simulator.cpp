@@ -98,6 +98,9 @@ private slots:
         check({.nackTime = std::chrono::seconds(4)}, {}, {{0, stranger}, {5'000, hi}},
             {"20 +UCASTB:00", "20 OK", "4020 NACK:00", "5020 +UCASTB:01", "5020 OK", "5170 ACK:01", "5370" + echo});
 
+        check({.reportLate = 1, .reportDelay = std::chrono::seconds(3)}, {.powerCuts = second}, {{700, hi}},
+            {"720 +UCASTB:00", "720 OK"}); // forgotten, also when it works again
+
         const Script afterwards{{2'000, hi}, {3'000, "at+en\r"}, {3'100, all}, {3'500, "at+jn\r"}, {3'600, "at+sn\r"},
             {4'000, "at+en\r"}, {4'500, all}, {5'000, hi}};
         const QByteArrayList restored{"2020 ERROR:08", "3020 OK", "3120 OK", "3520 OK", "3620 OK", "4020 OK", "4520 OK",

@@ -1,0 +1,132 @@
+"""What the remedies mend: each fault is played without its remedy, where it must show, and with it, where it must not."""
+
+import os
+import struct
+
+from faultplays.cable import Cable
+from faultplays.stage import ON_DEMAND, Stage, hold
+from rig import buspeer as bus
+from rig.substation import NODE, SETTINGS, SITE, read_message
+
+ALARM = b"\xC0\x82\x35\x35\xC1"
+MODEM_LINE = b"\r\nUCAST:%s,%02X=%s\r\n"
+UNREACHABLE, MUTE = range(2, 9, 2), range(1, 9, 2)  # nodes by number; 10 more is the global_id
+NO_TIME_SWEEPS = "TimeOfSetTime=^none$\nTimeOfGetTime=^none$\n"
+ONE_METER = "global_id,UIN,Number,Model,Type,KI_Number\n1,KTP-1,12345,CE301,1,\n11," + NODE % 1 + ",70001,SET1,0,1\n"
+MOST_NODES = 10_001  # the modem itself is listed, too
+
+
+def mended(remedy, fault):
+    """`fault` plays with the settings' group [Field] that it is given: whether its harm was seen, and what was."""
+    harmed, without = fault("")
+    hold(harmed, f"without the remedy nothing went wrong, so this shows nothing: {without}")
+    harmed, mended_by = fault(f"[Field]\nRemedies={remedy}\n")
+    hold(not harmed, f"with the remedy: {mended_by}")
+    return f"without: {without}; with it: {mended_by}"
+
+
+def reports(field):
+    """Every other node cannot be reached, the others hear and never answer; the modem's reports are lost, or late."""
+    nodes = [f"[node {NODE % i}]\nnack = 1\n" for i in UNREACHABLE] + [f"[node {NODE % i}]\nsilent = yes\n" for i in MUTE]
+    scenario = "[all]\nseed = 3\nreport-loss = 0.2\nreport-late = 0.2\nreport-delay = 7000\n" + "".join(nodes)
+    wrong, rows = 0, 0
+    with Stage(scenario=scenario, settings=ON_DEMAND + field) as site:
+        site.begin()
+        for _ in range(3):
+            site.ask()
+            statuses = site.closed_sweep()
+            wrong += sum(2 in statuses[10 + i] for i in UNREACHABLE) + sum(3 in statuses[10 + i] for i in MUTE)
+            rows += len(statuses) - 1
+    return wrong > 0, f"{wrong} of {rows} statuses are another node's"
+
+
+def ntp(state, field):
+    """The day's first time sweep cannot have its reference clock. Whether polling is over."""
+    schedule = SETTINGS + "TimeOfQuery=^none$\nTimeOfSetTime=^none$\nTimeOfGetTime=:32$\n"
+    with Stage(settings=schedule + field) as site:
+        if state == "hangs":
+            site.write("ntpq", "#!/bin/sh\nexec /bin/sleep 100000\n")
+        else:
+            os.unlink(site.path("ntpq"))
+        site.environment = {"PATH": site.directory}
+        site.begin().shown("ntpq -pn did not finish")
+        site.ask()
+        if not site.peer_speaks(900):  # a sweep of this site takes a fifth of it
+            return True, f"ntpq {state}: no sweep any more"
+        word = read_message(site.peer, 1)[0]
+        hold(word == b"tempdb_t", f"the first sweep that is told is {word}")
+        site.complete_sweep()
+    return False, f"ntpq {state}: the time sweep and the next query sweep are closed"
+
+
+def order(field):
+    """A time sweep falls due again and again while a query sweep is open."""
+    schedule = SETTINGS.replace("RepeatQueryNumber=2", "RepeatQueryNumber=6")
+    schedule += "TimeOfQuery=^none$\nTimeOfSetTime=^none$\nTimeOfGetTime=:3[4-6]$\n"
+    with Stage(settings=schedule + field) as site:
+        site.begin().ask()
+        site.shown("Broadcast query...")
+        word, name, _ = read_message(site.peer, 120)
+        return word != b"tempdb", f"the first sweep that is told is {word.decode()} {name}"
+
+
+def schedule(field):
+    """A minute that is due and longer than its tick, then one that passes while the tick of the one before lasts."""
+    short = SITE + NO_TIME_SWEEPS + "BCAST_to_UCAST_Delay=500\nUCAST_to_UCAST_Delay=100\nRepeatQueryNumber=0\n"
+    long = SITE + NO_TIME_SWEEPS + "BCAST_to_UCAST_Delay=65000\nUCAST_to_UCAST_Delay=40000\nRepeatQueryNumber=0\n"
+    sweeps = []
+    for settings, pattern in ((short, ":33$"), (long, ":3[34]$")):
+        with Stage(start="2014-03-04 08:32:15", speed=60, scenario="[all]\n", register=ONE_METER,
+                   settings=settings + f"TimeOfQuery={pattern}\n" + field) as site:
+            site.begin()
+            sweeps.append(0)
+            while site.peer_speaks(400 if settings is long else 150):
+                site.closed_sweep()
+                sweeps[-1] += 1
+    return sweeps != [1, 2], f"{sweeps[0]} sweeps in the minute that is due, {sweeps[1]} of 2 of which one passed in a tick"
+
+
+def alarms(field):
+    """An opened case behind other bytes of its node, and one of a node that is not in the register."""
+    glued, stranger = b"\x01\x02\x03" + ALARM, NODE % 0x99
+    told = []
+    with Stage(settings=ON_DEMAND + field) as site:
+        site.start_substation()
+        with Cable(site.path("modem")) as cable:
+            site.meet()
+            cable.put(MODEM_LINE % ((NODE % 2).encode(), len(glued), glued)
+                      + MODEM_LINE % (stranger.encode(), len(ALARM), ALARM))
+            site.shown(stranger)
+            site.ask()
+            word = None
+            while word != b"tempdb":
+                word, _, text = read_message(site.peer, 120)
+                if word == b"error":
+                    told.append(int(b"".join(text).split(b"#")[0]))
+    return sorted(told) != [0, 12], f"opened cases told of {sorted(told)}"
+
+
+def listed_nodes(admin):
+    """How many nodes the answer to "Get_ZDevices" has."""
+    frame = b""
+    while frame[4:5] != bytes([bus.ACTION]):
+        frame = admin.read_frame(60)
+    at = 5
+    for _ in ("name", "message"):
+        at += 4 + struct.unpack_from(">i", frame, at)[0]
+    return struct.unpack_from(">i", frame, at + 4)[0]
+
+
+def memory(field):
+    """More nodes speak than there are, each once."""
+    speakers = MOST_NODES + 500
+    with Stage(settings=ON_DEMAND + field) as site:
+        site.start_substation()
+        with Cable(site.path("modem")) as cable:
+            site.meet()
+            lines = b"".join(MODEM_LINE % (b"00000000%08X" % i, 1, b"x") for i in range(speakers))
+            hold(cable.put(lines, 60) == len(lines), "the daemon did not take it all")
+            site.shown("%016X" % (speakers - 1))
+            site.admin.send(bus.command(b"Get_ZDevices"))
+            listed = listed_nodes(site.admin)
+    return listed > MOST_NODES, f"{listed} of {speakers} nodes listed"

@@ -65,6 +65,10 @@ PLAYS = [
     remedy("ntp", "ntpq hangs, no sweep any more", partial(remedies.ntp, "hangs"), "-hangs"),
     remedy("order", "a time sweep falls due in an open query sweep, which is closed as a time sweep", remedies.order),
     remedy("schedule", "a due minute longer than its tick counts twice, one that passes in a tick not at all", remedies.schedule),
+    remedy("modem", "a power cut takes the modem's network, no reading any more", partial(remedies.modem, "power-cut"), "-power"),
+    remedy("modem", "the modem is deaf until it is started, no reading any more", partial(remedies.modem, "deaf"), "-deaf"),
+    ("pacing", "Pacing=answers, a window larger than the modem's, silent nodes, reports lost: every readable meter is read",
+     partial(remedies.pacing, "[Field]\nPacing=answers\nWindow=8\n")),
     remedy("alarms", "opened cases behind other bytes, and of a node that is not registered, are not told", remedies.alarms),
     remedy("memory", "10,500 nodes speak, the node table keeps them all", remedies.memory),
 ]

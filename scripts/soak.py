@@ -15,6 +15,7 @@ from rig.machine import Machine
 from rig.postgres import Postgres
 from rig.sqlite import Sqlite
 from rig.substation import SITE, Site, split_message
+from soakparts import field
 from soakparts.account import Account, Meter, single
 from soakparts.health import Health
 from soakparts.peers import Peer, drain
@@ -96,9 +97,10 @@ class Soak:
         self.site, self.rows, self.options, self.machine = site, rows, options, machine
         self.clock = PlayClock(options.speed)
         unreadable = set() if options.no_faults else {SILENT, SPOILED}
-        meters = {number: Meter(number, uin, model != "CE102" and uin not in unreadable)
-                  for number, uin, model in [(1, KTP, "CE301"), *zip(range(11, 31), UINS, MODELS)]}
-        self.account = Account(meters, meters[1], MULTIPLIER)
+        unread = field.FieldAccount.unread_models if options.field else Account.unread_models
+        self.meters = {number: Meter(number, uin, model not in unread and uin not in unreadable)
+                       for number, uin, model in [(1, KTP, "CE301"), *zip(range(11, 31), UINS, MODELS)]}
+        self.account = Account(self.meters, self.meters[1], MULTIPLIER)
         self.frames = []  # data frames that the watcher got
         self.stamps, self.lives = [], []
         self.peers = [Peer(self, "outer", True), Peer(self, "inner", False)]
@@ -109,13 +111,16 @@ class Soak:
     def start(self):
         self.site.start_time = str(self.now())[:23]
         self.site.start_substation()
+        if self.options.field:
+            radio = field.Radio(self.site.path("traffic"))
+            self.account = field.FieldAccount(self.meters, self.meters[1], MULTIPLIER, radio)
         self.report = open(self.site.path("report.csv"), encoding="ascii")  # follows it to the end
         self.columns, self.unfinished = self.report.readline().strip().split(","), ""
         self.start_daemon()
 
     def start_daemon(self):
         site = self.site
-        admin = site.listen("admin")
+        self.admins = site.listen("admin")
         self.peers[0].listener = bus.Listener(site.directory, "outer")
         listens = "Start server: probe Ok!!!! "
         earlier = site.log_texts().count(listens)
@@ -123,7 +128,7 @@ class Soak:
         site.start()
         born = self.now()
         self.peers[0].come()
-        self.admin = site.accept(admin)
+        self.admin = site.accept(self.admins)
         self.admin.send(bus.command(b"Input_Data_On"))
         site.wait_for_log(listens, earlier + 1, timeout=60)
         self.watcher = site.connect("probe")
@@ -144,6 +149,12 @@ class Soak:
         self.start_daemon()
         self.account.counts["administrator lost, daemon started again"] += 1
 
+    def lose_administrator(self):
+        """With the remedy the daemon goes on, and connects to him again."""
+        self.admin.close()
+        self.admin = self.site.accept(self.admins)
+        self.account.counts["administrator lost and back"] += 1
+
     def look(self):
         """Takes in what has been said since."""
         drain(self.admin)
@@ -159,6 +170,7 @@ class Soak:
     def take(self, word, name, body):
         if word == b"error":
             self.account.counts["alarms on the bus"] += b"#ERROR:55#" in body
+            self.account.counts["modem started anew"] += b"#ERROR:256#" in body
             return
         records = [body[i:i + 44] for i in range(0, len(body), 44)]
         if word == b"tempdb":
@@ -170,6 +182,7 @@ class Soak:
                                         (struct.unpack("<i19s19sh", record) for record in records)])
 
     def take_sweep(self, stamp, name, records):
+        self.account.closed[stamp] = self.now()
         self.account.check_summary(name, records, self.rows.readings(stamp))
         half_hour = stamp.replace(minute=stamp.minute // 30 * 30, second=0)
         if self.stamps:
@@ -178,7 +191,8 @@ class Soak:
             if gap != HOUR / 2:
                 self.account.fault(f"{name}: {gap} after the sweep of {before}")
             self.account.close_sweep(before, stamp, self.rows.readings(before))
-        if stamp - half_hour >= datetime.timedelta(minutes=1):
+        # What was missed while a tick lasted is made up, if the settings ask for that.
+        if stamp - half_hour >= datetime.timedelta(minutes=5 if self.options.field else 1):
             self.account.fault(f"{name}: not in the minute of its schedule")
         self.stamps.append(stamp)
 
@@ -203,7 +217,10 @@ class Soak:
                 self.each_hour(now)
                 hour += HOUR
             if now >= restart and not self.options.no_faults:
-                self.restart_with_administrator()
+                if self.options.field:
+                    self.lose_administrator()
+                else:
+                    self.restart_with_administrator()
                 restart += datetime.timedelta(days=10)
             if len(self.stamps) // 48 > printed:
                 printed = len(self.stamps) // 48
@@ -224,11 +241,20 @@ class Soak:
 
     def each_hour(self, now):
         self.health.sample(now)
+        if self.options.field and now.hour == 12:
+            self.move_time_server()
         for number, peer in enumerate(self.peers):
             if now.hour % 7 == 3 * number and not self.options.no_faults:
                 peer.go()
                 peer.come()
                 self.account.counts["peer gone and back"] += 1
+
+    def move_time_server(self):
+        """Every other day there is no ntpq."""
+        away = not self.account.time_server_away
+        here, there = map(self.site.path, ("ntpq", "ntpq.away"))
+        os.rename(*((here, there) if away else (there, here)))
+        self.account.time_server_away = away
 
     def check_end(self):
         counts = self.account.counts
@@ -238,6 +264,7 @@ class Soak:
         spoiled = counts["alarms on the bus"] - counts["alarms raised"]
         if not 0 <= spoiled <= counts["alarms cut or lost"]:
             self.account.fault("alarms were lost, or came twice")
+        self.account.check_end()
         complete = counts["query sweeps"] * sum(meter.readable for meter in self.account.meters.values())
         if self.options.no_faults and counts["readings"] != complete:
             self.account.fault(f"{complete} readings were there to be had")
@@ -246,7 +273,12 @@ class Soak:
 def play(options, sweeps, base):
     """Whether it went without a fault, and whether this machine kept up."""
     scenario = "[all]\n" if options.no_faults else FAULTS.format(seed=options.seed, alarms=alarms(options.days))
-    with base, Site(base.keys, "now", options.speed, scenario, REGISTER, SETTINGS) as site, Machine() as machine:
+    settings = SETTINGS
+    if options.field:
+        scenario = scenario.replace("[all]\n", "[all]\n" + field.FAULTS)
+        settings = SITE.replace("Connections=", "Connections=nobody outer") + f"CounterKTPMultiplier={MULTIPLIER}\n"
+        settings += field.SETTINGS
+    with base, Site(base.keys, "now", options.speed, scenario, REGISTER, settings) as site, Machine() as machine:
         soak = Soak(site, Rows(site, base), options, machine)
         try:
             soak.run(sweeps)
@@ -256,8 +288,9 @@ def play(options, sweeps, base):
     return not soak.account.faults, soak.machine_kept_up()
 
 
-def quick_play(options, base):
+def quick_play(options, base, in_field=False):
     """Whether it went without a fault. Faults on a machine that did not keep up prove nothing: once more, slower."""
+    options.field = in_field
     for options.speed in (200, 50):
         good, kept_up = play(options, 1, base())
         if good or kept_up:
@@ -280,12 +313,13 @@ def main():
     parser.add_argument("--speed", type=int, default=240, help="how many times as fast as life")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--postgres", action="store_true", help="instead of SQLite")
+    parser.add_argument("--field", action="store_true", help="with every remedy on and pacing by answers, and a worse radio")
     parser.add_argument("--no-faults", action="store_true", help="good days: every meter must be read in every sweep")
-    parser.add_argument("--quick", action="store_true", help="two sweeps and the clocks, on either database, in a minute")
+    parser.add_argument("--quick", action="store_true", help="two sweeps and the clocks, on either database, and with --field")
     options = parser.parse_args()
     work_in_memory()
     if options.quick:
-        return int(not all([quick_play(options, Sqlite), quick_play(options, Postgres)]))
+        return int(not all([quick_play(options, Sqlite), quick_play(options, Postgres), quick_play(options, Sqlite, True)]))
     return int(not play(options, 48 * options.days, Postgres() if options.postgres else Sqlite())[0])
 
 

@@ -4,7 +4,7 @@ import os
 import struct
 
 from faultplays.cable import Cable
-from faultplays.stage import ON_DEMAND, Stage, hold
+from faultplays.stage import ON_DEMAND, Stage, hold, readings
 from rig import buspeer as bus
 from rig.substation import NODE, SETTINGS, SITE, read_message
 
@@ -13,6 +13,7 @@ MODEM_LINE = b"\r\nUCAST:%s,%02X=%s\r\n"
 UNREACHABLE, MUTE = range(2, 9, 2), range(1, 9, 2)  # nodes by number; 10 more is the global_id
 NO_TIME_SWEEPS = "TimeOfSetTime=^none$\nTimeOfGetTime=^none$\n"
 ONE_METER = "global_id,UIN,Number,Model,Type,KI_Number\n1,KTP-1,12345,CE301,1,\n11," + NODE % 1 + ",70001,SET1,0,1\n"
+GOOD = 8  # readings of a sweep in which nothing goes wrong: the CE102 is not read
 MOST_NODES = 10_001  # the modem itself is listed, too
 
 
@@ -104,6 +105,33 @@ def alarms(field):
                 if word == b"error":
                     told.append(int(b"".join(text).split(b"#")[0]))
     return sorted(told) != [0, 12], f"opened cases told of {sorted(told)}"
+
+
+def modem(fault, field):
+    """The modem loses its power, or goes deaf, behind the daemon's start."""
+    read = []
+    with Stage(scenario=f"[all]\n{fault} = 2014-03-04 08:31:30\n", settings=ON_DEMAND + field) as site:
+        site.begin()
+        for _ in range(3):
+            site.ask()
+            read.append(readings(site.closed_sweep()))
+    return read[-1] < GOOD, f"{', '.join(map(str, read))} of {GOOD} readings in three sweeps"
+
+
+def pacing(field):
+    """Eight nodes at once are more than the modem takes, one cannot be reached, one never answers, reports are lost."""
+    scenario = (f"[all]\nseed = 3\nhops = 5\non-their-way = 2\nreport-loss = 0.2\n[node {NODE % 1}]\nnack = 1\n"
+                f"[node {NODE % 2}]\nsilent = yes\n")
+    with Stage(scenario=scenario, speed=20, settings=ON_DEMAND + field) as site:
+        site.begin()
+        refused = "ERROR:07"
+        for _ in range(3):
+            site.ask()
+            read = readings(site.closed_sweep())
+            hold(read == GOOD - 2, f"{read} of {GOOD - 2} readings")
+        times = site.traffic().count(refused)
+    hold(times > 0, "the modem refused nothing")
+    return f"every readable meter in three sweeps, {times} messages refused"
 
 
 def listed_nodes(admin):

@@ -25,13 +25,14 @@ def seconds(clock):
 class Answer:
     """A line of the substation's report; what it says of energy, as the daemon multiplies it."""
 
-    def __init__(self, line, multiplier):
+    def __init__(self, line, multiplier, unread_models):
         self.time = datetime.datetime.fromisoformat(line["time"])
         self.uin, self.model, self.kind = line["uin"], line["model"], line["kind"]
         self.text, self.whole = line["values"], line["whole"] == "yes"
-        self.value = stored(multiplier * float(v) for v in self.text.split()) if self.kind == "energy" else self.text[-8:]
+        values = [multiplier * float(v) for v in self.text.split()] if self.kind == "energy" else []
+        self.value = stored(values + [0.0] * (5 - len(values))) if values else self.text[-8:]  # a CE102 has no tariffs
         flawed = line["flaw"] and (self.model, self.kind) != ("SET1", "clock")  # which has no checksum
-        self.readable = self.model != "CE102" and not flawed and self.kind != "alarm"
+        self.readable = self.model not in unread_models and not flawed and self.kind != "alarm"
 
 
 class Meter:
@@ -62,10 +63,13 @@ class Account:
     """`meters` by global_id; `reference` is the substation meter: its readings are multiplied, its clock stands for the
     system's own."""
 
+    unread_models = ("CE102",)
+
     def __init__(self, meters, reference, multiplier):
         self.meters, self.reference, self.multiplier = meters, reference, multiplier
         self.answers = {"energy": [], "clock": []}
         self.counts, self.faults = collections.Counter(), []
+        self.closed = {}  # the sweeps that are not accounted for yet: when they were closed
 
     def fault(self, text):
         self.faults.append(text)
@@ -73,7 +77,7 @@ class Account:
 
     def take_answers(self, lines):
         for line in lines:
-            answer = Answer(line, self.multiplier if line["uin"] == self.reference.uin else 1)
+            answer = Answer(line, self.multiplier if line["uin"] == self.reference.uin else 1, self.unread_models)
             if answer.kind != "alarm":
                 self.answers[answer.kind].append(answer)
             elif answer.whole:
@@ -97,6 +101,7 @@ class Account:
             rows_of[row[0]].append(row)
         for number, meter in self.meters.items():
             self._check_meter(name, meter, rows_of.pop(number, []), answers[meter.uin])
+        self.closed.pop(name, None)
         if rows_of:
             self.fault(f"{name}: rows of meters that are none: {dict(rows_of)}")
         self.counts["query sweeps"] += 1
@@ -115,11 +120,13 @@ class Account:
         if meter is self.reference and readings:
             due = readings  # asked again after an answer that came too late, it gives one of the two
         if due - readings:
-            self.fault(f"{name}: meter {meter.number} answered {list(due - readings)}, stored {list(readings)}")
+            self.missed(name, meter, due, readings)
         if readings - possible:
             self.fault(f"{name}: meter {meter.number} never answered {list(readings - possible)}")
         if not rows or len(silent) > 1:
             self.fault(f"{name}: meter {meter.number} has the rows {rows}")
+        for row in silent:
+            self.check_silence(name, meter, row[-1], answers)
         meter.remember(answers, readings)
         self.counts["answers"] += len(answers)
         self.counts["answers that can be read"] += sum(answer.readable for answer in answers)
@@ -130,6 +137,22 @@ class Account:
         self.counts["rows without a reading"] += len(silent)
         self.counts["sweeps in which a readable meter gave none"] += meter.readable and not readings
 
+    def missed(self, name, meter, due, readings):
+        self.fault(f"{name}: meter {meter.number} answered {list(due - readings)}, stored {list(readings)}")
+
+    def check_silence(self, name, meter, status, answers):
+        """By default a status may be another meter's, whose report was taken for this one's."""
+
+    def clocks_missed(self, due, shown):
+        return due - shown
+
+    def check_reference_clock(self, name, behind):
+        if behind not in ([1], [2]):  # by what the time server says, 1.5 s
+            self.fault(f"{name}: not one reference clock: {behind} seconds behind")
+
+    def check_end(self):
+        pass
+
     def close_time_sweep(self, name, until, records, rows):
         """Rows and records: (meter, its clock's time of day, when it was asked)."""
         self.check_summary(name, [record + (0,) for record in records], [row + (0,) for row in rows])
@@ -138,11 +161,10 @@ class Account:
             shown = collections.Counter(clock for row_of, clock, _ in rows if row_of == number)
             if meter is self.reference:
                 behind = [seconds(asked) - seconds(clock) for row_of, clock, asked in rows if row_of == number]
-                if behind not in ([1], [2]):  # by what the time server says, 1.5 s
-                    self.fault(f"{name}: not one reference clock: {behind} seconds behind")
+                self.check_reference_clock(name, behind)
                 continue
             due, possible = meter.due_and_possible(answers[meter.uin])
-            if due - shown or shown - possible:
+            if self.clocks_missed(due, shown) or shown - possible:
                 self.fault(f"{name}: the clock of meter {number} showed {list(due)}, stored is {list(shown)}")
             meter.remember(answers[meter.uin], shown)
         self.counts["time sweeps"] += 1

@@ -18,7 +18,7 @@ import time
 TESTS = {
     "app": ["tst_ravelin", "test_bus", "test_admin"],
     "bus": ["tst_ravelin", "test_bus"],
-    "collector": ["tst_collectorvalues", "tst_collector", "tst_answers", "tst_fieldconduct"],
+    "collector": ["tst_collectorvalues", "tst_collector", "tst_answers", "tst_fieldconduct", "tst_pacing"],
     "meters": ["tst_meters", "tst_metermodel", "tst_answers"],
     "register": ["tst_register"],
     "support": ["tst_support"],

@@ -116,6 +116,7 @@ private slots:
         row("payload without its end", "\r\nUCAST:{A},06=abcdef\r");
         row("header without its end", "\r\nUCAST:{A},0");
         row("fewer bytes than announced", "\r\nUCAST:{A},09=abcd\r\n/\r\nACK:02\r\n/");
+        row("line end in the address", "UCAST:\r\n/D6F00001733EB,06=ab\r\n/UCAST:{A},01\r\n/b\r\n/");
         row("a text, a length that is none, one that is negative",
             "UCAST:{A}=text\r\n/UCAST:{A},zz=\r\n/UCAST:{A},80=ab\r\n/");
     }

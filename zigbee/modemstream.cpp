@@ -27,6 +27,8 @@ qsizetype EndOfPayload(QByteArrayView bytes, qsizetype start)
     const bool fromNode = line.startsWith("UCAST:") || line.startsWith("BCAST:");
     if (!fromNode || line.size() < HeaderSize || line[HeaderSize - 4] != ',')
         return 0;
+    if (line.first(std::min(line.size(), HeaderSize + 1)).contains(LineEnd))
+        return 0;
     return start + HeaderSize + AnnouncedLength(line.sliced(HeaderSize - 3, 2));
 }
 
@@ -35,15 +37,14 @@ qsizetype EndOfMessage(QByteArrayView bytes)
 {
     const auto* const first = std::find_if(bytes.begin(), bytes.end(), [](char c) { return c != '\r' && c != '\n'; });
     const qsizetype start = first - bytes.begin();
-    qsizetype searchFrom = start;
     if (const qsizetype end = EndOfPayload(bytes, start)) {
         if (bytes.size() < end + LineEnd.size())
             return 0;
         if (bytes.sliced(end).startsWith(LineEnd))
             return end + LineEnd.size();
-        searchFrom = start + HeaderSize; // bytes were lost: the line ends before its payload should
+        // Bytes were lost: the line ends before its payload should.
     }
-    const qsizetype lineEnd = bytes.indexOf(LineEnd, searchFrom);
+    const qsizetype lineEnd = bytes.indexOf(LineEnd, start);
     return lineEnd < 0 ? 0 : lineEnd + LineEnd.size();
 }
 

@@ -60,6 +60,7 @@ void PacedRound::Reported(const QString& uin, bool delivered)
         return;
     if (delivered && until == Until::Answered) {
         onTheWay[at].reported = true;
+        window.Delivered();
         return;
     }
     EndTurn(uin);

@@ -10,9 +10,12 @@ public:
 
     [[nodiscard]] int Size() const { return size; }
 
+    void Delivered() { failuresInARow = 0; }
+
+    /// A node has answered, or was delivered a message that gets no answer.
     void Succeeded()
     {
-        failuresInARow = 0;
+        Delivered();
         if (++successes % SuccessesToGrow == 0)
             size = std::min(size + 1, largest);
     }

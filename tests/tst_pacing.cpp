@@ -111,6 +111,7 @@ private slots:
             "0:1 300:2 320:3 340:4");
         row("a report is lost", 1, "la", "0:1 10000:2");
         row("the modem is started anew", 4, "asa", "0:1 20:2 70:1 90:2 110:3");
+        row("a delivery among eight failures", 4, "ffffmffff", "0:1 20:2 40:3 60:4 400:5 420:6 440:7 460:8 820:9");
         row("five failures in a row: halved", 4, "fffffffff", "0:1 20:2 40:3 60:4 400:5 420:6 440:7 460:8 840:9");
     }
 
@@ -126,6 +127,18 @@ private slots:
         QCOMPARE(journal.filter(u"bus: tempdb"_s).size(), complete ? 1 : 0); // nobody is waited for
         if (!complete)
             QCOMPARE(Readings().size(), nodes.count(Answers) + nodes.count(Unnumbered));
+    }
+
+    void addressRegisteredTwice()
+    {
+        RadioWindow window(4);
+        PacedRound round({u"a"_s, u"a"_s, u"b"_s}, PacedRound::Until::Answered, 1000, window);
+        for (const auto* const next : {"a", "b", ""}) {
+            QCOMPARE(round.Next().value_or(QString()), QString::fromLatin1(next));
+            round.Accepted();
+        }
+        round.Answered(u"a"_s);
+        QCOMPARE(round.Next(), u"a"_s);
     }
 
     void windowGrowsBack()

@@ -3,6 +3,7 @@
 #include "ending.h"
 #include "nodecommands.h"
 #include "ravelin.h"
+#include "service.h"
 #include "version.h"
 
 #include <QDataStream>
@@ -61,6 +62,7 @@ const Ravelin::KnownCommand Ravelin::Commands[] = {
 
 void Ravelin::AdminCommand(QByteArray& command_name, QByteArray& data, int IDConnection, TMyLocalSocket*)
 {
+    const Liveness::Aside aside(Service::Work());
     for (const KnownCommand& command : Commands) {
         if (command_name == command.name || (command.anywhere && command_name.contains(command.name))) {
             (this->*command.carryOut)({command_name, data, IDConnection});

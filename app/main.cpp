@@ -2,9 +2,11 @@
 #include "defaultpaths.h"
 #include "ending.h"
 #include "heap.h"
+#include "journal.h"
 #include "log.h"
 #include "necessity.h"
 #include "ravelin.h"
+#include "service.h"
 #include "version.h"
 
 #include <QCoreApplication>
@@ -69,12 +71,14 @@ int main(int argc, char* argv[])
 {
     ::umask(0007); // what it makes is for its user and group alone
     KeepFreedHeap();
+    Journal::Attach();
     const QCoreApplication application(argc, argv);
     if (const QString text = Information(QCoreApplication::arguments()); !text.isEmpty()) {
         std::fputs(text.toUtf8().constData(), stdout);
         return 0;
     }
     Ending::InstallSignalHandlers();
+    Service::Install();
 
     QTranslator translator;
     static_cast<void>(translator.load(u"Ravelin.qm"_s, u""_s, u""_s, u""_s)); // texts stay English without it
@@ -84,6 +88,7 @@ int main(int argc, char* argv[])
     LoadAllSettings(*controller, QCoreApplication::arguments());
     controller->Start();
     Log(QCoreApplication::translate("main", "Start Ok!"));
+    Service::Ready();
 
     const std::optional<int> early = Ending::Requested();
     const int code = early ? *early : QCoreApplication::exec();

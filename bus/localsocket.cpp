@@ -21,7 +21,8 @@ void TMyLocalSocket::WriteFrame(const QByteArray& frame)
     if (bytesToWrite() > 0 && bytesToWrite() + frame.size() > LargestBacklog) {
         if (droppedFrames++ == 0)
             Log(tr("Peer %1 does not read, %2 bytes are waiting: frames to it are dropped")
-                    .arg(Shown(Name), QString::number(bytesToWrite())));
+                    .arg(Shown(Name), QString::number(bytesToWrite())),
+                Severity::Warning);
         return;
     }
     if (droppedFrames > 0)

@@ -6,6 +6,7 @@
 #include "heap.h"
 #include "localserver.h"
 #include "log.h"
+#include "service.h"
 #include "shown.h"
 
 #include <QSignalBlocker>
@@ -47,6 +48,7 @@ void TConnector::timerEvent(QTimerEvent* event)
 {
     if (event->timerId() != reconnectTimer.timerId())
         return;
+    const Liveness::Aside aside(Service::Work());
     incomingLog.PeriodEnds(tr("... and %1 more lines about connections that came and went"));
     refusalLog.PeriodEnds(tr("... and %1 more refusals"));
     GiveBackFreedHeap();
@@ -108,6 +110,7 @@ bool TConnector::ReconnectAdmin(const QByteArray& identify)
 
 void TConnector::Connect(TMyLocalSocket& socket, const QByteArray& identify)
 {
+    Service::Step(); // each may take long
     socket.connectToServer(QString::fromUtf8(socket.Name), QIODevice::ReadWrite);
     if (!WaitForConnected(socket)) {
         if (socket.state() == QLocalSocket::ConnectingState)
@@ -132,7 +135,7 @@ void TConnector::TellObstacle(TMyLocalSocket& socket, const QString& reason)
     if (socket.ToldObstacle == reason)
         return;
     socket.ToldObstacle = reason;
-    Log(tr("Cannot connect to %1: %2").arg(Shown(socket.Name), reason));
+    Log(tr("Cannot connect to %1: %2").arg(Shown(socket.Name), reason), Severity::Warning);
 }
 
 void TConnector::TellWhoIsWaitedFor()
@@ -153,7 +156,7 @@ void TConnector::StartServer()
         if (Server->listen(ServerName)) {
             Log(tr("Start server: %1 Ok!!!! \n").arg(ServerName));
         } else {
-            Log(tr("Start Error: %1\n").arg(Server->errorString()));
+            Log(tr("Start Error: %1\n").arg(Server->errorString()), Severity::Error);
             Server->close();
         }
     }
@@ -201,7 +204,7 @@ void TConnector::connectionAdminError(QLocalSocket::LocalSocketError error)
 void TConnector::connectionOutError(QLocalSocket::LocalSocketError)
 {
     TMyLocalSocket* const socket = SenderSocket();
-    Log(tr("Connnection Out Error: %1 %2\n").arg(Shown(socket->Name), socket->errorString()));
+    Log(tr("Connnection Out Error: %1 %2\n").arg(Shown(socket->Name), socket->errorString()), Severity::Warning);
     emit ConnectionLost(socket);
     socket->abort();
 }
@@ -220,7 +223,8 @@ void TConnector::DisconnectOutConnection()
 void TConnector::DisconnectAdminConnection()
 {
     if (field.Has(FieldConduct::Bus)) {
-        Log(tr("The administrative server %1 is lost, and will be connected again").arg(Shown(AdminConnection->Name)));
+        Log(tr("The administrative server %1 is lost, and will be connected again").arg(Shown(AdminConnection->Name)),
+            Severity::Warning);
         return;
     }
     Ending::Request(AdminLostExitCode, tr("Admin connection is closed. Stopping application."));

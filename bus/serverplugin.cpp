@@ -34,7 +34,7 @@ bool TServerPlugin::LoadSettings(const QString& fileName)
 
     QString adminServerName = settings.Text(u"Base/AdminServerName"_s, NoName);
     if (adminServerName == NoName) {
-        Log(tr("Error load settings AdminServerName: NoName "));
+        Log(tr("Error load settings AdminServerName: NoName "), Severity::Warning);
         adminServerName = u"No_AdminServer_name"_s;
     }
     Connector->AdminConnection->Name = adminServerName.toUtf8();
@@ -43,7 +43,7 @@ bool TServerPlugin::LoadSettings(const QString& fileName)
     if (serverName != NoName)
         Connector->SetServerName(serverName);
     else
-        Log(tr("Error load settings ServerName: NoName "));
+        Log(tr("Error load settings ServerName: NoName "), Severity::Warning);
 
     const PeerUsers users(settings.Text(u"Field/BusUsers"_s, {}));
     for (const QString& name : users.Unknown())
@@ -74,7 +74,7 @@ bool TServerPlugin::openDataBaseBySettings(
     const QSqlError error = ::openDataBaseBySettings(connectionName, settings, group, extra);
     if (!error.isValid())
         return true;
-    Log(tr("Cannot open database %1: %2").arg(connectionName, error.text()));
+    Log(tr("Cannot open database %1: %2").arg(connectionName, error.text()), Severity::Error);
     return false;
 }
 

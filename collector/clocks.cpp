@@ -76,6 +76,7 @@ void TCollector::SetTimeCE_301()
 
 void TCollector::SendClockTo(const QStringList& uins)
 {
+    BatchBegins(tr("clock setting"), uins.size());
     ToEach(uins, PacedRound::Until::Reported, vars.UCAST_to_UCAST_Delay, [this](const QString& uin) {
         if (vars.field.Has(FieldConduct::Clocks))
             QCoreApplication::processEvents();
@@ -96,7 +97,7 @@ bool TCollector::StoreReferenceClock()
     if (vars.field.Has(FieldConduct::Ntp))
         return StoreReferenceClockIfListed(uin, listing);
     if (!listing.Finish()) {
-        Log(tr("ntpq -pn did not finish: %1. Polling stays stopped").arg(listing.ErrorString()));
+        Log(tr("ntpq -pn did not finish: %1. Polling stays stopped").arg(listing.ErrorString()), Severity::Error);
         return false;
     }
     AddReferenceClock(uin, listing.LineOf(vars.NtpServer));
@@ -107,9 +108,11 @@ bool TCollector::StoreReferenceClock()
 bool TCollector::StoreReferenceClockIfListed(const QString& uin, NtpQuery& listing)
 {
     if (!listing.Finish())
-        Log(tr("ntpq -pn did not finish: %1. No reference clock in this time sweep").arg(listing.ErrorString()));
+        Log(tr("ntpq -pn did not finish: %1. No reference clock in this time sweep").arg(listing.ErrorString()),
+            Severity::Warning);
     else if (const QByteArray line = listing.FindLine(vars.NtpServer); line.isNull())
-        Log(tr("ntpq does not list the NTP server %1. No reference clock in this time sweep").arg(vars.NtpServer));
+        Log(tr("ntpq does not list the NTP server %1. No reference clock in this time sweep").arg(vars.NtpServer),
+            Severity::Warning);
     else
         AddReferenceClock(uin, line);
     return true;

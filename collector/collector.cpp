@@ -11,6 +11,7 @@
 #include "nodeframe.h"
 #include "schedule.h"
 #include "serverplugin.h"
+#include "service.h"
 #include "statements.h"
 #include "timing.h"
 
@@ -32,7 +33,9 @@ TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* own
       window(vars.field.Window())
 {
     constexpr int AlarmEveryMs = 2000;
+    connect(pollTimer, &QTimer::timeout, this, Service::TickBegins);
     connect(pollTimer, &QTimer::timeout, this, &TCollector::timer_event);
+    connect(pollTimer, &QTimer::timeout, this, [this] { Service::TickEnds(pollTimer->isActive()); });
     connect(alarmTimer, &QTimer::timeout, this, &TCollector::CheckAlarm);
     pollTimer->setTimerType(Qt::PreciseTimer); // a coarse one may be more than a second off
     pollTimer->start(CollectorTiming::TickMs);
@@ -43,7 +46,7 @@ TCollector::TCollector(ZUCASTBuffer* buffer, SysVar settings, TServerPlugin* own
     if (lastError.isValid()) {
         const QString message = lastError.text() + " (alias name) "_L1;
         emit Error(message);
-        Log(message); // no slot can be connected to the signal yet
+        Log(message, Severity::Error); // no slot can be connected to the signal yet
     }
     ktpGlobalId = SubstationGlobalId();
     ReportInvalidPatterns();
@@ -85,9 +88,16 @@ void TCollector::LogText(const QString& text)
     emit LogMessage(text.toUtf8());
 }
 
+/// `messages` are to be sent for `what`; for whoever looks at the service's status.
+void TCollector::BatchBegins(const QString& what, qsizetype messages) const
+{
+    Service::BatchBegins(sweep.CurrentKind() == Sweep::Kind::Time ? tr("time sweep: %1").arg(what) : what, messages);
+}
+
 /// The modem reports the delivery later, for one message after the other: see zACK().
 void TCollector::SendToNode(const QString& uin, const QByteArray& message)
 {
+    Service::Step();
     const QByteArray node = uin.toUtf8();
     emit SendMessage(node, message);
     qDebug() << uin << "  " << message;
@@ -103,5 +113,5 @@ void TCollector::ReportInvalidPatterns() const
 {
     for (const QString& pattern : {vars.TimeOfQuery, vars.TimeOfSetTime, vars.TimeOfGetTime})
         if (const QString error = Schedule::ErrorIn(pattern); !error.isEmpty())
-            Log(tr("The time pattern \"%1\" is never met: %2").arg(pattern, error));
+            Log(tr("The time pattern \"%1\" is never met: %2").arg(pattern, error), Severity::Warning);
 }

@@ -127,6 +127,7 @@ private:
 
     // --- state and database: collector.cpp
     void LogText(const QString& text);
+    void BatchBegins(const QString& what, qsizetype messages) const;
     void SendToNode(const QString& uin, const QByteArray& message);
     void SendError(qint32 globalId, int code);
     [[nodiscard]] static qint32 SubstationGlobalId();

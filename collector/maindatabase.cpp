@@ -3,6 +3,7 @@
 #include "ending.h"
 #include "log.h"
 #include "necessity.h"
+#include "service.h"
 #include "statements.h"
 #include "sysvar.h"
 
@@ -60,7 +61,7 @@ public:
         const QString text = QCoreApplication::translate("MainBase", done ? workingText : failingText);
         const QString sentence = done ? text : text.arg(Reason(error));
         if (done ? necessity.Works(sentence) : necessity.Fails(sentence))
-            Log(sentence);
+            Log(sentence, done ? Severity::Info : Severity::Error);
     }
 
     void Forget() { necessity = Necessity(); }
@@ -96,7 +97,9 @@ Attempt Try(const QString& statement)
     const bool wasOpen = database.isOpen();
     QSqlQuery query(database);
     bool done = query.exec(statement);
+    const Liveness::Aside aside(Service::Work());
     while (!done && query.lastError().nativeErrorCode() == LockNotAvailable) {
+        Service::Step(); // another program has the table: to start anew would not free it
         Ending::LeaveIfRequested();
         done = query.exec(statement);
     }

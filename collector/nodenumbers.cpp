@@ -4,6 +4,7 @@
 #include "delay.h"
 #include "maindatabase.h"
 #include "nodecommands.h"
+#include "service.h"
 #include "statements.h"
 
 using namespace Qt::StringLiterals;
@@ -12,6 +13,7 @@ using MainBase::InLiteral;
 
 void TCollector::SendCounterNumber(QByteArray uin)
 {
+    Service::Step();
     const QString address = QString::fromUtf8(uin);
     QSqlQuery meter = Execute(Statements::NumberOf, InLiteral(address));
     if (!meter.next()) {

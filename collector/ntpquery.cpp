@@ -3,6 +3,7 @@
 #include "collector.h"
 #include "delay.h"
 #include "log.h"
+#include "service.h"
 
 #include <QDeadlineTimer>
 
@@ -21,6 +22,7 @@ NtpQuery::NtpQuery()
         ::setpgid(0, 0);
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     });
+    Service::Status(TCollector::tr("time sweep: the time daemon is asked"));
     process.start(u"ntpq"_s, {u"-pn"_s}, QIODevice::ReadWrite);
 }
 
@@ -64,7 +66,7 @@ QByteArray NtpQuery::LineOf(const QString& server)
         return process.readLine();
     QByteArray line = FindLine(server);
     if (line.isNull())
-        Log(TCollector::tr("ntpq does not list the NTP server %1. Polling stands still").arg(server));
+        Log(TCollector::tr("ntpq does not list the NTP server %1. Polling stands still").arg(server), Severity::Error);
     for (; line.isNull(); line = FindLine(server))
         Delay(BetweenLooksMs);
     return line;

@@ -76,7 +76,7 @@ void TCollector::TellWhatWasMissed() const
             if (Schedule::IsDueIn(pattern, minute))
                 missed.append(what + u' ' + Schedule::Stamp(minute));
     if (!missed.isEmpty())
-        Log(tr("Due while the tick before lasted, and not made: %1").arg(missed.join(", "_L1)));
+        Log(tr("Due while the tick before lasted, and not made: %1").arg(missed.join(", "_L1)), Severity::Warning);
 }
 
 /// What is due in this tick's minute.
@@ -134,6 +134,7 @@ QStringList TCollector::NodesWithoutClockReading()
 
 void TCollector::AskForClocks(const QStringList& uins)
 {
+    BatchBegins(tr("clock query"), uins.size());
     ToEach(uins, PacedRound::Until::Reported, vars.UCAST_to_UCAST_Delay, [this](const QString& uin) {
         const std::optional<Meter> meter = NodeMeter(uin);
         if (!meter)
@@ -180,6 +181,7 @@ void TCollector::AskAgain(const QStringList& silent)
 {
     qDebug("Repeat query...");
     LogText(tr("Repeat query..."));
+    BatchBegins(tr("query again"), silent.size());
     ToEach(silent, PacedRound::Until::Reported, vars.UCAST_to_UCAST_Delay, [this](const QString& uin) {
         LogText(tr("%1 not send data...").arg(uin));
         if (sweep.CurrentKind() == Sweep::Kind::Time)
@@ -258,6 +260,7 @@ void TCollector::StoreSubstationReading()
 std::optional<Energy> TCollector::ReadSubstationPatiently()
 {
     Energy energy;
+    BatchBegins(tr("substation meter, try"), vars.RepeateQueryKTPNumber + 1);
     for (int triesLeft = vars.RepeateQueryKTPNumber;
          !ReadPowerFromKTP(energy.total, energy.t1, energy.t2, energy.t3, energy.t4); --triesLeft) {
         if (triesLeft == 0)
@@ -271,6 +274,7 @@ std::optional<Energy> TCollector::ReadSubstationPatiently()
 /// Tells each node to send what it holds.
 void TCollector::ReadOut(const QStringList& uins, unsigned int pauseMs)
 {
+    BatchBegins(tr("read-out"), uins.size());
     ToEach(uins, PacedRound::Until::Answered, pauseMs, [this](const QString& uin) {
         PrepareReadOut(uin);
         SendToNode(uin, NodeCommands::ReadOut.toByteArray());

@@ -3,6 +3,7 @@
 #include "collector.h"
 #include "ending.h"
 #include "maindatabase.h"
+#include "service.h"
 #include "statements.h"
 
 #include <QSet>
@@ -93,6 +94,7 @@ void TCollector::AddToSweep(const QString& globalId, int status, const QString& 
                 return true;
         return !stored.isActive();
     };
+    const Liveness::Aside aside(Service::Work());
     MainBase::Insert(row, mayBeThere, stamp.IsValid() ? MainBase::Failure::Told : MainBase::Failure::Expected);
 }
 

@@ -31,7 +31,8 @@ void TCollector::ReceivedUCAST(QByteArray uin, QByteArray message)
     const QString address = InLiteral(QString::fromUtf8(uin));
     const bool kept = !vars.field.Has(FieldConduct::Memory) || Execute(Statements::TypeOf, address).next();
     if (kept && !reports.Heard(uin) && !strangersTold) {
-        Log(tr("More than %1 nodes were heard: of further ones nothing is kept").arg(DeliveryReports::MostNodes));
+        Log(tr("More than %1 nodes were heard: of further ones nothing is kept").arg(DeliveryReports::MostNodes),
+            Severity::Warning);
         strangersTold = true;
     }
     if (message == NodeCommands::CaseOpened) {

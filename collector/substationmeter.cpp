@@ -5,6 +5,7 @@
 #include "collector.h"
 #include "maindatabase.h"
 #include "metermodel.h"
+#include "service.h"
 #include "statements.h"
 #include "substationline.h"
 
@@ -44,6 +45,7 @@ bool TCollector::ReadPowerFromKTP(float& total, float& t1, float& t2, float& t3,
 /// The registers, times the multiplier.
 std::optional<Energy> TCollector::ReadSubstation()
 {
+    Service::Step();
     const std::optional<Meter> meter = SubstationMeter();
     const SubstationProtocol* const protocol = meter ? ProtocolOf(meter->model) : nullptr;
     if (!protocol)

@@ -1,11 +1,10 @@
 #include "log.h"
 
 #include "clock.h"
+#include "necessity.h"
 
 #include <QDir>
 #include <QFileInfo>
-
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -38,21 +37,22 @@ QString StateDirectory()
 
 TLog::TLog(const QString& fileName) : file(fileName) { }
 
-void TLog::Message(const QString& text)
+void TLog::Message(const QString& text, Severity severity)
 {
     if (enabled)
-        Alert(text);
+        Alert(text, severity);
 }
 
-void TLog::Alert(const QString& text)
+void TLog::Alert(const QString& text, Severity severity)
 {
+    Journal::Write(severity, text, Journal::Source::Log);
     if (file.WriteLine(Line(text))) {
         reportedError.clear();
         return;
     }
     const QString error = file.ErrorString();
     if (error != reportedError)
-        std::fprintf(stderr, "Cannot write the log %s: %s\n", qUtf8Printable(file.Path()), qUtf8Printable(error));
+        Necessity().Fails(u"Cannot write the log %1: %2"_s.arg(file.Path(), error));
     reportedError = error;
 }
 
@@ -63,8 +63,8 @@ QString TLog::getDirPathDefault(const QString& baseName)
     return CanBeWritten(systemWide) ? systemWide : StateDirectory() + name;
 }
 
-void Log(const QString& text)
+void Log(const QString& text, Severity severity)
 {
     if (pLog)
-        pLog->Message(text);
+        pLog->Message(text, severity);
 }

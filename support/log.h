@@ -1,6 +1,7 @@
 #pragma once
 
 #include "appendfile.h"
+#include "journal.h"
 
 /// The process's log: one line for each message, "2014-03-04T08:30:00.123 text". No failure is returned: when the file
 /// cannot be written, stderr tells so once (and again when the reason changes), and the next message is tried again.
@@ -8,13 +9,13 @@ class TLog final {
 public:
     explicit TLog(const QString& fileName);
 
-    /// Appends one line. Line ends behind `text` are removed, a line end inside it becomes a blank; blanks stay, they
-    /// are part of the text. Nothing is written while output is switched off.
-    void Message(const QString& text);
+    /// Appends one line, also to the journal if there is one. Line ends behind `text` are removed, a line end inside it
+    /// becomes a blank; blanks stay, they are part of the text. Nothing is written while output is switched off.
+    void Message(const QString& text, Severity severity = Severity::Info);
 
     /// As Message(), also while output is switched off: for what the operator must see when the settings, "Log" among
     /// them, could not be read.
-    void Alert(const QString& text);
+    void Alert(const QString& text, Severity severity = Severity::Warning);
 
     /// Output is on in a new log.
     void Enabled(bool on) { enabled = on; }
@@ -39,4 +40,4 @@ private:
 extern TLog* pLog;
 
 /// pLog->Message(), or nothing while there is no log.
-void Log(const QString& text);
+void Log(const QString& text, Severity severity = Severity::Info);

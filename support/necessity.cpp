@@ -1,12 +1,17 @@
 #include "necessity.h"
 
+#include "journal.h"
+
 #include <cstdio>
 
 namespace {
 
-void Tell(const QString& text)
+void Tell(const QString& text, Severity severity)
 {
-    std::fprintf(stderr, "%s\n", qUtf8Printable(text));
+    if (Journal::IsStderr())
+        Journal::Write(severity, text, Journal::Source::Necessity);
+    else
+        std::fprintf(stderr, "%s\n", qUtf8Printable(text));
 }
 
 } // namespace
@@ -16,7 +21,7 @@ bool Necessity::Fails(const QString& text)
     if (told.contains(text))
         return false;
     told.insert(text);
-    Tell(text);
+    Tell(text, Severity::Error);
     return true;
 }
 
@@ -25,6 +30,6 @@ bool Necessity::Works(const QString& text)
     if (told.isEmpty())
         return false;
     told.clear();
-    Tell(text);
+    Tell(text, Severity::Info);
     return true;
 }

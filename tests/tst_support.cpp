@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <memory>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -110,11 +111,28 @@ private slots:
         QCOMPARE(Contents(log.Path()).replace("2014-03-04T08:29:30.007 ", ""), "0\n1\nand 3,210 more\nnext\n"_ba);
     }
 
+    void necessity_data()
+    {
+        QTest::addColumn<bool>("isJournal");
+        QTest::addColumn<QByteArray>("lines");
+        QTest::addRow("stderr") << false << "gone\nbusy\nworks\ngone\n"_ba;
+        QTest::addRow("journal")
+            << true << "<3>gone\n<3>busy\n<6>works\n<3>gone\n<6>Start Ok!\n<4>Start Ok!\n<7>traffic b\n"_ba;
+    }
+
     void necessity()
     {
+        QFETCH(const bool, isJournal);
+        QFETCH(const QByteArray, lines);
         const QByteArray path = Path(u"stderr"_s).toUtf8();
         const int kept = ::dup(STDERR_FILENO);
         QVERIFY(std::freopen(path.constData(), "w", stderr));
+        struct stat file = {};
+        ::fstat(STDERR_FILENO, &file);
+        const ino_t other = isJournal ? 0 : 1;
+        qputenv("JOURNAL_STREAM", QByteArray::number(file.st_dev) + ':' + QByteArray::number(file.st_ino + other));
+        Journal::Attach();
+        TLog log(Path(u"a.log"_s));
         Necessity port;
         port.Works(u"never failed"_s);
         for (const char* const reason : {"gone", "busy", "gone"})
@@ -122,10 +140,21 @@ private slots:
         port.Works(u"works"_s);
         port.Works(u"still works"_s);
         port.Fails(u"gone"_s);
+        log.Message(u"gone"_s, Severity::Warning); // the same, once
+        log.Message(u"Start Ok!\n"_s);
+        log.Message(u"Start Ok!"_s, Severity::Warning);
+        log.Enabled(false);
+        log.Message(u"off"_s);
+        if (isJournal)
+            qDebug("traffic\nb");
         std::fflush(stderr);
+        qputenv("JOURNAL_STREAM", {});
+        Journal::Attach();
+        qInstallMessageHandler(nullptr);
         ::dup2(kept, STDERR_FILENO);
         ::close(kept);
-        QCOMPARE(Contents(QString::fromUtf8(path)), "gone\nbusy\nworks\ngone\n"_ba);
+        QCOMPARE(Contents(QString::fromUtf8(path)), lines);
+        QCOMPARE(Contents(log.Path()).count('\n'), 3);
     }
 
     void settings_data()

@@ -36,6 +36,12 @@ QDateTime CurrentDateTime()
     return now;
 }
 
+// A step of the virtual clock is a wait.
+qint64 MonotonicMs()
+{
+    return now.toMSecsSinceEpoch();
+}
+
 void Delay(unsigned int ms)
 {
     delays.append(ms);

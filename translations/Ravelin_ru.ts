@@ -143,6 +143,33 @@
     </message>
 </context>
 <context>
+    <name>Service</name>
+    <message>
+        <source>The service manager cannot be told: %1</source>
+        <translation>Менеджеру служб нельзя сообщить о работе: %1</translation>
+    </message>
+    <message>
+        <source>The service manager can be told again</source>
+        <translation>Менеджеру служб снова можно сообщать о работе</translation>
+    </message>
+    <message>
+        <source>No work is done (%1; for %2 s): the service manager is to start the daemon anew</source>
+        <translation>Работа не идёт (%1; уже %2 с): менеджер служб должен перезапустить программу</translation>
+    </message>
+    <message>
+        <source>%1 %2 of %3</source>
+        <translation>%1 %2 из %3</translation>
+    </message>
+    <message>
+        <source>waiting</source>
+        <translation>ожидание</translation>
+    </message>
+    <message>
+        <source>polling has ended</source>
+        <translation>опрос прекращён</translation>
+    </message>
+</context>
+<context>
     <name>SettingsFile</name>
     <message>
         <source>it does not exist</source>
@@ -290,6 +317,30 @@
     <message>
         <source>Open the case: node %1 is not in the register, or that cannot be read</source>
         <translation>Вскрыт корпус: узла %1 нет в реестре, или реестр не читается</translation>
+    </message>
+    <message>
+        <source>time sweep: %1</source>
+        <translation>опрос часов: %1</translation>
+    </message>
+    <message>
+        <source>time sweep: the time daemon is asked</source>
+        <translation>опрос часов: опрашивается служба времени</translation>
+    </message>
+    <message>
+        <source>clock query</source>
+        <translation>запрос часов</translation>
+    </message>
+    <message>
+        <source>query again</source>
+        <translation>повторный запрос</translation>
+    </message>
+    <message>
+        <source>substation meter, try</source>
+        <translation>счётчик подстанции, попытка</translation>
+    </message>
+    <message>
+        <source>read-out</source>
+        <translation>считывание</translation>
     </message>
 </context>
 <context>

@@ -75,7 +75,8 @@ void SerialLine::Write(const QByteArray& bytes)
         return;
     const bool full = port.bytesToWrite() >= MostWaiting;
     if (full && !wasFull)
-        Log(tr("The modem port %1 takes no more data, %2 bytes dropped").arg(name).arg(bytes.size()));
+        Log(tr("The modem port %1 takes no more data, %2 bytes dropped").arg(name).arg(bytes.size()),
+            Severity::Warning);
     wasFull = full;
     if (full)
         return;
@@ -109,7 +110,7 @@ void SerialLine::Report(const QString& text, const QString& reason)
 {
     const QString sentence = text.arg(name, reason);
     if (reason != reportedReason)
-        Log(sentence);
+        Log(sentence, Severity::Error);
     reportedReason = reason;
     modem.Fails(sentence);
 }

@@ -96,6 +96,8 @@ CommandLine::CommandLine(const QString& about, Takes takes_) : takes(takes_)
         Texts::tr("file")});
     if (takes == Takes::GlobalIds)
         parser.addPositionalArgument(u"global_id"_s, Texts::tr("The meter's key in the register."), u"GLOBAL_ID..."_s);
+    else if (takes == Takes::NewFile)
+        parser.addPositionalArgument(u"file"_s, Texts::tr("The file to write."), u"FILE"_s);
     else if (takes != Takes::Nothing)
         parser.addPositionalArgument(u"file"_s, Texts::tr("The register as comma-separated values."),
             takes == Takes::File ? u"FILE.csv"_s : u"[FILE.csv]"_s);
@@ -138,7 +140,7 @@ std::optional<int> CommandLine::Parse(const QStringList& words)
         return Done;
     }
     const QStringList given = parser.positionalArguments();
-    if (given.isEmpty() && takes == Takes::File)
+    if (given.isEmpty() && (takes == Takes::File || takes == Takes::NewFile))
         return Refuse(Texts::tr("A file is missing."), way);
     if (given.isEmpty() && takes == Takes::GlobalIds)
         return Refuse(Texts::tr("A global_id is missing."), way);

@@ -26,7 +26,7 @@ struct Subcommand {
 /// The options of one command and what it takes beside them.
 class CommandLine final {
 public:
-    enum class Takes { Nothing, OptionalFile, File, GlobalIds };
+    enum class Takes { Nothing, OptionalFile, File, NewFile, GlobalIds };
 
     CommandLine(const QString& about, Takes takes);
 

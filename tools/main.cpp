@@ -1,7 +1,9 @@
 // ravelinctl: the operator's tool.
+#include "backupcommand.h"
 #include "checkcommand.h"
 #include "command.h"
 #include "registercommands.h"
+#include "retaincommand.h"
 #include "schedulecommand.h"
 #include "texts.h"
 #include "version.h"
@@ -32,6 +34,8 @@ int main(int argc, char* argv[])
     const QList<Subcommand> commands{
         {u"check"_s, Texts::tr("Tells what would keep the daemon from working, before it is started."), RunCheck},
         {u"schedule"_s, Texts::tr("Tells when sweeps are due and how long they take."), RunSchedule},
+        {u"retain"_s, Texts::tr("Deletes readings that are older than a number of months."), RunRetain},
+        {u"backup"_s, Texts::tr("Copies the database while the daemon runs."), RunBackup},
         {u"register"_s, Texts::tr("The database's schema and the register of meters in it."), RunRegister},
     };
     return RunOneOf(commands, Texts::tr("Looks after what the daemon works with."),

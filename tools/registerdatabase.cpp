@@ -25,7 +25,7 @@ constexpr QStringView SilentOfLastDay =
     u"SELECT avg(silent) FROM (SELECT sum(CASE WHEN status = 0 THEN 0 ELSE 1 END) AS silent FROM \"Main_Data\" "
     "WHERE date_r = (SELECT max(date_r) FROM \"Main_Data\") GROUP BY time_r) AS sweeps";
 
-const auto Connection = u"register"_s;
+const auto ConnectionName = u"register"_s;
 
 // As the daemon spells them. PostgreSQL tells the two names of the readings apart.
 struct Table {
@@ -83,7 +83,7 @@ QString Reason(const QSqlError& error)
 
 RegisterDatabase::RegisterDatabase(const SysVar& vars_)
     : vars(vars_),
-      database(MissingPackage(vars).isEmpty() ? MainBase::Add(Connection, vars) : QSqlDatabase())
+      database(MissingPackage(vars).isEmpty() ? MainBase::Add(ConnectionName, vars) : QSqlDatabase())
 {
     if (IsFile() && database.isValid())
         vars.BaseName = database.databaseName();
@@ -92,7 +92,7 @@ RegisterDatabase::RegisterDatabase(const SysVar& vars_)
 RegisterDatabase::~RegisterDatabase()
 {
     database = {};
-    QSqlDatabase::removeDatabase(Connection);
+    QSqlDatabase::removeDatabase(ConnectionName);
 }
 
 bool RegisterDatabase::Open(Missing file)
@@ -185,6 +185,8 @@ RegisterDatabase::Creation RegisterDatabase::CreateSchema()
 {
     Creation creation;
     const QStringList statements = SchemaStatements(IsFile() ? u":/schema/sqlite.sql"_s : u":/schema/postgres.sql"_s);
+    if (IsFile() && !LetShrink())
+        return {{}, {Error()}};
     if (IsFile() && !SwitchWriteAheadLogOn(creation.report))
         return {{}, {Error()}};
     const bool created = InTransaction([&] {
@@ -330,6 +332,14 @@ std::optional<bool> RegisterDatabase::Finds(const QString& statement)
     if (!Run(query, statement) || !query.next())
         return std::nullopt;
     return query.value(0).toBool();
+}
+
+// Of a file that is still empty: room that deleted rows leave can be given back in small steps. An older one keeps its
+// way.
+bool RegisterDatabase::LetShrink()
+{
+    QSqlQuery query(database);
+    return Run(query, u"PRAGMA auto_vacuum = INCREMENTAL"_s);
 }
 
 // Lasts in the file. Without it the file is synchronised twice for every row.

@@ -53,6 +53,13 @@ public:
     /// All or nothing.
     [[nodiscard]] bool Remove(const QList<RegisterRow>& rows);
 
+    /// For statements of a command's own.
+    [[nodiscard]] QSqlDatabase Connection() const { return database; }
+    /// SQLite; else PostgreSQL.
+    [[nodiscard]] bool IsFile() const;
+    /// As the connection has them: of SQLite the whole path.
+    [[nodiscard]] const SysVar& Settings() const { return vars; }
+
     /// For a person: "database /var/lib/ravelin/z.db", "database meters on 192.168.0.7".
     [[nodiscard]] QString Name() const;
     /// A sentence that begins with the name.
@@ -61,7 +68,6 @@ public:
 private:
     template <typename Work>
     [[nodiscard]] bool InTransaction(Work work);
-    [[nodiscard]] bool IsFile() const;
     [[nodiscard]] bool FindFile(Missing file);
     [[nodiscard]] bool HasDriver();
     [[nodiscard]] bool Connect();
@@ -71,6 +77,7 @@ private:
     [[nodiscard]] QStringList RightsMissing();
     [[nodiscard]] bool CreateObject(const QString& statement, QStringList& report);
     [[nodiscard]] std::optional<bool> Finds(const QString& statement);
+    [[nodiscard]] bool LetShrink();
     [[nodiscard]] bool SwitchWriteAheadLogOn(QStringList& report);
     [[nodiscard]] bool WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement);
 

@@ -1112,6 +1112,98 @@ Ends with exit code 1 when one cannot be over even if every meter answers at onc
         <source>In the group Field this would make it fit: %1</source>
         <translation>С такой настройкой группы Field опрос успеет: %1</translation>
     </message>
+    <message>
+        <source>The copy is not sound: %1</source>
+        <translation>Копия повреждена: %1</translation>
+    </message>
+    <message>
+        <source>%1 is copied; rows in the copy: %2.</source>
+        <translation>%1: скопирована; строк в копии: %2.</translation>
+    </message>
+    <message>
+        <source>Copies the database into a file while the daemon runs, all of it as of one moment, and reads the
+copy to its end before it gets its name. An SQLite database becomes an SQLite file, a PostgreSQL
+database an archive for pg_restore. Its owner may write the file and its group read it.</source>
+        <translation>Копирует базу данных в файл, не останавливая программу, всю на один момент времени, и читает
+копию до конца, прежде чем дать ей имя. База SQLite становится файлом SQLite, база PostgreSQL -
+архивом для pg_restore. Владелец может писать в файл, группа - читать его.</translation>
+    </message>
+    <message>
+        <source>Takes the place of a file of that name.</source>
+        <translation>Заменяет файл с этим именем.</translation>
+    </message>
+    <message>
+        <source>The file to write.</source>
+        <translation>Записываемый файл.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be started; it is in the package postgresql-client</source>
+        <translation>%1 не запускается; он в пакете postgresql-client</translation>
+    </message>
+    <message>
+        <source>%1 failed</source>
+        <translation>%1 завершился с ошибкой</translation>
+    </message>
+    <message>
+        <source>the copy has no table %1</source>
+        <translation>в копии нет таблицы %1</translation>
+    </message>
+    <message>
+        <source>Deletes readings that are older than a number of months.</source>
+        <translation>Удаляет показания старше заданного числа месяцев.</translation>
+    </message>
+    <message>
+        <source>Copies the database while the daemon runs.</source>
+        <translation>Копирует базу данных, не останавливая программу.</translation>
+    </message>
+    <message>
+        <source>it is there already; --replace takes its place</source>
+        <translation>он уже есть; --replace заменит его</translation>
+    </message>
+    <message>
+        <source>This file was made without a way to shrink in steps. End the daemon, then: sqlite3 FILE &quot;PRAGMA auto_vacuum = INCREMENTAL; VACUUM&quot;</source>
+        <translation>Этот файл создан без возможности сжатия по частям. Остановите программу, затем: sqlite3 ФАЙЛ &quot;PRAGMA auto_vacuum = INCREMENTAL; VACUUM&quot;</translation>
+    </message>
+    <message>
+        <source>Room in the file for new rows: %1 MB.</source>
+        <translation>В файле свободно для новых строк: %1 МБ.</translation>
+    </message>
+    <message>
+        <source>%1: older than %2 are %3 readings and %4 clock readings.</source>
+        <translation>%1: старше %2: показаний %3, показаний часов %4.</translation>
+    </message>
+    <message>
+        <source>Deleted rows: %1.</source>
+        <translation>Удалено строк: %1.</translation>
+    </message>
+    <message>
+        <source>Deletes readings and clock readings that are older than a number of months, a few rows at a time, so
+that the daemon can go on. The newest day stays in any case. The room is used for new rows; an
+SQLite file can be made smaller, too.</source>
+        <translation>Удаляет показания и показания часов старше заданного числа месяцев, понемногу, чтобы программа
+могла работать. Самый новый день остаётся всегда. Место используется для новых строк; файл SQLite
+можно и уменьшить.</translation>
+    </message>
+    <message>
+        <source>months</source>
+        <translation>месяцы</translation>
+    </message>
+    <message>
+        <source>How many months stay, 1 to 1200.</source>
+        <translation>Сколько месяцев остаётся, от 1 до 1200.</translation>
+    </message>
+    <message>
+        <source>Only tells how many rows would go.</source>
+        <translation>Только сообщает, сколько строк было бы удалено.</translation>
+    </message>
+    <message>
+        <source>Gives the room of deleted rows in an SQLite file back, in small steps.</source>
+        <translation>Возвращает место удалённых строк в файле SQLite, небольшими частями.</translation>
+    </message>
+    <message>
+        <source>--keep takes a number of months from 1 to 1200.</source>
+        <translation>--keep принимает число месяцев от 1 до 1200.</translation>
+    </message>
 </context>
 <context>
     <name>register</name>

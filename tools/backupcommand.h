@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+/// "ravelinctl backup". As Subcommand::run.
+[[nodiscard]] int RunBackup(const QStringList& words);

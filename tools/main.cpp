@@ -5,6 +5,8 @@
 #include "registercommands.h"
 #include "retaincommand.h"
 #include "schedulecommand.h"
+#include "setupcommand.h"
+#include "supportcommand.h"
 #include "texts.h"
 #include "version.h"
 
@@ -32,10 +34,12 @@ int main(int argc, char* argv[])
     QTranslator translator;
     SpeakTheUsersLanguage(translator);
     const QList<Subcommand> commands{
+        {u"setup"_s, Texts::tr("Makes an installation ready, from the settings to the register."), RunSetup},
         {u"check"_s, Texts::tr("Tells what would keep the daemon from working, before it is started."), RunCheck},
         {u"schedule"_s, Texts::tr("Tells when sweeps are due and how long they take."), RunSchedule},
         {u"retain"_s, Texts::tr("Deletes readings that are older than a number of months."), RunRetain},
         {u"backup"_s, Texts::tr("Copies the database while the daemon runs."), RunBackup},
+        {u"support"_s, Texts::tr("Gathers what a technician needs to see, without passwords."), RunSupport},
         {u"register"_s, Texts::tr("The database's schema and the register of meters in it."), RunRegister},
     };
     return RunOneOf(commands, Texts::tr("Looks after what the daemon works with."),

@@ -12,16 +12,19 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // The daemon's database, or nothing after the reason was told.
-std::unique_ptr<RegisterDatabase> Opened(const CommandLine& line, RegisterDatabase::Missing file)
+std::unique_ptr<RegisterDatabase> Opened(const SysVar& vars, RegisterDatabase::Missing file)
 {
-    const std::optional<SysVar> vars = line.Settings();
-    if (!vars)
-        return nullptr;
-    auto database = std::make_unique<RegisterDatabase>(*vars);
+    auto database = std::make_unique<RegisterDatabase>(vars);
     if (database->Open(file))
         return database;
     Complain(database->Error());
     return nullptr;
+}
+
+std::unique_ptr<RegisterDatabase> Opened(const CommandLine& line, RegisterDatabase::Missing file)
+{
+    const std::optional<SysVar> vars = line.Settings();
+    return vars ? Opened(*vars, file) : nullptr;
 }
 
 // What `use` makes of the register as it is in `database`, or of the reason that it cannot be read.
@@ -66,6 +69,18 @@ int TakeOut(RegisterDatabase& database, const QList<RegisterRow>& stored, QStrin
     return Done;
 }
 
+template <class Open>
+int ImportFile(const QString& fileName, const Open& open)
+{
+    const RegisterText text = ReadRegisterCsv(fileName);
+    if (const QStringList problems = text.problems + RegisterProblems(text.rows); !problems.isEmpty())
+        return ComplainOfAll(problems);
+    const auto database = open();
+    if (!database)
+        return Problems;
+    return WithRows(*database, [&](const auto& stored) { return AddOrChange(*database, stored, text.rows); });
+}
+
 int Init(const QStringList& words)
 {
     CommandLine line(
@@ -77,16 +92,8 @@ int Init(const QStringList& words)
         CommandLine::Takes::Nothing);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
-    const auto database = Opened(line, RegisterDatabase::Missing::IsMade);
-    if (!database)
-        return Problems;
-    const RegisterDatabase::Creation creation = database->CreateSchema();
-    if (!creation)
-        return ComplainOfAll(creation.problems);
-    for (const QString& sentence : creation.report)
-        Tell(sentence);
-    Tell(Texts::tr("The %1 is ready.").arg(database->Name()));
-    return Done;
+    const std::optional<SysVar> vars = line.Settings();
+    return vars ? InitDatabase(*vars) : Problems;
 }
 
 int Import(const QStringList& words)
@@ -99,13 +106,8 @@ int Import(const QStringList& words)
         CommandLine::Takes::File);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
-    const RegisterText text = ReadRegisterCsv(line.FileName());
-    if (const QStringList problems = text.problems + RegisterProblems(text.rows); !problems.isEmpty())
-        return ComplainOfAll(problems);
-    const auto database = Opened(line, RegisterDatabase::Missing::Fails);
-    if (!database)
-        return Problems;
-    return WithRows(*database, [&](const auto& stored) { return AddOrChange(*database, stored, text.rows); });
+    const auto open = [&] { return Opened(line, RegisterDatabase::Missing::Fails); };
+    return ImportFile(line.FileName(), open);
 }
 
 int Remove(const QStringList& words)
@@ -153,6 +155,25 @@ int Check(const QStringList& words)
 }
 
 } // namespace
+
+int InitDatabase(const SysVar& vars)
+{
+    const auto database = Opened(vars, RegisterDatabase::Missing::IsMade);
+    if (!database)
+        return Problems;
+    const RegisterDatabase::Creation creation = database->CreateSchema();
+    if (!creation)
+        return ComplainOfAll(creation.problems);
+    for (const QString& sentence : creation.report)
+        Tell(sentence);
+    Tell(Texts::tr("The %1 is ready.").arg(database->Name()));
+    return Done;
+}
+
+int ImportRegister(const SysVar& vars, const QString& fileName)
+{
+    return ImportFile(fileName, [&] { return Opened(vars, RegisterDatabase::Missing::Fails); });
+}
 
 int RunRegister(const QStringList& words)
 {

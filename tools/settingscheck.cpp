@@ -209,6 +209,16 @@ QList<SettingsCheck::Setting> SettingsCheck::InForce() const
     return settings;
 }
 
+QStringList SettingsCheck::Secrets() const
+{
+    QStringList secrets;
+    for (const File* const file : Files())
+        for (const QString& key : file->settings.Keys())
+            if (key.contains("pass"_L1, Qt::CaseInsensitive))
+                secrets.append(file->settings.Text(key, {}));
+    return secrets;
+}
+
 Findings SettingsCheck::Judge() const
 {
     const auto text = [this](QLatin1StringView key) { return main.settings.Text(key, u"NoName"_s); };

@@ -25,6 +25,9 @@ public:
     /// Every key that the daemon knows.
     [[nodiscard]] QList<Setting> InForce() const;
 
+    /// Whatever the files give as a password, used or not.
+    [[nodiscard]] QStringList Secrets() const;
+
     /// What would not work as it was meant.
     [[nodiscard]] Findings Judge() const;
 

@@ -154,7 +154,7 @@
     </message>
     <message>
         <source>No work is done (%1; for %2 s): the service manager is to start the daemon anew</source>
-        <translation>Работа не идёт (%1; уже %2 с): менеджер служб должен перезапустить программу</translation>
+        <translation>Работа не идёт (%1; уже %2 с): менеджер служб должен перезапустить демон</translation>
     </message>
     <message>
         <source>%1 %2 of %3</source>
@@ -1124,7 +1124,7 @@ Ends with exit code 1 when one cannot be over even if every meter answers at onc
         <source>Copies the database into a file while the daemon runs, all of it as of one moment, and reads the
 copy to its end before it gets its name. An SQLite database becomes an SQLite file, a PostgreSQL
 database an archive for pg_restore. Its owner may write the file and its group read it.</source>
-        <translation>Копирует базу данных в файл, не останавливая программу, всю на один момент времени, и читает
+        <translation>Копирует базу данных в файл, не останавливая демон, всю на один момент времени, и читает
 копию до конца, прежде чем дать ей имя. База SQLite становится файлом SQLite, база PostgreSQL -
 архивом для pg_restore. Владелец может писать в файл, группа - читать его.</translation>
     </message>
@@ -1154,7 +1154,7 @@ database an archive for pg_restore. Its owner may write the file and its group r
     </message>
     <message>
         <source>Copies the database while the daemon runs.</source>
-        <translation>Копирует базу данных, не останавливая программу.</translation>
+        <translation>Копирует базу данных, не останавливая демон.</translation>
     </message>
     <message>
         <source>it is there already; --replace takes its place</source>
@@ -1162,7 +1162,7 @@ database an archive for pg_restore. Its owner may write the file and its group r
     </message>
     <message>
         <source>This file was made without a way to shrink in steps. End the daemon, then: sqlite3 FILE &quot;PRAGMA auto_vacuum = INCREMENTAL; VACUUM&quot;</source>
-        <translation>Этот файл создан без возможности сжатия по частям. Остановите программу, затем: sqlite3 ФАЙЛ &quot;PRAGMA auto_vacuum = INCREMENTAL; VACUUM&quot;</translation>
+        <translation>Этот файл создан без возможности сжатия по частям. Остановите демон, затем: sqlite3 ФАЙЛ &quot;PRAGMA auto_vacuum = INCREMENTAL; VACUUM&quot;</translation>
     </message>
     <message>
         <source>Room in the file for new rows: %1 MB.</source>
@@ -1180,8 +1180,8 @@ database an archive for pg_restore. Its owner may write the file and its group r
         <source>Deletes readings and clock readings that are older than a number of months, a few rows at a time, so
 that the daemon can go on. The newest day stays in any case. The room is used for new rows; an
 SQLite file can be made smaller, too.</source>
-        <translation>Удаляет показания и показания часов старше заданного числа месяцев, понемногу, чтобы программа
-могла работать. Самый новый день остаётся всегда. Место используется для новых строк; файл SQLite
+        <translation>Удаляет показания и показания часов старше заданного числа месяцев, понемногу, чтобы демон
+мог работать. Самый новый день остаётся всегда. Место используется для новых строк; файл SQLite
 можно и уменьшить.</translation>
     </message>
     <message>
@@ -1203,6 +1203,110 @@ SQLite file can be made smaller, too.</source>
     <message>
         <source>--keep takes a number of months from 1 to 1200.</source>
         <translation>--keep принимает число месяцев от 1 до 1200.</translation>
+    </message>
+    <message>
+        <source>Makes an installation ready, from the settings to the register.</source>
+        <translation>Готовит установку: от настроек до реестра.</translation>
+    </message>
+    <message>
+        <source>Gathers what a technician needs to see, without passwords.</source>
+        <translation>Собирает то, что нужно видеть технику, без паролей.</translation>
+    </message>
+    <message>
+        <source>%1 is written: %2.</source>
+        <translation>%1 записан: %2.</translation>
+    </message>
+    <message>
+        <source>Next: start the daemon, &quot;systemctl enable --now ravelin&quot; or &quot;ravelin -settings %1&quot;.</source>
+        <translation>Дальше: запустите демон, &quot;systemctl enable --now ravelin&quot; или &quot;ravelin -settings %1&quot;.</translation>
+    </message>
+    <message>
+        <source>Next: mend what is told above, then run this again.</source>
+        <translation>Дальше: исправьте то, что сказано выше, и повторите команду.</translation>
+    </message>
+    <message>
+        <source>Makes an installation ready: asks for what it needs to know, writes the settings, makes the
+database, imports the register of meters, checks all of it and tells the airtime and what to do
+next. What stands already stays, unless an option or an answer says otherwise.</source>
+        <translation>Готовит установку: спрашивает, что нужно знать, пишет настройки, создаёт базу данных, загружает
+реестр счётчиков, проверяет всё это и сообщает эфирное время и что делать дальше. Что уже есть,
+остаётся, если параметр или ответ не говорит иного.</translation>
+    </message>
+    <message>
+        <source>Asks nothing: what no option names stays, or gets its default.</source>
+        <translation>Ничего не спрашивает: что не названо, остаётся или получает значение по умолчанию.</translation>
+    </message>
+    <message>
+        <source>The database is set in another file, %1; change it there.</source>
+        <translation>База данных задана в другом файле, %1; измените её там.</translation>
+    </message>
+    <message>
+        <source>File with the register of meters; none leaves it</source>
+        <translation>Файл с реестром счётчиков; пусто - оставить как есть</translation>
+    </message>
+    <message>
+        <source>%1 stays as it is.</source>
+        <translation>%1 остаётся как есть.</translation>
+    </message>
+    <message>
+        <source>Serial line of the modem</source>
+        <translation>Последовательная линия модема</translation>
+    </message>
+    <message>
+        <source>Serial line of the substation meter</source>
+        <translation>Последовательная линия счётчика подстанции</translation>
+    </message>
+    <message>
+        <source>Number of the substation, or the daemon&apos;s name on the bus</source>
+        <translation>Номер подстанции или имя демона на шине</translation>
+    </message>
+    <message>
+        <source>Bus name of the administrative server</source>
+        <translation>Имя административного сервера на шине</translation>
+    </message>
+    <message>
+        <source>Database, sqlite3 or postgres</source>
+        <translation>База данных, sqlite3 или postgres</translation>
+    </message>
+    <message>
+        <source>File or name of the database</source>
+        <translation>Файл или имя базы данных</translation>
+    </message>
+    <message>
+        <source>Host of the database</source>
+        <translation>Узел базы данных</translation>
+    </message>
+    <message>
+        <source>Role in the database</source>
+        <translation>Роль в базе данных</translation>
+    </message>
+    <message>
+        <source>Password in the database</source>
+        <translation>Пароль в базе данных</translation>
+    </message>
+    <message>
+        <source>value</source>
+        <translation>значение</translation>
+    </message>
+    <message>
+        <source>A file whose first line is the password in the database.</source>
+        <translation>Файл, первая строка которого - пароль в базе данных.</translation>
+    </message>
+    <message>
+        <source>There is no answer; --yes takes what stands in brackets.</source>
+        <translation>Ответа нет; --yes берёт то, что в скобках.</translation>
+    </message>
+    <message>
+        <source>Gathered without passwords: %1.</source>
+        <translation>Собрано без паролей: %1.</translation>
+    </message>
+    <message>
+        <source>Gathers into an archive, FILE.tar.gz, what a technician needs to see: the settings without
+passwords, what &quot;check&quot; and &quot;schedule&quot; say, the last sweeps and the end of the log. Look at it
+before you send it: it names places and meters.</source>
+        <translation>Собирает в архив FILE.tar.gz то, что нужно видеть технику: настройки без паролей, вывод команд
+&quot;check&quot; и &quot;schedule&quot;, последние опросы и конец журнала. Просмотрите его перед отправкой: в нём
+названы места и счётчики.</translation>
     </message>
 </context>
 <context>

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+/// "ravelinctl setup". As Subcommand::run.
+[[nodiscard]] int RunSetup(const QStringList& words);

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+/// "ravelinctl support". As Subcommand::run.
+[[nodiscard]] int RunSupport(const QStringList& words);

@@ -47,11 +47,12 @@ public:
     [[nodiscard]] std::optional<std::array<qint64, 2>> Count()
     {
         std::array<qint64, 2> counts{};
-        for (size_t i = 0; i < counts.size(); ++i) {
-            const auto count = Number(u"SELECT count(*) FROM %1 WHERE %2"_s.arg(Tables()[i], Old(Tables()[i])));
+        auto place = counts.begin();
+        for (const QString& table : Tables()) {
+            const auto count = Number(u"SELECT count(*) FROM %1 WHERE %2"_s.arg(table, Old(table)));
             if (!count)
                 return std::nullopt;
-            counts[i] = *count;
+            *place++ = *count;
         }
         return counts;
     }

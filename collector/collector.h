@@ -160,7 +160,7 @@ private:
     void ToEach(const QStringList& uins, PacedRound::Until goal, unsigned int pauseMs, const SendToOne& send);
     void ToEachPaced(const QStringList& uins, PacedRound::Until goal, unsigned int mostMs, const SendToOne& send);
     void TakeFromRadio();
-    void WaitForMeters(qint64 sinceMs = 0);
+    void WaitForMeters(qint64 since);
     void CloseCompleteSweep();
 
     // --- what the settings switch on in the cycle: fieldcycle.cpp

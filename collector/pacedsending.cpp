@@ -9,19 +9,11 @@
 
 #include <QCoreApplication>
 
-#include <algorithm>
 #include <utility>
 
 namespace {
 
 constexpr unsigned int LookEveryMs = 10;
-
-/// The clock may be set while somebody waits by it.
-qint64 PassedSince(const QDateTime& before)
-{
-    constexpr qint64 MostMs = 1000;
-    return std::clamp<qint64>(before.msecsTo(CurrentDateTime()), LookEveryMs, MostMs);
-}
 
 } // namespace
 
@@ -51,9 +43,9 @@ void TCollector::ToEachPaced(
             if (!send(*uin))
                 thisRound.NotSent(*uin);
         }
-        const QDateTime before = CurrentDateTime();
+        const qint64 before = MonotonicMs();
         TakeFromRadio();
-        thisRound.Passed(PassedSince(before));
+        thisRound.Passed(MonotonicMs() - before);
     }
     round = outer;
 }
@@ -66,18 +58,15 @@ void TCollector::TakeFromRadio()
     emit RadioWanted();
 }
 
-/// The meters get their time to do what their nodes were told `sinceMs` ago.
-void TCollector::WaitForMeters(qint64 sinceMs)
+/// The meters get their time to do what their nodes were told at `since`, MonotonicMs().
+void TCollector::WaitForMeters(qint64 since)
 {
     if (!vars.field.PacedByAnswers()) {
         Delay(vars.BCAST_to_UCAST_Delay);
         return;
     }
-    for (qint64 leftMs = vars.BCAST_to_UCAST_Delay - sinceMs; leftMs > 0;) {
-        const QDateTime before = CurrentDateTime();
+    while (MonotonicMs() - since < vars.BCAST_to_UCAST_Delay)
         TakeFromRadio();
-        leftMs -= PassedSince(before);
-    }
 }
 
 /// It would be closed at the next tick; nobody is left to wait for.

@@ -143,7 +143,7 @@ void TCollector::AskForClocks(const QStringList& uins)
         SendTimeQuery(uin, *meter);
         return true;
     });
-    WaitForMeters();
+    WaitForMeters(MonotonicMs());
     ReadOut(uins, CollectorTiming::ClockReadOutPauseMs);
 }
 
@@ -190,7 +190,7 @@ void TCollector::AskAgain(const QStringList& silent)
             SendToNode(uin, NodeCommands::Measure.toByteArray());
         return true;
     });
-    WaitForMeters();
+    WaitForMeters(MonotonicMs());
     ReadOut(silent, vars.UCAST_to_UCAST_Delay);
     ++sweep.repeatCount;
 }
@@ -217,12 +217,12 @@ void TCollector::StartQuerySweep(const QDateTime& now)
 
     window = RadioWindow(vars.field.Window());
     emit SendBroadcastMessage(NodeCommands::Measure.toByteArray());
-    const QDateTime measuring = CurrentDateTime();
+    const qint64 measuring = MonotonicMs();
     qDebug("Broadcast query...");
     if (!vars.field.Has(FieldConduct::Substation) || SubstationGlobalId() != 0)
         StoreSubstationReading();
     qDebug("KTP ok");
-    WaitForMeters(measuring.msecsTo(CurrentDateTime()));
+    WaitForMeters(measuring);
     qDebug("Begin query of counters");
     ReadOut(ColumnOf(Execute(Statements::NodeMeters)), vars.UCAST_to_UCAST_Delay);
     queryRequested = false;

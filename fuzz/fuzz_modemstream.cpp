@@ -7,12 +7,11 @@ namespace {
 
 QByteArrayList Messages(const QByteArray& bytes, qsizetype pieceSize)
 {
-    const QDateTime now({2014, 3, 4}, {8, 30});
     ModemStream stream;
     QByteArrayList messages;
     for (qsizetype at = 0; at < bytes.size(); at += pieceSize)
-        messages += stream.Take(bytes.mid(at, pieceSize), now);
-    return messages + stream.Take({}, now.addMSecs(ModemStream::MostHeldMs));
+        messages += stream.Take(bytes.mid(at, pieceSize), 0);
+    return messages + stream.Take({}, ModemStream::MostHeldMs);
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include <QByteArrayView>
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -50,7 +49,7 @@ qsizetype EndOfMessage(QByteArrayView bytes)
 
 } // namespace
 
-QList<QByteArray> ModemStream::Take(const QByteArray& bytes, const QDateTime& now)
+QList<QByteArray> ModemStream::Take(const QByteArray& bytes, qint64 nowMs)
 {
     held += bytes;
     QList<QByteArray> messages;
@@ -59,9 +58,8 @@ QList<QByteArray> ModemStream::Take(const QByteArray& bytes, const QDateTime& no
         held.remove(0, end);
     }
     if (!bytes.isEmpty())
-        lastByte = now;
-    // The clock may have been set back.
-    const bool abandoned = !held.isEmpty() && std::abs(lastByte.msecsTo(now)) >= MostHeldMs;
+        lastByteMs = nowMs;
+    const bool abandoned = !held.isEmpty() && nowMs - lastByteMs >= MostHeldMs;
     if (abandoned || held.size() > MostHeld)
         messages.append(std::exchange(held, {}));
     return messages;

@@ -133,7 +133,7 @@ void ZigBee::UpdateZNetwork()
 
 void ZigBee::UpdateMessageByMessage()
 {
-    for (const QByteArray& message : stream.Take(ReadPort(), CurrentDateTime())) {
+    for (const QByteArray& message : stream.Take(ReadPort(), MonotonicMs())) {
         emit Received(message);
         // What stands at the start of a line is looked for behind the end of the line before.
         Parse(message.startsWith("\r\n") ? message : "\r\n" + message);

@@ -1,0 +1,42 @@
+# What is installed, and where. A component is a package: debian/rules installs each into the package of its name.
+
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME ravelin)
+set(RAVELIN_UNIT_DIR lib/systemd/system CACHE STRING "Where systemd finds its units")
+set(examples ${CMAKE_INSTALL_DOCDIR}/examples)
+
+install(TARGETS ravelin ravelinctl)
+install(DIRECTORY share/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/ravelin)
+install(FILES ${CMAKE_BINARY_DIR}/translations/Ravelin.qm DESTINATION ${CMAKE_INSTALL_DATADIR}/ravelin/translations)
+install(FILES share/ravelin.ini.example share/register.csv.example DESTINATION ${examples})
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+
+# The service. All its units run in one sandbox, which stands in each of them: a unit shows all that holds for it.
+file(READ share/service/sandbox RAVELIN_SANDBOX)
+foreach(unit ravelin ravelin-backup ravelin-retain)
+    configure_file(share/service/${unit}.service.in ${CMAKE_BINARY_DIR}/service/${unit}.service @ONLY)
+    install(FILES ${CMAKE_BINARY_DIR}/service/${unit}.service DESTINATION ${RAVELIN_UNIT_DIR})
+endforeach()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS share/service/sandbox)
+install(FILES share/service/ravelin-backup.timer share/service/ravelin-retain.timer DESTINATION ${RAVELIN_UNIT_DIR})
+install(FILES share/service/sysusers.conf DESTINATION lib/sysusers.d RENAME ravelin.conf)
+install(FILES share/service/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME ravelin.conf)
+install(FILES share/service/logrotate DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/logrotate.d RENAME ravelin)
+install(FILES share/service/ravelin.ini DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/ravelin)
+install(FILES share/service/70-ravelin.rules share/service/remote-database.conf share/service/russian.conf
+    DESTINATION ${examples})
+
+install(TARGETS ravelin-sim COMPONENT ravelin-sim)
+install(FILES simulator/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ravelin-sim COMPONENT ravelin-sim)
+install(FILES share/scenario.ini.example DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ravelin-sim/examples COMPONENT ravelin-sim)
+
+# Manual pages: share/man/PROGRAM.SECTION. Those of ravelin-sim belong to its package.
+file(GLOB manuals CONFIGURE_DEPENDS share/man/*.[1-8])
+foreach(manual ${manuals})
+    string(REGEX MATCH "[1-8]$" section ${manual})
+    set(component ravelin)
+    if(manual MATCHES "/ravelin-sim\\.")
+        set(component ravelin-sim)
+    endif()
+    install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
+endforeach()

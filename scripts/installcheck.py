@@ -13,10 +13,10 @@ import tempfile
 import time
 
 from rig import BUILD, ROOT, buspeer
-from rig.process import wait_for, write_file
+from rig.debian import Debian
+from rig.process import wait_for
 
 CHAPTER = os.path.join(ROOT, "docs", "operations.md")
-LONGEST = 900  # s for one step: packages come over the network
 CHECK = "cd /\nrunuser -u ravelin -- env TMPDIR=/var/lib/ravelin-bus /opt/ravelin/ravelinctl check -settings /etc/ravelin/ravelin.ini"
 # As the unit says. runuser would stay in front of the daemon and take the signals.
 DAEMON = "umask 007; cd /; exec setpriv --reuid=ravelin --regid=ravelin --init-groups env TMPDIR=/var/lib/ravelin-bus " \
@@ -56,40 +56,17 @@ def with_keys(settings, block):
     return settings
 
 
-class Machine:
+class Machine(Debian):
     """A bare Debian in a directory, with a virtual substation on its serial lines."""
 
     def __init__(self, directory, mirror):
-        self.root = os.path.join(directory, "debian")
-        self.log = os.path.join(directory, "log")
+        tell(f"making a bare Debian 12 in {directory}")
+        super().__init__(directory, mirror)
         self.blocks = chapter()
         self.used = set()
-        tell(f"making a bare Debian 12 in {self.root}")
-        self.command(["debootstrap", "--variant=minbase", "bookworm", self.root, mirror])
-        # As in every chroot: no package may start its services on the machine around it.
-        os.chmod(write_file(os.path.join(self.root, "usr/sbin"), "policy-rc.d", "#!/bin/sh\nexit 101\n"), 0o755)
-        subprocess.run(["mount", "-t", "proc", "proc", self.path("/proc")], check=True)
-        os.makedirs(self.path("/dev/pts"), exist_ok=True)
-        subprocess.run(["mount", "--bind", "/dev/pts", self.path("/dev/pts")], check=True)
-
-    def path(self, name):
-        return self.root + name
-
-    def command(self, words, **options):
-        """What it printed; all of it is kept in the log."""
-        done = subprocess.run(words, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                              errors="replace", timeout=LONGEST, **options)
-        with open(self.log, "a", encoding="utf-8") as log:
-            log.write(done.stdout)
-        if done.returncode:
-            raise AssertionError(f"exit code {done.returncode}:\n" + "\n".join(done.stdout.splitlines()[-30:]))
-        return done.stdout
 
     def inside(self, script):
-        script = "cd /root/package 2>/dev/null || true\n" + script
-        environment = {"PATH": "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin", "HOME": "/root",
-                       "LANG": "C.UTF-8", "DEBIAN_FRONTEND": "noninteractive"}
-        return self.command(["chroot", self.root, "/bin/sh", "-eu", "-c", script], env=environment)
+        return super().inside("cd /root/package 2>/dev/null || true\n" + script)
 
     def block(self, section, number, language="sh"):
         """The text of the section's block of that number, from 0."""
@@ -223,7 +200,7 @@ def main():
     options = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="ravelin-install-") as directory, contextlib.ExitStack() as stack:
         machine = Machine(directory, options.mirror)
-        stack.callback(subprocess.run, ["umount", machine.path("/dev/pts"), machine.path("/proc")], check=False)
+        stack.enter_context(machine.mounted())
         lines = os.path.join(directory, "lines")
         os.mkdir(lines)
         substation = subprocess.Popen([os.path.join(BUILD, "ravelin-sim"), "--register",

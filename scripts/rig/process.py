@@ -36,14 +36,15 @@ def write_file(directory, name, text):
     return path
 
 
-def wait_for(condition, what, timeout=20.0):
-    """Returns the first true value of condition(); an end-to-end test waits for what it can see, never for a time."""
+def wait_for(condition, what, timeout=20.0, pause=0.005):
+    """Returns the first true value of condition(); an end-to-end test waits for what it can see, never for a time. Between
+    two looks `pause` seconds."""
     deadline = time.monotonic() + timeout
     while time.monotonic() < deadline:
         value = condition()
         if value:
             return value
-        time.sleep(0.005)
+        time.sleep(pause)
     raise AssertionError(f"not within {timeout} s: {what}")
 
 

@@ -39,6 +39,9 @@ QString Overview(const QList<Subcommand>& commands, const QString& about, const 
     QString text = Texts::tr("Usage: %1 COMMAND ...\n%2\n\nCommands:\n").arg(way, about);
     for (const Subcommand& command : commands)
         text += u"  %1 %2\n"_s.arg(command.name, -12).arg(command.summary);
+    text += Texts::tr("\nOptions:\n");
+    text += u"  -h, --help     "_s + Texts::tr("Tells this.") + u'\n';
+    text += u"  -v, --version  "_s + Texts::tr("Tells the version.") + u'\n';
     return text + Texts::tr("\n%1 COMMAND --help tells more.").arg(way);
 }
 

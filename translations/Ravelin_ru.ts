@@ -1308,6 +1308,18 @@ before you send it: it names places and meters.</source>
 &quot;check&quot; и &quot;schedule&quot;, последние опросы и конец журнала. Просмотрите его перед отправкой: в нём
 названы места и счётчики.</translation>
     </message>
+    <message>
+        <source>
+Options:
+</source>
+        <translation>
+Параметры:
+</translation>
+    </message>
+    <message>
+        <source>Tells the version.</source>
+        <translation>Выводит номер версии.</translation>
+    </message>
 </context>
 <context>
     <name>register</name>

@@ -7,7 +7,7 @@ set(examples ${CMAKE_INSTALL_DOCDIR}/examples)
 install(TARGETS ravelin ravelinctl)
 install(DIRECTORY share/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/ravelin)
 install(FILES ${CMAKE_BINARY_DIR}/translations/Ravelin.qm DESTINATION ${CMAKE_INSTALL_DATADIR}/ravelin/translations)
-install(FILES share/ravelin.ini.example share/register.csv.example DESTINATION ${examples})
+install(FILES share/ravelin.ini.example share/ravelin.ini.field share/register.csv.example DESTINATION ${examples})
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 
@@ -29,14 +29,3 @@ install(FILES share/service/70-ravelin.rules share/service/remote-database.conf 
 install(TARGETS ravelin-sim COMPONENT ravelin-sim)
 install(FILES simulator/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ravelin-sim COMPONENT ravelin-sim)
 install(FILES share/scenario.ini.example DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ravelin-sim/examples COMPONENT ravelin-sim)
-
-# Manual pages: share/man/PROGRAM.SECTION. Those of ravelin-sim belong to its package.
-file(GLOB manuals CONFIGURE_DEPENDS share/man/*.[1-8])
-foreach(manual ${manuals})
-    string(REGEX MATCH "[1-8]$" section ${manual})
-    set(component ravelin)
-    if(manual MATCHES "/ravelin-sim\\.")
-        set(component ravelin-sim)
-    endif()
-    install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
-endforeach()

@@ -112,6 +112,8 @@ private slots:
         row("a report is lost", 1, "la", "0:1 10000:2");
         row("the modem is started anew", 4, "asa", "0:1 20:2 70:1 90:2 110:3");
         row("a delivery among eight failures", 4, "ffffmffff", "0:1 20:2 40:3 60:4 400:5 420:6 440:7 460:8 820:9");
+        row("eight mute nodes are no failures of the radio", 4, "mmmmmmmma",
+            "0:1 20:2 40:3 60:4 10000:5 10020:6 10040:7 10060:8 20000:9");
         row("five failures in a row: halved", 4, "fffffffff", "0:1 20:2 40:3 60:4 400:5 420:6 440:7 460:8 840:9");
     }
 
@@ -150,6 +152,27 @@ private slots:
             window.Succeeded();
         }
         QCOMPARE(window.Size(), 4);
+    }
+
+    void roundsGrowIt()
+    {
+        for (const auto until : {PacedRound::Until::Answered, PacedRound::Until::Reported}) {
+            RadioWindow window(2);
+            window.Shrink();
+            QStringList uins;
+            for (int i = 0; i < RadioWindow::SuccessesToGrow; ++i)
+                uins.append(QString::number(i));
+            PacedRound round(uins, until, 1000, window);
+            for (const QString& uin : uins) {
+                QCOMPARE(window.Size(), 1);
+                QCOMPARE(round.Next(), uin);
+                round.Accepted();
+                round.Reported(uin, true);
+                round.Answered(uin);
+            }
+            QCOMPARE(window.Size(), 2);
+            QVERIFY(round.IsOver());
+        }
     }
 
     void askedAgainAndClosed()

@@ -189,15 +189,6 @@ def take_out(machine, name):
     machine.inside(f"rm /etc/systemd/system/ravelin.service.d/{name}; systemctl daemon-reload")
 
 
-def adapt_unit(machine):
-    """A daemon that does not speak to systemd could not start by the unit as it is."""
-    with open(machine.path("/usr/bin/ravelin"), "rb") as file:
-        speaks = re.search(rb"NOTIFY_SOCKET|sd_notify", file.read())
-    if not speaks:
-        tell("    NOT TRIED: Type=notify and the watchdog; this daemon does not speak to systemd, it runs as Type=exec")
-        drop_in(machine, "type.conf", "Type=exec\nWatchdogSec=0\n")
-
-
 def read(machine, path):
     with open(machine.path(path), encoding="utf-8") as file:
         return file.read()
@@ -334,7 +325,6 @@ def journal_of_fault(machine):
 
 def run_service(machine):
     settings = fill_in(machine)
-    adapt_unit(machine)
     tell("the service starts, without serial lines")
     try_sandbox(machine)
     machine.inside("systemctl enable --now ravelin")

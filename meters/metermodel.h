@@ -32,6 +32,12 @@ struct MeterModel {
     /// False: answers are stored only where the settings ask for it; otherwise the meter counts as silent.
     bool answersStored = true;
 
+    /// Four tariff registers, which make up the total. False: the total is all there is, the tariffs are stored as 0.
+    bool hasTariffs = true;
+
+    /// The clock tells its date. False: the date that is stored is the collector's.
+    bool clockTellsDate = true;
+
     /// The message to a node that asks its meter's clock; `number` is the register's "Number". Null: there is none, and
     /// an empty message is sent.
     QByteArray (*timeQuery)(quint32 number) = nullptr;

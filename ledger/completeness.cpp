@@ -64,6 +64,8 @@ ReadingCounts DayCounts::Sum() const
 
 void Completeness::Add(const SweepOutcome& outcome, const QList<LedgerMeter>& meters)
 {
+    if (!outcome.IsExpected())
+        return;
     for (const QDateTime& stamp : outcome.stamps)
         TakeDeadline(stamp);
     const QDate date = outcome.due.at.date();

@@ -50,6 +50,8 @@ void Incidents::Silences::Read()
 
 void Incidents::Add(const SweepOutcome& outcome, const QList<LedgerMeter>& meters)
 {
+    if (!outcome.IsExpected())
+        return;
     const qsizetype sweep = due.size();
     due.append(outcome.due.at);
     const Whole whole = outcome.stamps.isEmpty() ? Whole::NoRows : LookAtNodes(outcome, meters);
@@ -121,7 +123,7 @@ QList<Incident> Incidents::Findings() const
     return findings;
 }
 
-/// What concerns the whole site. Modem and substation meter silent from and to the same sweeps have one cause.
+/// What concerns the whole site.
 void Incidents::AddWholes(QList<Incident>& findings) const
 {
     for (const QList<Stretch>& cluster : Clusters(Closed(noRows))) {
@@ -130,25 +132,29 @@ void Incidents::AddWholes(QList<Incident>& findings) const
         const bool again = cluster.size() >= LeastTogether && areShort;
         findings.append(FindingOf(again ? Kind::SweepsLeftOut : Kind::NoRows, cluster));
     }
-    QList<Incident> modem;
-    for (const QList<Stretch>& cluster : Clusters(Closed(deaf))) {
-        modem.append(FindingOf(Kind::ModemDeaf, cluster));
-        modem.last().places = nodes.keys();
+    QList<QList<Stretch>> meter = Clusters(Closed(substation));
+    for (const QList<Stretch>& modem : Clusters(Closed(deaf))) {
+        const auto same = std::find_if(
+            meter.begin(), meter.end(), [&modem](const QList<Stretch>& other) { return HaveOneCause(modem, other); });
+        findings.append(FindingOf(same == meter.end() ? Kind::ModemDeaf : Kind::AllSilent, modem));
+        if (same != meter.end())
+            meter.erase(same);
+        else
+            findings.last().places = nodes.keys();
     }
-    for (const QList<Stretch>& cluster : Clusters(Closed(substation))) {
-        Incident silent = FindingOf(Kind::SubstationSilent, cluster);
-        const auto same = std::find_if(modem.begin(), modem.end(), [&silent](const Incident& other) {
-            return other.since == silent.since && other.until == silent.until && other.sweeps == silent.sweeps;
-        });
-        if (same != modem.end()) {
-            same->kind = Kind::AllSilent;
-            same->places.clear();
-            continue;
+    for (const QList<Stretch>& silent : meter)
+        if (IsTold(silent)) {
+            findings.append(FindingOf(Kind::SubstationSilent, silent));
+            findings.last().places = substations;
         }
-        silent.places = substations;
-        findings.append(silent);
-    }
-    findings += modem;
+}
+
+/// The substation meter is read before the nodes: what fails or works again in between changes them a sweep apart.
+bool Incidents::HaveOneCause(const QList<Stretch>& one, const QList<Stretch>& other)
+{
+    const auto areNear = [](qsizetype a, qsizetype b) { return std::abs(a - b) <= 1; };
+    return one.size() == other.size() && areNear(one.constFirst().first, other.constFirst().first)
+        && areNear(one.constLast().last, other.constLast().last);
 }
 
 QList<Incidents::Stretch> Incidents::Closed(const Silences& silences) const
@@ -180,25 +186,39 @@ bool Incidents::IsNextToWhole(qsizetype sweep) const
         || wholes.value(sweep + 1, Whole::Nothing) != Whole::Nothing;
 }
 
-/// Two nodes belong together when their silences began in the same sweeps at least `LeastTogether` times, and that is
-/// half or more of all beginnings that the two have.
+/// Two nodes belong together when their silences began in the same sweeps at least `LeastTogether` times, and the
+/// sweeps of these silences are half or more of all in which one of the two was silent.
 QList<Incidents::Group> Incidents::TakeRecurringGroups(ByPlace& stretches) const
 {
-    QMap<qsizetype, QList<qsizetype>> beginnings; // by sweep
+    struct Common {
+        int times = 0;
+        int sweeps = 0;
+    };
+    struct Beginning {
+        qsizetype place;
+        int sweeps;
+    };
+    QMap<qsizetype, QList<Beginning>> beginnings; // by sweep
+    QHash<qsizetype, int> silent; // by place: in how many sweeps
     for (auto node = stretches.cbegin(); node != stretches.cend(); ++node)
-        for (const Stretch& stretch : *node)
-            beginnings[stretch.first].append(node.key());
-    QHash<QPair<qsizetype, qsizetype>, int> together;
-    for (const QList<qsizetype>& places : beginnings)
-        for (qsizetype i = 0; i < places.size(); ++i)
-            for (qsizetype j = i + 1; j < places.size(); ++j)
-                ++together[{places[i], places[j]}];
+        for (const Stretch& stretch : *node) {
+            beginnings[stretch.first].append({node.key(), stretch.sweeps});
+            silent[node.key()] += stretch.sweeps;
+        }
+    QHash<QPair<qsizetype, qsizetype>, Common> pairs;
+    for (const QList<Beginning>& nodesOfSweep : beginnings)
+        for (qsizetype i = 0; i < nodesOfSweep.size(); ++i)
+            for (qsizetype j = i + 1; j < nodesOfSweep.size(); ++j) {
+                Common& common = pairs[{nodesOfSweep[i].place, nodesOfSweep[j].place}];
+                ++common.times;
+                common.sweeps += std::min(nodesOfSweep[i].sweeps, nodesOfSweep[j].sweeps);
+            }
     Union sets;
     QMap<qsizetype, QList<qsizetype>> members; // by root
-    for (auto pair = together.cbegin(); pair != together.cend(); ++pair) {
+    for (auto pair = pairs.cbegin(); pair != pairs.cend(); ++pair) {
         const auto [a, b] = pair.key();
-        const qsizetype all = stretches.value(a).size() + stretches.value(b).size() - *pair;
-        if (*pair >= LeastTogether && 2 * *pair >= all)
+        const int inAll = silent[a] + silent[b] - pair->sweeps;
+        if (pair->times >= LeastTogether && 2 * pair->sweeps >= inAll)
             sets.Join(a, b);
     }
     for (const qsizetype place : stretches.keys())
@@ -264,11 +284,16 @@ QList<QList<Incidents::Stretch>> Incidents::Clusters(const QList<Stretch>& stret
     return clusters;
 }
 
-bool Incidents::IsTold(const QList<Stretch>& cluster) const
+/// A long stretch, or many that fill a tenth of the time that they take.
+bool Incidents::IsTold(const QList<Stretch>& cluster)
 {
-    return cluster.size() >= LeastTimes || std::any_of(cluster.begin(), cluster.end(), [](const Stretch& stretch) {
-        return stretch.sweeps >= LeastSweeps;
-    });
+    int sweeps = 0;
+    for (const Stretch& stretch : cluster) {
+        if (stretch.sweeps >= LeastSweeps)
+            return true;
+        sweeps += stretch.sweeps;
+    }
+    return cluster.size() >= LeastTimes && 10 * sweeps > cluster.constLast().last - cluster.constFirst().first;
 }
 
 Incident Incidents::FindingOf(Kind kind, const QList<Stretch>& stretches) const

@@ -35,7 +35,7 @@ public:
     [[nodiscard]] QList<Incident> Findings() const;
 
     static constexpr int QuietHours = 24; ///< stretches of one cause with less between them are one finding
-    static constexpr int LeastSweeps = 3; ///< in one stretch of a node's silence, to be told
+    static constexpr int LeastSweeps = 3; ///< in one stretch of one meter's silence, to be told
     static constexpr int LeastTimes = 5; ///< or that many stretches close together
     static constexpr int LeastTogether = 3; ///< common beginnings that make a group of nodes
 
@@ -70,7 +70,8 @@ private:
     [[nodiscard]] Incident FindingOf(Incident::Kind kind, const QList<Stretch>& stretches) const;
     [[nodiscard]] QList<QList<Stretch>> Clusters(const QList<Stretch>& stretches) const;
     [[nodiscard]] bool IsNextToWhole(qsizetype sweep) const;
-    [[nodiscard]] bool IsTold(const QList<Stretch>& cluster) const;
+    [[nodiscard]] static bool IsTold(const QList<Stretch>& cluster);
+    [[nodiscard]] static bool HaveOneCause(const QList<Stretch>& one, const QList<Stretch>& other);
     void AddWholes(QList<Incident>& findings) const;
 
     QList<QDateTime> due; ///< of each sweep

@@ -22,6 +22,11 @@ QDateTime LongAgo()
 
 } // namespace
 
+bool SweepOutcome::IsExpected() const
+{
+    return std::any_of(meters.begin(), meters.end(), [](const MeterOutcome& meter) { return meter.isExpected; });
+}
+
 SweepOutcomes::SweepOutcomes(const QList<LedgerMeter>& registered, const QSet<qint32>& knownBefore,
     const MonthPlan& plan_, const WallZone& zone_)
     : meters(registered),

@@ -25,6 +25,9 @@ struct SweepOutcome {
     QList<QDateTime> stamps; ///< of the sweeps that count for it; empty when there is no row
     int made = 0; ///< how often it was swept, at most as often as due
     QList<MeterOutcome> meters; ///< by place
+
+    /// False before the first row that there ever was: nothing can be said then.
+    [[nodiscard]] bool IsExpected() const;
 };
 
 /// Lays stored sweeps beside due ones. A sweep counts for the last minute that was due when it began, unless it began

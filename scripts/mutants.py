@@ -20,6 +20,7 @@ TESTS = {
     "bus": ["tst_ravelin", "test_bus"],
     "collector": ["tst_collectorvalues", "tst_collector", "tst_answers", "tst_fieldconduct", "tst_pacing"],
     "meters": ["tst_meters", "tst_metermodel", "tst_answers"],
+    "ledger": ["tst_ledger"],
     "register": ["tst_register"],
     "support": ["tst_support"],
     "tools": ["tst_airtimeplan"],

@@ -214,7 +214,8 @@ private slots:
     /// A meter is expected from its first row on, one that left the register only where it has rows.
     void newAndRemovedMeters()
     {
-        SweepOutcomes outcomes(Site, {1}, Every({u"08:00"_s, u"09:00"_s, u"10:00"_s}), WallZone(QTimeZone("UTC")));
+        SweepOutcomes outcomes(
+            Site, {}, Every({u"07:00"_s, u"08:00"_s, u"09:00"_s, u"10:00"_s}), WallZone(QTimeZone("UTC")));
         Completeness completeness(6 * 60);
         const QList<SweepOutcome> all = OutcomesOf(outcomes,
             {u"2024-03-04 08:00:20 1 7:3"_s, u"2024-03-04 09:00:20 1 10"_s, u"2024-03-04 10:00:20 1"_s},
@@ -224,6 +225,7 @@ private slots:
         QStringList texts;
         for (const ReadingCounts& meter : completeness.Days().value(0).meters)
             texts.append(Text(meter));
+        QCOMPARE(completeness.Days().value(0).sweepsDue, 3); // none before the first row
         QCOMPARE(texts, (QStringList{u"3/3/0/2+1"_s, u"2/1/0/1+0 8:1"_s, u"0/0/0/0+0"_s, u"1/0/0/0+0 3:1"_s}));
     }
 
@@ -398,7 +400,7 @@ private slots:
         QTest::addColumn<QStringList>("found");
         const QString well(12, u'.');
         QTest::addRow("nothing worth telling")
-            << QStringList{well, u"x..x.....xx."_s, well, u".....x......"_s} << QStringList{};
+            << QStringList{u"x...xx......"_s, u"x..x.....xx."_s, well, u".....x......"_s} << QStringList{};
         QTest::addRow("no rows, and the sweep before not finished") << QStringList{u"....    ...."_s, u"....    ...."_s,
             u"...     ...."_s, u"...     ...."_s} << QStringList{u"0 03..08 x1/5"_s};
         QTest::addRow("every second sweep left out")
@@ -408,10 +410,15 @@ private slots:
         QTest::addRow("modem deaf, and one node for longer") << QStringList{well, u"..xx........"_s, u"..xx........"_s,
             u"xxxxxxx....."_s} << QStringList{u"6 00-..07 x1/5: 3"_s, u"3 02..04 x1/2: 1 2 3"_s};
         QTest::addRow("substation meter, until now")
-            << QStringList{u"..........xx"_s, well, well, well} << QStringList{u"4 10.. x1/2: 0"_s};
+            << QStringList{u".........xxx"_s, well, well, well} << QStringList{u"4 09.. x1/3: 0"_s};
         QTest::addRow("nobody answers") << QStringList(4, u"...xxx......"_s) << QStringList{u"2 03..06 x1/3"_s};
+        QTest::addRow("nobody answers; it began and ended between substation meter and nodes")
+            << QStringList{u"....xxx....."_s, u"...xxx......"_s, u"...xxx......"_s, u"...xxx......"_s}
+            << QStringList{u"2 03..06 x1/3"_s};
         QTest::addRow("a group again and again, one of it longer once")
             << QStringList{well, u".x..x..xx..."_s, u".x..x..x...."_s, well} << QStringList{u"5 01..09 x3/4: 1 2"_s};
+        QTest::addRow("a group with short silences of their own")
+            << QStringList{well, u"xx..xx.xx..x"_s, u"xx..xx.xx.x."_s, well} << QStringList{u"5 00-..09 x3/6: 1 2"_s};
         QTest::addRow("a group, once") << QStringList{well, u".xxxx......."_s, u".xxxx......."_s, well}
                                        << QStringList{u"5 01..05 x1/4: 1 2"_s};
         QTest::addRow("two nodes at different times") << QStringList{well, u".xxxx......."_s, u"..xxxx......"_s, well}

@@ -58,7 +58,7 @@ QList<QDateTime> Calendar::Next(Due what, const QDateTime& from, int count) cons
 
 std::array<std::optional<Calendar::Gap>, 8> Calendar::TightestGaps(const QDateTime& from) const
 {
-    constexpr int TwoMonths = 2 * MinutesOfMonth;
+    constexpr int TwoMonths = 2 * static_cast<int>(MinutesOfMonth);
     std::array<std::optional<Gap>, 8> tightest;
     std::array<QDateTime, 8> waiting; // started, and no sweep was due since
     QDateTime time = StartOfMinute(from);
@@ -78,8 +78,10 @@ std::array<std::optional<Calendar::Gap>, 8> Calendar::TightestGaps(const QDateTi
     return tightest;
 }
 
-size_t Calendar::Index(const QDateTime& time)
+MonthPlan Calendar::PlanOf(quint8 what) const
 {
-    const QTime clock = time.time();
-    return static_cast<size_t>(((time.date().day() - 1) * 24 + clock.hour()) * 60 + clock.minute());
+    MonthPlan plan;
+    for (size_t minute = 0; minute < dueAt.size(); ++minute)
+        plan[minute] = (dueAt[minute] & what) != 0;
+    return plan;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "monthplan.h"
 #include "sysvar.h"
 
 #include <QDateTime>
@@ -17,7 +18,7 @@ public:
     explicit Calendar(const SysVar& vars);
 
     /// A set of Due.
-    [[nodiscard]] quint8 DueAt(const QDateTime& time) const { return dueAt[Index(time)]; }
+    [[nodiscard]] quint8 DueAt(const QDateTime& time) const { return dueAt[MinuteOfMonth(time.date(), time.time())]; }
 
     /// How many of the 31 x 24 x 60 minutes of a month.
     [[nodiscard]] int MinutesOf(Due what) const;
@@ -33,10 +34,9 @@ public:
     /// For each set of what falls together, the first of the shortest gaps in the two months from `from` on.
     [[nodiscard]] std::array<std::optional<Gap>, 8> TightestGaps(const QDateTime& from) const;
 
-    static constexpr int MinutesOfMonth = 31 * 24 * 60;
+    /// The minutes in which any of `what`, a set of Due, is due.
+    [[nodiscard]] MonthPlan PlanOf(quint8 what) const;
 
 private:
-    [[nodiscard]] static size_t Index(const QDateTime& time);
-
     std::array<quint8, MinutesOfMonth> dueAt{};
 };

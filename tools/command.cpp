@@ -168,7 +168,7 @@ CommandLine::SettingsChoice CommandLine::ChooseSettings() const
     return {found.first(), Texts::tr("No -settings was given; %1 is taken.").arg(found.first()), found.mid(1)};
 }
 
-std::optional<SysVar> CommandLine::Settings() const
+std::optional<SysVar> CommandLine::Settings(void (*tell)(const QString& sentence)) const
 {
     const SettingsChoice choice = ChooseSettings();
     if (choice.name.isEmpty()) {
@@ -176,7 +176,7 @@ std::optional<SysVar> CommandLine::Settings() const
         return std::nullopt;
     }
     if (!choice.remark.isEmpty())
-        Tell(choice.remark);
+        (tell ? tell : Tell)(choice.remark);
     SettingsFile settings(choice.name);
     const SysVar vars = ReadSysVar(settings);
     const QStringList problems = settings.Problems();

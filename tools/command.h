@@ -58,8 +58,8 @@ public:
 
     /// The settings that the daemon would run with. None, and the reasons on stderr, when something is wrong with them:
     /// where the daemon goes on with defaults, a tool would work on the wrong database. Tells which file was taken if
-    /// none was named.
-    [[nodiscard]] std::optional<SysVar> Settings() const;
+    /// none was named, on stdout or through `tell`.
+    [[nodiscard]] std::optional<SysVar> Settings(void (*tell)(const QString& sentence) = nullptr) const;
 
 private:
     void Add(const QCommandLineOption& option);

@@ -2,7 +2,9 @@
 #include "backupcommand.h"
 #include "checkcommand.h"
 #include "command.h"
+#include "incidentscommand.h"
 #include "registercommands.h"
+#include "reportcommand.h"
 #include "retaincommand.h"
 #include "schedulecommand.h"
 #include "setupcommand.h"
@@ -41,6 +43,8 @@ int main(int argc, char* argv[])
         {u"backup"_s, Texts::tr("Copies the database while the daemon runs."), RunBackup},
         {u"support"_s, Texts::tr("Gathers what a technician needs to see, without passwords."), RunSupport},
         {u"register"_s, Texts::tr("The database's schema and the register of meters in it."), RunRegister},
+        {u"report"_s, Texts::tr("Which readings of a day or month are there, missing, or strange; clocks."), RunReport},
+        {u"incidents"_s, Texts::tr("Why readings are missing: one finding for one cause."), RunIncidents},
     };
     return RunOneOf(commands, Texts::tr("Looks after what the daemon works with."),
         QStringList{u"ravelinctl"_s} + QCoreApplication::arguments().mid(1));

@@ -41,6 +41,9 @@ public:
 
     [[nodiscard]] std::optional<QList<RegisterRow>> Rows();
 
+    /// For questions of one's own, while this object is there and open.
+    [[nodiscard]] QSqlDatabase Connected() const { return database; }
+
     /// What the collector did on the newest day in the database. Nothing is known of a day without clock queries.
     struct LastDay {
         QList<QTime> clocksAsked; ///< when each meter that answered was asked for its clock, ascending

@@ -332,7 +332,7 @@ Findings SettingsCheck::PatternFindings() const
         QString why = Schedule::ErrorIn(vars.*pattern.text);
         if (why.isEmpty() && minutes == 0)
             why = Texts::tr("no time \"dd hh:mm\" matches");
-        else if (why.isEmpty() && minutes == Calendar::MinutesOfMonth)
+        else if (why.isEmpty() && minutes == static_cast<int>(MinutesOfMonth))
             why = Texts::tr("every minute matches");
         if (!why.isEmpty())
             findings.append({pattern.key, u"%1, \"%2\": %3"_s.arg(pattern.key, vars.*pattern.text, why)});

@@ -515,6 +515,161 @@
     </message>
 </context>
 <context>
+    <name>ledger</name>
+    <message>
+        <source>answer not decodable (1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>substation meter silent (1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>node heard, no reading (2)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not delivered (3)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>nothing heard (255)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>unknown status</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>a row of zeros</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>answers of its model are not stored</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no row in the sweep</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no sweep</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no rows of due sweeps: the daemon or the database was away</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>sweeps left out again and again: more is due than there is time for</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>nobody answered, neither nodes nor substation meter</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no node meter answered: look at the modem</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the substation meter was silent</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>meters silent together: look at what their nodes have in common</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>one meter silent</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 (not in the register)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: at %2 from %3 back to %4 kWh, and it goes on from there: exchanged or reset</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: at %2 from %3 back to %4 kWh; no later reading tells whether it stays so</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: at %2 from %3 to %4 kWh, %5 kW on average: more than the limit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: at %2 one reading of %4 kWh after %3 kWh, which the next ones do not bear out</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: %2 to %3: %4 kWh a day, where %5 is usual</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: stands at %4 kWh, from %2 to %3 at least</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: stuck at %4 kWh from %2 to %3, while others move</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: %2 to %3, readings: %6: the tariffs make %5 kWh, the total is %4</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: its number in the register was &quot;%2&quot; and is &quot;%3&quot;</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: no clock reading; rows that are no time: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>drift %1 s a day</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>drift unknown</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: %2 s at %3, %4, readings: %5</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>, rows that are no time: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 or before</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>it lasts</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 to %2: %3; due sweeps: %4</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>, in stretches: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>; meters: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>, and %1 more</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>main</name>
     <message>
         <source>Start Ok!</source>
@@ -1319,6 +1474,176 @@ Options:
     <message>
         <source>Tells the version.</source>
         <translation>Выводит номер версии.</translation>
+    </message>
+    <message>
+        <source>%1 to %2, incidents: %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Tells why readings are missing: one finding for one cause, with the sweeps and the meters concerned.
+Knows what the rows tell: run it in the daemon&apos;s time zone and with the settings of those days.
+Exit code: 0 no incident, 3 incidents, 1 the rows cannot be read, 2 wrong usage.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>date</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The first day, yyyy-MM-dd (default: a week ago).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The last day, yyyy-MM-dd (default: today).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>--from and --to take yyyy-MM-dd, in this order, and no day to come.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Which readings of a day or month are there, missing, or strange; clocks.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Why readings are missing: one finding for one cause.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Give one of --day yyyy-MM-dd and --month yyyy-MM, and no time to come.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>--deadline takes hh:mm, --format text, json or csv, --at-least 0 to 100, --most-kw and --substation-kw 0.001 to 1000000.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The day, yyyy-MM-dd (default: yesterday).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>month</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A month instead, yyyy-MM.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>format</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>text, json, or csv: a line of counts for each meter and day (default: text).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>By when a day&apos;s readings are to be there, hh:mm of the day after (default 06:00).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>percent</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>So many of the due readings make exit code 0 (default 100).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>kW</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>More behind a node is a jump (default 100).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>More at the substation meter is a jump (default 2500).</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>An earlier register; numbers of meters that are others now are told.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Tells for a day or a month which readings were due, which are there, late, or missing and why, which
+readings are strange, and which clocks are off. Knows what the rows tell: run it in the daemon&apos;s time
+zone and with the settings of those days.
+Exit code: 0 all is there and nothing strange, 3 something is missing or strange, 1 the rows cannot
+be read, 2 wrong usage.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>due</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>read</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>late</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>in time</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 to %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: sweeps due: %2, made: %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>readings due: %1, there: %2 (%3 %), of these late: %4</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>in time, by %1 of the day after: %2 (%3 %)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>, and perhaps %1: the rows do not tell</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>rows whose time is none, left out: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>day</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>meter: readings that are not there</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>further meters with gaps: %1, each with %2 % or more; --format csv lists all</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>meters with a reading in each sweep that was made: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>meters without any row, not counted: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>readings to look at:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>clocks read in 30 days: %1 of %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>, by this computer&apos;s own clock alone: %1</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+/// "ravelinctl incidents". As Subcommand::run.
+[[nodiscard]] int RunIncidents(const QStringList& words);

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+/// "ravelinctl report". As Subcommand::run.
+[[nodiscard]] int RunReport(const QStringList& words);

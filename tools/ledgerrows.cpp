@@ -13,7 +13,7 @@ const auto RowsOfDay = u"SELECT time_r, global_id, status, pwr, pwr1, pwr2, pwr3
                        "WHERE date_r = ? ORDER BY time_r"_s;
 const auto NewestDayBefore = u"SELECT max(date_r) FROM \"Main_Data\" WHERE date_r < ?"_s;
 const auto MetersOfDay = u"SELECT DISTINCT global_id FROM \"Main_Data\" WHERE date_r = ?"_s;
-const auto ClocksOfDays = u"SELECT substr(uin, 1, 40), substr(date_c, 1, 40), substr(time_c, 1, 40), "
+const auto ClocksOfDays = u"SELECT uin, substr(date_c, 1, 40), substr(time_c, 1, 40), "
                           "date_r, substr(time_r, 1, 40) FROM time_table "
                           "WHERE date_r >= ? AND date_r <= ? ORDER BY date_r, time_r"_s;
 

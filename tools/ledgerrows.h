@@ -18,7 +18,7 @@ public:
 
     [[nodiscard]] std::optional<StoredDay> Day(QDate day);
 
-    /// With dates asked from `first` to `last`, in the order of asking. Of each text 40 characters.
+    /// With dates asked from `first` to `last`, in the order of asking. Of what a meter sent 40 characters.
     [[nodiscard]] std::optional<QList<ClockRow>> Clocks(QDate first, QDate last);
 
     /// The meters with rows on the newest day before `day` that has any.

@@ -518,155 +518,155 @@
     <name>ledger</name>
     <message>
         <source>answer not decodable (1)</source>
-        <translation type="unfinished"></translation>
+        <translation>ответ не разобран (1)</translation>
     </message>
     <message>
         <source>substation meter silent (1)</source>
-        <translation type="unfinished"></translation>
+        <translation>счётчик подстанции молчит (1)</translation>
     </message>
     <message>
         <source>node heard, no reading (2)</source>
-        <translation type="unfinished"></translation>
+        <translation>узел слышен, показания нет (2)</translation>
     </message>
     <message>
         <source>not delivered (3)</source>
-        <translation type="unfinished"></translation>
+        <translation>не доставлено (3)</translation>
     </message>
     <message>
         <source>nothing heard (255)</source>
-        <translation type="unfinished"></translation>
+        <translation>ничего не слышно (255)</translation>
     </message>
     <message>
         <source>unknown status</source>
-        <translation type="unfinished"></translation>
+        <translation>неизвестный статус</translation>
     </message>
     <message>
         <source>a row of zeros</source>
-        <translation type="unfinished"></translation>
+        <translation>строка из нулей</translation>
     </message>
     <message>
         <source>answers of its model are not stored</source>
-        <translation type="unfinished"></translation>
+        <translation>ответы этой модели не сохраняются</translation>
     </message>
     <message>
         <source>no row in the sweep</source>
-        <translation type="unfinished"></translation>
+        <translation>нет строки в обходе</translation>
     </message>
     <message>
         <source>no sweep</source>
-        <translation type="unfinished"></translation>
+        <translation>обхода не было</translation>
     </message>
     <message>
         <source>no rows of due sweeps: the daemon or the database was away</source>
-        <translation type="unfinished"></translation>
+        <translation>нет строк положенных обходов: не было демона или базы данных</translation>
     </message>
     <message>
         <source>sweeps left out again and again: more is due than there is time for</source>
-        <translation type="unfinished"></translation>
+        <translation>обходы снова и снова пропускаются: по расписанию их больше, чем успевается</translation>
     </message>
     <message>
         <source>nobody answered, neither nodes nor substation meter</source>
-        <translation type="unfinished"></translation>
+        <translation>никто не отвечал: ни узлы, ни счётчик подстанции</translation>
     </message>
     <message>
         <source>no node meter answered: look at the modem</source>
-        <translation type="unfinished"></translation>
+        <translation>не ответил ни один счётчик за узлами: проверьте модем</translation>
     </message>
     <message>
         <source>the substation meter was silent</source>
-        <translation type="unfinished"></translation>
+        <translation>счётчик подстанции молчал</translation>
     </message>
     <message>
         <source>meters silent together: look at what their nodes have in common</source>
-        <translation type="unfinished"></translation>
+        <translation>счётчики молчали вместе: посмотрите, что общего у их узлов</translation>
     </message>
     <message>
         <source>one meter silent</source>
-        <translation type="unfinished"></translation>
+        <translation>молчал один счётчик</translation>
     </message>
     <message>
         <source>%1 (not in the register)</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 (нет в реестре)</translation>
     </message>
     <message>
         <source>%1: at %2 from %3 back to %4 kWh, and it goes on from there: exchanged or reset</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2 с %3 назад к %4 кВт·ч, и дальше идёт оттуда: заменён или сброшен</translation>
     </message>
     <message>
         <source>%1: at %2 from %3 back to %4 kWh; no later reading tells whether it stays so</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2 с %3 назад к %4 кВт·ч; более поздних показаний, чтобы судить, нет</translation>
     </message>
     <message>
         <source>%1: at %2 from %3 to %4 kWh, %5 kW on average: more than the limit</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2 с %3 до %4 кВт·ч, в среднем %5 кВт: больше предела</translation>
     </message>
     <message>
         <source>%1: at %2 one reading of %4 kWh after %3 kWh, which the next ones do not bear out</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2 одно показание %4 кВт·ч после %3 кВт·ч, следующие его не подтверждают</translation>
     </message>
     <message>
         <source>%1: %2 to %3: %4 kWh a day, where %5 is usual</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: с %2 по %3: %4 кВт·ч в сутки, обычно %5</translation>
     </message>
     <message>
         <source>%1: stands at %4 kWh, from %2 to %3 at least</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: стоит на %4 кВт·ч, по меньшей мере с %2 по %3</translation>
     </message>
     <message>
         <source>%1: stuck at %4 kWh from %2 to %3, while others move</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: застыл на %4 кВт·ч с %2 по %3, другие при этом идут</translation>
     </message>
     <message>
         <source>%1: %2 to %3, readings: %6: the tariffs make %5 kWh, the total is %4</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: с %2 по %3, показаний: %6: сумма тарифов %5 кВт·ч, общее %4</translation>
     </message>
     <message>
         <source>%1: its number in the register was &quot;%2&quot; and is &quot;%3&quot;</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: номер в реестре был «%2», теперь «%3»</translation>
     </message>
     <message>
         <source>%1: no clock reading; rows that are no time: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: часы не прочитаны; строк, где не время: %2</translation>
     </message>
     <message>
         <source>drift %1 s a day</source>
-        <translation type="unfinished"></translation>
+        <translation>уход %1 с в сутки</translation>
     </message>
     <message>
         <source>drift unknown</source>
-        <translation type="unfinished"></translation>
+        <translation>уход неизвестен</translation>
     </message>
     <message>
         <source>%1: %2 s at %3, %4, readings: %5</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2 с на %3, %4, показаний: %5</translation>
     </message>
     <message>
         <source>, rows that are no time: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>, строк, где не время: %1</translation>
     </message>
     <message>
         <source>%1 or before</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 или раньше</translation>
     </message>
     <message>
         <source>it lasts</source>
-        <translation type="unfinished"></translation>
+        <translation>продолжается</translation>
     </message>
     <message>
         <source>%1 to %2: %3; due sweeps: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>с %1, до: %2: %3; положенных обходов: %4</translation>
     </message>
     <message>
         <source>, in stretches: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>, отрезков: %1</translation>
     </message>
     <message>
         <source>; meters: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>; счётчики: %1</translation>
     </message>
     <message>
         <source>, and %1 more</source>
-        <translation type="unfinished"></translation>
+        <translation> и ещё %1</translation>
     </message>
 </context>
 <context>
@@ -1477,93 +1477,95 @@ Options:
     </message>
     <message>
         <source>%1 to %2, incidents: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>с %1 по %2, происшествий: %3</translation>
     </message>
     <message>
         <source>Tells why readings are missing: one finding for one cause, with the sweeps and the meters concerned.
 Knows what the rows tell: run it in the daemon&apos;s time zone and with the settings of those days.
 Exit code: 0 no incident, 3 incidents, 1 the rows cannot be read, 2 wrong usage.</source>
-        <translation type="unfinished"></translation>
+        <translation>Показывает, почему нет показаний: одна причина — одна запись, с обходами и счётчиками, которых она касается.
+Знает то, что видно из строк: запускайте в часовом поясе демона и с настройками тех дней.
+Код завершения: 0 происшествий нет, 3 есть, 1 строки не читаются, 2 неверный вызов.</translation>
     </message>
     <message>
         <source>date</source>
-        <translation type="unfinished"></translation>
+        <translation>дата</translation>
     </message>
     <message>
         <source>The first day, yyyy-MM-dd (default: a week ago).</source>
-        <translation type="unfinished"></translation>
+        <translation>Первый день, yyyy-MM-dd (по умолчанию неделю назад).</translation>
     </message>
     <message>
         <source>The last day, yyyy-MM-dd (default: today).</source>
-        <translation type="unfinished"></translation>
+        <translation>Последний день, yyyy-MM-dd (по умолчанию сегодня).</translation>
     </message>
     <message>
         <source>--from and --to take yyyy-MM-dd, in this order, and no day to come.</source>
-        <translation type="unfinished"></translation>
+        <translation>--from и --to принимают yyyy-MM-dd, в этом порядке и не в будущем.</translation>
     </message>
     <message>
         <source>Which readings of a day or month are there, missing, or strange; clocks.</source>
-        <translation type="unfinished"></translation>
+        <translation>Какие показания за день или месяц есть, каких нет, какие странные; часы.</translation>
     </message>
     <message>
         <source>Why readings are missing: one finding for one cause.</source>
-        <translation type="unfinished"></translation>
+        <translation>Почему нет показаний: одна причина — одна запись.</translation>
     </message>
     <message>
         <source>Give one of --day yyyy-MM-dd and --month yyyy-MM, and no time to come.</source>
-        <translation type="unfinished"></translation>
+        <translation>Задайте --day yyyy-MM-dd или --month yyyy-MM, не в будущем.</translation>
     </message>
     <message>
         <source>--deadline takes hh:mm, --format text, json or csv, --at-least 0 to 100, --most-kw and --substation-kw 0.001 to 1000000.</source>
-        <translation type="unfinished"></translation>
+        <translation>--deadline принимает hh:mm, --format text, json или csv, --at-least от 0 до 100, --most-kw и --substation-kw от 0.001 до 1000000.</translation>
     </message>
     <message>
         <source>The day, yyyy-MM-dd (default: yesterday).</source>
-        <translation type="unfinished"></translation>
+        <translation>День, yyyy-MM-dd (по умолчанию вчера).</translation>
     </message>
     <message>
         <source>month</source>
-        <translation type="unfinished"></translation>
+        <translation>месяц</translation>
     </message>
     <message>
         <source>A month instead, yyyy-MM.</source>
-        <translation type="unfinished"></translation>
+        <translation>Вместо дня месяц, yyyy-MM.</translation>
     </message>
     <message>
         <source>format</source>
-        <translation type="unfinished"></translation>
+        <translation>формат</translation>
     </message>
     <message>
         <source>text, json, or csv: a line of counts for each meter and day (default: text).</source>
-        <translation type="unfinished"></translation>
+        <translation>text, json или csv: строка чисел на каждый счётчик и день (по умолчанию text).</translation>
     </message>
     <message>
         <source>By when a day&apos;s readings are to be there, hh:mm of the day after (default 06:00).</source>
-        <translation type="unfinished"></translation>
+        <translation>К какому времени следующего дня должны быть показания, hh:mm (по умолчанию 06:00).</translation>
     </message>
     <message>
         <source>percent</source>
-        <translation type="unfinished"></translation>
+        <translation>процент</translation>
     </message>
     <message>
         <source>So many of the due readings make exit code 0 (default 100).</source>
-        <translation type="unfinished"></translation>
+        <translation>Сколько положенных показаний нужно для кода 0 (по умолчанию 100).</translation>
     </message>
     <message>
         <source>kW</source>
-        <translation type="unfinished"></translation>
+        <translation>кВт</translation>
     </message>
     <message>
         <source>More behind a node is a jump (default 100).</source>
-        <translation type="unfinished"></translation>
+        <translation>Больше за узлом — скачок (по умолчанию 100).</translation>
     </message>
     <message>
         <source>More at the substation meter is a jump (default 2500).</source>
-        <translation type="unfinished"></translation>
+        <translation>Больше на счётчике подстанции — скачок (по умолчанию 2500).</translation>
     </message>
     <message>
         <source>An earlier register; numbers of meters that are others now are told.</source>
-        <translation type="unfinished"></translation>
+        <translation>Прежний реестр: покажет счётчики, у которых теперь другой номер.</translation>
     </message>
     <message>
         <source>Tells for a day or a month which readings were due, which are there, late, or missing and why, which
@@ -1571,79 +1573,83 @@ readings are strange, and which clocks are off. Knows what the rows tell: run it
 zone and with the settings of those days.
 Exit code: 0 all is there and nothing strange, 3 something is missing or strange, 1 the rows cannot
 be read, 2 wrong usage.</source>
-        <translation type="unfinished"></translation>
+        <translation>Показывает за день или месяц, какие показания ожидались, какие есть, опоздали или отсутствуют и почему,
+какие странные и у каких счётчиков неверны часы. Знает то, что видно из строк: запускайте в часовом
+поясе демона и с настройками тех дней.
+Код завершения: 0 всё есть и странного нет, 3 чего-то нет или что-то странно, 1 строки не читаются,
+2 неверный вызов.</translation>
     </message>
     <message>
         <source>due</source>
-        <translation type="unfinished"></translation>
+        <translation>надо</translation>
     </message>
     <message>
         <source>read</source>
-        <translation type="unfinished"></translation>
+        <translation>есть</translation>
     </message>
     <message>
         <source>late</source>
-        <translation type="unfinished"></translation>
+        <translation>поздно</translation>
     </message>
     <message>
         <source>in time</source>
-        <translation type="unfinished"></translation>
+        <translation>в срок</translation>
     </message>
     <message>
         <source>%1 to %2</source>
-        <translation type="unfinished"></translation>
+        <translation>с %1 по %2</translation>
     </message>
     <message>
         <source>%1: sweeps due: %2, made: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: обходов положено: %2, сделано: %3</translation>
     </message>
     <message>
         <source>readings due: %1, there: %2 (%3 %), of these late: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>показаний ожидалось: %1, есть: %2 (%3 %), из них поздних: %4</translation>
     </message>
     <message>
         <source>in time, by %1 of the day after: %2 (%3 %)</source>
-        <translation type="unfinished"></translation>
+        <translation>в срок, к %1 следующего дня: %2 (%3 %)</translation>
     </message>
     <message>
         <source>, and perhaps %1: the rows do not tell</source>
-        <translation type="unfinished"></translation>
+        <translation>, и, возможно, ещё %1: по строкам не видно</translation>
     </message>
     <message>
         <source>rows whose time is none, left out: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>пропущено строк, где не время: %1</translation>
     </message>
     <message>
         <source>day</source>
-        <translation type="unfinished"></translation>
+        <translation>день</translation>
     </message>
     <message>
         <source>meter: readings that are not there</source>
-        <translation type="unfinished"></translation>
+        <translation>счётчик: каких показаний нет</translation>
     </message>
     <message>
         <source>further meters with gaps: %1, each with %2 % or more; --format csv lists all</source>
-        <translation type="unfinished"></translation>
+        <translation>ещё счётчиков с пропусками: %1, у каждого не меньше %2 %; все — с --format csv</translation>
     </message>
     <message>
         <source>meters with a reading in each sweep that was made: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>счётчиков с показанием в каждом сделанном обходе: %1</translation>
     </message>
     <message>
         <source>meters without any row, not counted: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>счётчики без единой строки, не учтены: %1</translation>
     </message>
     <message>
         <source>readings to look at:</source>
-        <translation type="unfinished"></translation>
+        <translation>показания, на которые стоит посмотреть:</translation>
     </message>
     <message>
         <source>clocks read in 30 days: %1 of %2</source>
-        <translation type="unfinished"></translation>
+        <translation>часы прочитаны за 30 дней: %1 из %2</translation>
     </message>
     <message>
         <source>, by this computer&apos;s own clock alone: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>, только по часам этого компьютера: %1</translation>
     </message>
 </context>
 <context>

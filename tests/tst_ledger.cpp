@@ -173,6 +173,11 @@ private slots:
             << QStringList{u"2024-03-04 06:00:20 1 10:3 10 11"_s, u"2024-03-05 00:00:20 1 10 11"_s,
                    u"2024-03-05 06:00:01 1 10 11"_s}
             << day << later << QStringList{u"3/1"_s, u"3/1/0/1+0 9:2"_s, u"3/1/1/0+1 9:2"_s, u"3/1/0/1+0 9:2"_s};
+        QTest::addRow("the deadline: two more sweeps by then")
+            << QStringList{u"00:00"_s, u"05:59"_s, u"06:00"_s}
+            << QStringList{u"2024-03-04 06:00:20 1 10:3 10 11"_s, u"2024-03-05 00:00:20 1 10 11"_s,
+                   u"2024-03-05 05:59:20 1"_s}
+            << day << later << QStringList{u"3/1"_s, u"3/1/0/1+0 9:2"_s, u"3/1/1/1+0 9:2"_s, u"3/1/0/1+0 9:2"_s};
         QTest::addRow("not over yet") << QStringList{u"08:00"_s, u"09:00"_s}
                                       << QStringList{u"2024-03-04 08:00:20 1 10 11"_s, u"2024-03-04 09:00:20 1"_s}
                                       << day << u"2024-03-04 09:05:00"_s
@@ -209,6 +214,13 @@ private slots:
         for (const ReadingCounts& meter : counts.meters)
             texts.append(Text(meter));
         QTEST(texts, "counts");
+    }
+
+    void percent()
+    {
+        QCOMPARE(Percent(9999, 10000), 99.9); // 100 means all
+        QCOMPARE(Percent(1, 3), 33.3);
+        QCOMPARE(Percent(0, 0), 100.0);
     }
 
     /// A meter is expected from its first row on, one that left the register only where it has rows.
@@ -405,6 +417,8 @@ private slots:
             u"...     ...."_s, u"...     ...."_s} << QStringList{u"0 03..08 x1/5"_s};
         QTest::addRow("every second sweep left out")
             << QStringList(4, u". . . . . . "_s) << QStringList{u"1 01.. x6/6"_s};
+        QTest::addRow("three times no rows, once for long")
+            << QStringList(4, u". .   . ...."_s) << QStringList{u"0 01..08 x3/5"_s};
         QTest::addRow("modem deaf; it fails in the middle of a sweep and comes back in one") << QStringList{
             well, u"....xxxx...."_s, u"...xxxxx...."_s, u"....xxxxx..."_s} << QStringList{u"3 04..08 x1/4: 1 2 3"_s};
         QTest::addRow("modem deaf, and one node for longer") << QStringList{well, u"..xx........"_s, u"..xx........"_s,

@@ -343,15 +343,15 @@ def run_service(machine):
 
 def purge(machine):
     tell("removed, then purged, while it runs")
-    machine.inside("install -o ravelin -g ravelin /dev/null /var/backups/ravelin/copy; apt-get remove -y 'ravelin*'")
+    machine.inside("apt-get remove -y 'ravelin*'")
     code, text = machine.tried("systemctl is-active ravelin || pgrep -x ravelin")
     hold(code, "removed, it does not run", text)
     hold(rows(machine, "SELECT count(*) FROM Main_Data")[0][0], "the rows stay")
     machine.inside("apt-get purge -y 'ravelin*'; rm -rf /etc/systemd/system/ravelin.service.d")
     left = machine.inside("find / -xdev -path /root -prune -o -name '*ravelin*' -print; find /run /dev -name '*ravelin*'").split()
-    hold(sorted(left) == ["/dev/ravelin-meter", "/dev/ravelin-modem", "/var/backups/ravelin"], "purged, only the copies are left", left)
-    hold(machine.inside("stat --format '%a %U' /var/backups/ravelin; ls /var/backups/ravelin").split() == ["700", "root", "copy"],
-         "and these are root's")
+    copies = ["/var/backups/ravelin", "/var/backups/ravelin/ravelin.db"]
+    hold(sorted(left) == ["/dev/ravelin-meter", "/dev/ravelin-modem", *copies], "purged, only the copies are left", left)
+    hold(machine.inside("stat --format '%a %U' /var/backups/ravelin").split() == ["700", "root"], "and these are root's")
 
 
 def main():

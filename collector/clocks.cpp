@@ -93,9 +93,9 @@ bool TCollector::StoreReferenceClock()
     if (MainBase::FirstValueOf(Execute(Statements::ClockReadingCountSince, uin, sweep.sweepDate)).toInt() > 0)
         return true;
 
-    NtpQuery listing;
     if (vars.field.Has(FieldConduct::Ntp))
-        return StoreReferenceClockIfListed(uin, listing);
+        return StoreReferenceClockIfListed(uin);
+    NtpQuery listing;
     if (!listing.Finish()) {
         Log(tr("ntpq -pn did not finish: %1. Polling stays stopped").arg(listing.ErrorString()), Severity::Error);
         return false;
@@ -105,16 +105,21 @@ bool TCollector::StoreReferenceClock()
 }
 
 /// The sweep goes on in any case, and the next time sweep asks again.
-bool TCollector::StoreReferenceClockIfListed(const QString& uin, NtpQuery& listing)
+bool TCollector::StoreReferenceClockIfListed(const QString& uin)
 {
+    const auto goOnWithout = [](const QString& why) {
+        Log(tr("%1. No reference clock in this time sweep").arg(why), Severity::Warning);
+        return true;
+    };
+    if (!NtpQuery::IsInstalled())
+        return goOnWithout(tr("ntpq is not installed"));
+    NtpQuery listing;
     if (!listing.Finish())
-        Log(tr("ntpq -pn did not finish: %1. No reference clock in this time sweep").arg(listing.ErrorString()),
-            Severity::Warning);
-    else if (const QByteArray line = listing.FindLine(vars.NtpServer); line.isNull())
-        Log(tr("ntpq does not list the NTP server %1. No reference clock in this time sweep").arg(vars.NtpServer),
-            Severity::Warning);
-    else
-        AddReferenceClock(uin, line);
+        return goOnWithout(tr("ntpq -pn did not finish: %1").arg(listing.ErrorString()));
+    const QByteArray line = listing.FindLine(vars.NtpServer);
+    if (line.isNull())
+        return goOnWithout(tr("ntpq does not list the NTP server %1").arg(vars.NtpServer));
+    AddReferenceClock(uin, line);
     return true;
 }
 

@@ -197,7 +197,7 @@ private:
     void SetClocksByModel();
     void SendClockTo(const QStringList& uins);
     [[nodiscard]] bool StoreReferenceClock();
-    [[nodiscard]] bool StoreReferenceClockIfListed(const QString& uin, NtpQuery& listing);
+    [[nodiscard]] bool StoreReferenceClockIfListed(const QString& uin);
     static void AddReferenceClock(const QString& uin, const QByteArray& line);
 
     // --- the modem's reports: acknowledgements.cpp

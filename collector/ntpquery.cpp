@@ -6,6 +6,7 @@
 #include "service.h"
 
 #include <QDeadlineTimer>
+#include <QStandardPaths>
 
 #include <csignal>
 
@@ -13,6 +14,11 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+
+bool NtpQuery::IsInstalled()
+{
+    return !QStandardPaths::findExecutable(u"ntpq"_s).isEmpty();
+}
 
 NtpQuery::NtpQuery()
 {

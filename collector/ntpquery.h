@@ -7,6 +7,10 @@
 /// Asks this computer's time daemon for its listing, "ntpq -pn".
 class NtpQuery final {
 public:
+    /// A program that is not there should not be started again and again: each time the library leaves a descriptor
+    /// open.
+    [[nodiscard]] static bool IsInstalled();
+
     NtpQuery();
     ~NtpQuery();
     Q_DISABLE_COPY_MOVE(NtpQuery)

@@ -120,6 +120,16 @@ private slots:
         QCOMPARE(play("echo '*10.0.0.9 .GPS. 1 u 33 64 377 0.512 5000 0.021'")(), u"1 1 2"_s);
         QCOMPARE(play("echo '*10.0.0.1 .GPS. 1 u 33 64 377 0.512 5000 0.021'")(), u"1 1 2"_s);
         QCOMPARE(ClockRows().size(), 1);
+
+        // Not installed: nothing is left behind by the tries.
+        Sql(u"DELETE FROM time_table"_s);
+        qputenv("PATH", Path(u"nowhere"_s).toUtf8());
+        const auto descriptors = [] { return QDir(u"/proc/self/fd"_s).count(); };
+        Tick(QTime(10, 15));
+        const uint before = descriptors();
+        Tick(QTime(11, 15));
+        QCOMPARE(descriptors(), before);
+        QCOMPARE(LogLines("ntpq is not installed. No reference clock in this time sweep"), 2);
     }
 
     void readings()

@@ -307,14 +307,6 @@
         <translation>Услышано более %1 узлов: о следующих ничего не хранится</translation>
     </message>
     <message>
-        <source>ntpq -pn did not finish: %1. No reference clock in this time sweep</source>
-        <translation>ntpq -pn не завершился: %1. В этом опросе часов нет эталонного времени</translation>
-    </message>
-    <message>
-        <source>ntpq does not list the NTP server %1. No reference clock in this time sweep</source>
-        <translation>В выводе ntpq нет сервера NTP %1. В этом опросе часов нет эталонного времени</translation>
-    </message>
-    <message>
         <source>Open the case: node %1 is not in the register, or that cannot be read</source>
         <translation>Вскрыт корпус: узла %1 нет в реестре, или реестр не читается</translation>
     </message>
@@ -341,6 +333,22 @@
     <message>
         <source>read-out</source>
         <translation>считывание</translation>
+    </message>
+    <message>
+        <source>%1. No reference clock in this time sweep</source>
+        <translation>%1. В этом обходе часов нет эталонных часов</translation>
+    </message>
+    <message>
+        <source>ntpq is not installed</source>
+        <translation>ntpq не установлен</translation>
+    </message>
+    <message>
+        <source>ntpq -pn did not finish: %1</source>
+        <translation>ntpq -pn не завершился: %1</translation>
+    </message>
+    <message>
+        <source>ntpq does not list the NTP server %1</source>
+        <translation>ntpq не перечисляет сервер NTP %1</translation>
     </message>
 </context>
 <context>

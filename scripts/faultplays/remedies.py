@@ -50,7 +50,7 @@ def ntp(state, field):
         else:
             os.unlink(site.path("ntpq"))
         site.environment = {"PATH": site.directory}
-        site.begin().shown("ntpq -pn did not finish")
+        site.begin().shown("ntpq is not installed" if field and state == "missing" else "ntpq -pn did not finish")
         site.ask()
         if not site.peer_speaks(900):  # a sweep of this site takes a fifth of it
             return True, f"ntpq {state}: no sweep any more"

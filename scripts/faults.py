@@ -69,6 +69,12 @@ PLAYS = [
     remedy("modem", "the modem is deaf until it is started, no reading any more", partial(remedies.modem, "deaf"), "-deaf"),
     ("pacing", "Pacing=answers, a window larger than the modem's, silent nodes, reports lost: every readable meter is read",
      partial(remedies.pacing, "[Field]\nPacing=answers\nWindow=8\n")),
+    remedy("ce102", "the energy of a CE102 is not stored", remedies.ce102),
+    remedy("checksums", "an answer with a wrong checksum is stored", remedies.checksums),
+    remedy("digits", "a total of more than six digits is rounded", remedies.digits),
+    remedy("substation", "a substation meter that is not registered is tried", remedies.substation),
+    remedy("clocks", "every node is sent the clock message of a CE301", remedies.clocks),
+    remedy("numbers", "nobody is told his number", remedies.numbers),
     remedy("alarms", "opened cases behind other bytes, and of a node that is not registered, are not told", remedies.alarms),
     remedy("memory", "10,500 nodes speak, the node table keeps them all", remedies.memory),
 ]

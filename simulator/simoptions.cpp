@@ -96,7 +96,7 @@ void DescribeOptions(QCommandLineParser& parser)
         {u"uin"_s, u"The modem's address: 16 characters (default 000D6F0000000001)."_s, u"address"_s,
             u"000D6F0000000001"_s},
         {u"firmware"_s, u"The modem's firmware number: 3 characters (default 123)."_s, u"number"_s, u"123"_s},
-        {u"seed"_s, u"Of everything random. The same seed gives the same session (default 1)."_s, u"number"_s, u"1"_s},
+        {u"seed"_s, u"Of everything random. The same seed gives the same play (default 1)."_s, u"number"_s, u"1"_s},
         {u"latency"_s, u"From an accepted frame to its delivery (default 150)."_s, u"ms"_s, u"150"_s},
         {u"loss"_s, u"How often a frame vanishes in the air: 0 to 1."_s, u"probability"_s, u"0"_s},
         {u"nack"_s, u"How often a unicast is reported as not delivered."_s, u"probability"_s, u"0"_s},

@@ -1,6 +1,7 @@
 """What the remedies mend: each fault is played without its remedy, where it must show, and with it, where it must not."""
 
 import os
+import re
 import struct
 
 from faultplays.cable import Cable
@@ -132,6 +133,70 @@ def pacing(field):
         times = site.traffic().count(refused)
     hold(times > 0, "the modem refused nothing")
     return f"every readable meter in three sweeps, {times} messages refused"
+
+
+def ce102(field):
+    """A CE102 answers like the others."""
+    with Stage(scenario="[all]\n", settings=ON_DEMAND + field) as site:
+        site.begin().ask()
+        status = site.closed_sweep()[14]
+    return 0 not in status, f"the CE102 has status {status}"
+
+
+def checksums(field):
+    """A CE301 sends its energy with a wrong checksum."""
+    scenario = f"[all]\n[node {NODE % 1}]\nundecodable = checksum\n"
+    with Stage(scenario=scenario, settings=ON_DEMAND + field) as site:
+        site.begin().ask()
+        status = site.closed_sweep()[11]
+    return 0 in status, f"the CE301 has status {status}"
+
+
+def digits(field):
+    """Registers times a multiplier have more than six digits."""
+    with Stage(scenario="[all]\n", settings=ON_DEMAND.replace("CounterKTPMultiplier=40", "CounterKTPMultiplier=1001") + field) as site:
+        site.begin().ask()
+        site.closed_sweep()
+        stored = site.base.rows(site, "SELECT pwr FROM Main_Data WHERE global_id = 1")[0][0]
+        answered = next(float(line["values"].split()[0]) for line in site.report() if line["uin"] == "KTP-1")
+    off = abs(stored - answered * 1001) / stored
+    return off > 1e-6 / 4, f"the substation's total is off by {off:.0e} of itself"
+
+
+def substation(field):
+    """There is no substation meter. Whether it is tried all the same."""
+    register = ONE_METER.replace("1,KTP-1,12345,CE301,1,\n", "")
+    with Stage(scenario="[all]\n", register=register, settings=ON_DEMAND + field) as site:
+        site.begin().ask()
+        site.closed_sweep()
+        tried = "Not received data from KTP" in site.stderr()
+    return tried, "tried in vain" if tried else "not tried"
+
+
+def clocks(field):
+    """Clocks are due to be set, where only some of the meters are of the model CE301."""
+    with Stage(scenario="[all]\n", settings=SETTINGS + "TimeOfQuery=^none$\nTimeOfSetTime=:32$\nTimeOfGetTime=^none$\n"
+               + field) as site:
+        site.begin()
+        site.shown("at+ucastb:")
+        site.ask()
+        site.closed_sweep()
+        lines = site.traffic().splitlines()
+    told = set(re.findall(r"at\+ucastb:..,([0-9A-F]{16})\\r\\x04", "\n".join(lines)))
+    others = told - {NODE % 1, NODE % 7}
+    broadcast = any("at+bcastb:" in line and "\\xc0\\x08" in line for line in lines)
+    return bool(others) or len(told) < 2 or not broadcast, f"{len(others)} nodes got another model's message, broadcast: {broadcast}"
+
+
+def numbers(field):
+    """The administrator has all nodes told their meters' numbers."""
+    with Stage(scenario="[all]\n", settings=ON_DEMAND + field) as site:
+        site.begin().admin.send(bus.command(b"Send_counters_numbers"))
+        site.ask()
+        site.closed_sweep()
+        first = site.traffic().split("\\xc0\\x01\\xc1")[0]
+    told = sum(f",{NODE % i}" in first for i in range(1, 9))
+    return told < 8, f"{told} of 8 nodes told"
 
 
 def listed_nodes(admin):

@@ -4,8 +4,7 @@
 #include "log.h"
 #include "necessity.h"
 #include "service.h"
-#include "statements.h"
-#include "sysvar.h"
+#include "settingsconnection.h"
 
 #include <QCoreApplication>
 #include <QSqlRecord>
@@ -19,27 +18,6 @@ namespace {
 
 const auto LockNotAvailable = u"55P03"_s; // PostgreSQL's name for a lock_timeout that ran out
 const QString ConnectionName = u"Connection To Main Base"_s;
-
-QSqlDatabase Postgres(const QString& connection, const SysVar& vars)
-{
-    QSqlDatabase database = QSqlDatabase::addDatabase(u"QPSQL"_s, connection);
-    database.setDatabaseName(vars.BaseName);
-    database.setHostName(vars.SqlHostName);
-    database.setPort(vars.SqlPort);
-    database.setUserName(vars.SqlLogin);
-    database.setPassword(vars.SqlPassword);
-    // A host that vanished must not hold the one thread for the minutes that the system would wait.
-    database.setConnectOptions(u"connect_timeout=10;tcp_user_timeout=10000;keepalives_idle=10"_s);
-    return database;
-}
-
-QSqlDatabase Sqlite(const QString& connection, const SysVar& vars)
-{
-    const bool absolute = vars.BaseName.startsWith(u'/');
-    QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
-    database.setDatabaseName(absolute ? vars.BaseName : QCoreApplication::applicationDirPath() + u'/' + vars.BaseName);
-    return database;
-}
 
 /// The driver leaks a broken connection if it is opened again without being closed.
 void CloseBroken(QSqlDatabase& database)
@@ -109,22 +87,19 @@ Attempt Try(const QString& statement)
     return {std::move(query), broke, error};
 }
 
-} // namespace
-
-QSqlDatabase MainBase::Add(const QString& connection, const SysVar& vars)
+void PrepareSession(const QSqlDatabase& database)
 {
-    if (vars.BDType == "postgres"_L1)
-        return Postgres(connection, vars);
-    if (vars.BDType == "sqlite3"_L1)
-        return Sqlite(connection, vars);
-    return {};
+    for (const QSqlError& error : SettingsConnection::PrepareSession(database))
+        queries.Note(false, error);
 }
+
+} // namespace
 
 QSqlError MainBase::Open(const SysVar& vars)
 {
     inserts.Forget();
     queries.Forget();
-    QSqlDatabase database = Add(ConnectionName, vars);
+    QSqlDatabase database = SettingsConnection::Add(ConnectionName, vars);
     if (!database.open())
         return database.lastError();
     PrepareSession(database);
@@ -146,17 +121,6 @@ QSqlDatabase MainBase::Connection()
     if (database.isOpen())
         PrepareSession(database);
     return database;
-}
-
-// By statements: connection poolers refuse these settings as start-up options.
-void MainBase::PrepareSession(const QSqlDatabase& database)
-{
-    if (database.driverName() != "QPSQL"_L1)
-        return;
-    QSqlQuery query(database);
-    for (const QStringView statement : Statements::PostgresSession)
-        if (!query.exec(statement.toString()))
-            queries.Note(false, query.lastError());
 }
 
 QSqlQuery MainBase::Run(const QString& statement, Failure failure)

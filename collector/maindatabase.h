@@ -19,10 +19,6 @@ namespace MainBase {
 /// Sweep), and Statements::InsertClockPlaceholder.
 enum class Failure { Told, Expected };
 
-/// A new connection of that name to the database of `vars`, not open yet. With an unknown kind of database there is
-/// none.
-[[nodiscard]] QSqlDatabase Add(const QString& connection, const SysVar& vars);
-
 /// Registers and opens the connection. On failure it stays registered, and each use tries to open it again; with an
 /// unknown kind of database there is none.
 [[nodiscard]] QSqlError Open(const SysVar& vars);
@@ -30,9 +26,6 @@ void Close();
 
 /// Opened again if it was closed.
 [[nodiscard]] QSqlDatabase Connection();
-
-/// Gives an open connection the session settings that the statements need. SQLite needs none.
-void PrepareSession(const QSqlDatabase& database);
 
 /// Runs one statement. If it fails because the connection broke, the connection is opened anew and the statement tried
 /// once more.

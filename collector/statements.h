@@ -2,17 +2,10 @@
 
 #include <QStringView>
 
-#include <array>
-
 /// Every statement of the system, each named for what it asks. Filled by MainBase::Execute(). The spelling stays as it
 /// is, blanks included: to PostgreSQL "Main_Data" and Main_Data are two names, and "Type" is compared as text and as a
 /// number.
 namespace Statements {
-
-/// For each new connection to PostgreSQL. A lock is waited for one second at a time, so that a requested end is noticed
-/// in between. A backslash is no escape: MainBase::InLiteral() doubles quotes alone.
-inline constexpr std::array<QStringView, 2> PostgresSession{
-    u"SET lock_timeout = '1s'", u"SET standard_conforming_strings = on"};
 
 // --- the register
 

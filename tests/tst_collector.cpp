@@ -1,8 +1,8 @@
 // The collector's ticks: the schedule, sweeps, who is asked again, closing, and the clocks that are set and compared.
 
 #include "collectorbench.h"
-#include "maindatabase.h"
 #include "meteranswers.h"
+#include "settingsconnection.h"
 
 #include <QRegularExpression>
 #include <QTimer>
@@ -38,7 +38,7 @@ private slots:
         vars.BDType = u"postgres"_s;
         vars.BaseName = u"meters"_s;
         vars.SqlPort = 5433;
-        const QSqlDatabase database = MainBase::Add(u"another"_s, vars);
+        const QSqlDatabase database = SettingsConnection::Add(u"another"_s, vars);
         QCOMPARE(database.driverName() + u' ' + database.databaseName() + u' ' + QString::number(database.port()),
             u"QPSQL meters 5433"_s);
     }

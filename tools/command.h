@@ -10,6 +10,8 @@
 
 /// How a command ends.
 enum ExitCode { Done = 0, Problems = 1, WrongUsage = 2 };
+/// The exit code of a command that did its work and found something.
+inline constexpr int Found = 3;
 
 /// A command, or a group of commands. `run` gets the words of the command line from its own on: the first names the way
 /// to it ("ravelinctl register"). Returns the exit code.

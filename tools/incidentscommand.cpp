@@ -1,5 +1,6 @@
 #include "incidentscommand.h"
 
+#include "command.h"
 #include "incidents.h"
 #include "ledgersite.h"
 #include "ledgerwords.h"
@@ -56,7 +57,7 @@ int Look(LedgerSite& site, const DayRange& range, bool asJson)
 {
     std::optional<SweepOutcomes> outcomes = site.Outcomes(range.first);
     if (!outcomes)
-        return Problems;
+        return ComplainOfAll({site.Error()});
     Incidents incidents;
     const bool read = site.EachDay(range, [&](QDate day, const StoredDay& sweeps) {
         for (const SweepOutcome& outcome : outcomes->AddDay(day, sweeps, site.Now()))
@@ -64,7 +65,7 @@ int Look(LedgerSite& site, const DayRange& range, bool asJson)
                 incidents.Add(outcome, outcomes->Meters());
     });
     if (!read)
-        return Problems;
+        return ComplainOfAll({site.Error()});
     const QList<Incident> found = incidents.Findings();
     (asJson ? TellAsJson : TellAsText)(range, found, outcomes->Meters());
     return found.isEmpty() ? static_cast<int>(Done) : Found;
@@ -87,9 +88,9 @@ int RunIncidents(const QStringList& words)
     const std::optional<SysVar> vars = line.Settings(Complain);
     if (!vars)
         return Problems;
-    LedgerSite site(*vars);
+    LedgerSite site(*vars, u"ledger"_s);
     if (!site.IsOpen())
-        return Problems;
+        return ComplainOfAll({site.Error()});
     const QDate today = site.Now().date();
     const auto date = [&line](const QString& option, QDate usual) {
         return line.Option(option).isEmpty() ? usual : QDate::fromString(line.Option(option), u"yyyy-MM-dd"_s);

@@ -1,7 +1,5 @@
 #include "registerdatabase.h"
 
-#include "maindatabase.h"
-#include "registertable.h"
 #include "texts.h"
 
 #include <QDir>
@@ -10,7 +8,6 @@
 #include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlRecord>
-#include <QUrl>
 
 #include <algorithm>
 #include <array>
@@ -24,8 +21,6 @@ constexpr QStringView ClocksAskedLastDay =
 constexpr QStringView SilentOfLastDay =
     u"SELECT avg(silent) FROM (SELECT sum(CASE WHEN status = 0 THEN 0 ELSE 1 END) AS silent FROM \"Main_Data\" "
     "WHERE date_r = (SELECT max(date_r) FROM \"Main_Data\") GROUP BY time_r) AS sweeps";
-
-const auto ConnectionName = u"register"_s;
 
 // As the daemon spells them. PostgreSQL tells the two names of the readings apart.
 struct Table {
@@ -62,75 +57,13 @@ QStringList SchemaStatements(const QString& file)
     return statements;
 }
 
-/// That has the driver of the daemon's database; empty when it is installed.
-QString MissingPackage(const SysVar& vars)
-{
-    const bool isFile = vars.BDType == "sqlite3"_L1;
-    if (!isFile && vars.BDType != "postgres"_L1) // that is told elsewhere
-        return {};
-    if (QSqlDatabase::isDriverAvailable(isFile ? u"QSQLITE"_s : u"QPSQL"_s))
-        return {};
-    return isFile ? u"libqt6sql6-sqlite"_s : u"libqt6sql6-psql"_s;
-}
-
-// In the database's own words, if it had any.
-QString Reason(const QSqlError& error)
-{
-    return error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
-}
-
 } // namespace
 
-RegisterDatabase::RegisterDatabase(const SysVar& vars_)
-    : vars(vars_),
-      database(MissingPackage(vars).isEmpty() ? MainBase::Add(ConnectionName, vars) : QSqlDatabase())
-{
-    if (IsFile() && database.isValid())
-        vars.BaseName = database.databaseName();
-}
-
-RegisterDatabase::~RegisterDatabase()
-{
-    database = {};
-    QSqlDatabase::removeDatabase(ConnectionName);
-}
+RegisterDatabase::RegisterDatabase(const SysVar& settings) : SiteDatabase(settings, u"register"_s) { }
 
 bool RegisterDatabase::Open(Missing file)
 {
-    return HasDriver() && (!IsFile() || FindFile(file)) && Connect();
-}
-
-// Even a reader makes the files of the write-ahead log, and leaves them behind. It makes none of a file that it takes
-// for unchangeable, which is true when there is no log, that is, no writer and nothing that one left.
-bool RegisterDatabase::OpenToRead()
-{
-    if (!HasDriver())
-        return false;
-    if (!IsFile())
-        return Connect();
-    if (!FindFile(Missing::Fails))
-        return false;
-    const bool hasLog = QFileInfo::exists(vars.BaseName + "-shm"_L1) || QFileInfo(vars.BaseName + "-wal"_L1).size() > 0;
-    const QString path = QString::fromLatin1(QUrl::toPercentEncoding(vars.BaseName, "/"));
-    database.setDatabaseName(u"file:%1?%2"_s.arg(path, hasLog ? u"mode=ro"_s : u"immutable=1"_s));
-    database.setConnectOptions(u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s);
-    return Connect();
-}
-
-bool RegisterDatabase::HasDriver()
-{
-    const QString package = MissingPackage(vars);
-    return package.isEmpty() || Fail(Texts::tr("its driver is not installed; it is in the package %1").arg(package));
-}
-
-bool RegisterDatabase::Connect()
-{
-    if (!IsFile() && vars.BDType != "postgres"_L1)
-        return Fail(Texts::tr("BDType must be sqlite3 or postgres, not \"%1\"").arg(vars.BDType));
-    if (!database.open())
-        return Fail(Reason(database.lastError()));
-    MainBase::PrepareSession(database);
-    return true;
+    return HasDriver() && (!IsFile() || (file == Missing::Fails ? HasFile() : MakeDirectory())) && Connect();
 }
 
 QStringList RegisterDatabase::Problems()
@@ -139,7 +72,7 @@ QStringList RegisterDatabase::Problems()
     if (!IsFile() && !problems.isEmpty())
         return problems; // the tables cannot be looked at
     for (const auto& [table, columns] : Tables) {
-        QSqlQuery query(database);
+        QSqlQuery query(Connection());
         if (!Run(query, u"SELECT * FROM %1 WHERE 1 = 0"_s.arg(table))) {
             problems.append(Error());
             continue;
@@ -151,7 +84,7 @@ QStringList RegisterDatabase::Problems()
             if (!found.contains(column, IsFile() ? Qt::CaseInsensitive : Qt::CaseSensitive))
                 problems.append(Texts::tr("%1: table %2 has no column %3").arg(Name(), table, column));
     }
-    QSqlQuery tables(database);
+    QSqlQuery tables(Connection());
     if (!IsFile() && Run(tables, TablesOfReadings) && tables.next() && tables.value(0).toInt() == 2)
         problems.append(
             Texts::tr("%1: Main_Data and \"Main_Data\" are two tables; one must be a view of the other").arg(Name()));
@@ -160,9 +93,10 @@ QStringList RegisterDatabase::Problems()
 
 QStringList RegisterDatabase::FilesNotWritable() const
 {
-    const QString directory = QFileInfo(vars.BaseName).path(); // takes the journal
+    const QString directory = QFileInfo(Settings().BaseName).path(); // takes the journal
     QStringList problems;
-    for (const QString& path : {vars.BaseName, directory, vars.BaseName + "-wal"_L1, vars.BaseName + "-shm"_L1})
+    for (const QString& path :
+        {Settings().BaseName, directory, Settings().BaseName + "-wal"_L1, Settings().BaseName + "-shm"_L1})
         if (QFileInfo::exists(path) && !QFileInfo(path).isWritable())
             problems.append(Texts::tr("%1: %2 cannot be written").arg(Name(), path));
     return problems;
@@ -170,7 +104,7 @@ QStringList RegisterDatabase::FilesNotWritable() const
 
 QStringList RegisterDatabase::RightsMissing()
 {
-    QSqlQuery query(database);
+    QSqlQuery query(Connection());
     if (!Run(query, MissingRights))
         return {Error()};
     QStringList problems;
@@ -201,18 +135,10 @@ RegisterDatabase::Creation RegisterDatabase::CreateSchema()
     return creation;
 }
 
-std::optional<QList<RegisterRow>> RegisterDatabase::Rows()
-{
-    QSqlQuery query(database);
-    if (!Run(query, RegisterQuery.toString()))
-        return std::nullopt;
-    return RegisterRows(query, Name());
-}
-
 RegisterDatabase::LastDay RegisterDatabase::ReadLastDay()
 {
     LastDay day;
-    QSqlQuery query(database);
+    QSqlQuery query(Connection());
     if (Run(query, ClocksAskedLastDay.toString()))
         while (query.next())
             day.clocksAsked.append(query.value(0).toTime());
@@ -224,8 +150,8 @@ RegisterDatabase::LastDay RegisterDatabase::ReadLastDay()
 bool RegisterDatabase::Write(const RegisterChange& change)
 {
     // They outlive the transaction: PostgreSQL frees no statement in one that failed.
-    QSqlQuery update(database);
-    QSqlQuery insert(database);
+    QSqlQuery update(Connection());
+    QSqlQuery insert(Connection());
     return InTransaction([&] {
         return WriteEach(change.changed, update,
                    u"UPDATE \"Counters\" SET \"UIN\" = :UIN, \"Number\" = :Number, \"Model\" = :Model, "
@@ -238,7 +164,7 @@ bool RegisterDatabase::Write(const RegisterChange& change)
 
 bool RegisterDatabase::Remove(const QList<RegisterRow>& rows)
 {
-    QSqlQuery query(database); // as in Write()
+    QSqlQuery query(Connection()); // as in Write()
     const auto remove = [&](const RegisterRow& row) {
         query.bindValue(0, row.globalId);
         return query.exec();
@@ -246,56 +172,25 @@ bool RegisterDatabase::Remove(const QList<RegisterRow>& rows)
     return InTransaction([&] {
         return (query.prepare(u"DELETE FROM \"Counters\" WHERE global_id = ?"_s)
                    && std::all_of(rows.begin(), rows.end(), remove))
-            || Fail(Reason(query.lastError()));
+            || Fail(query.lastError());
     });
-}
-
-QString RegisterDatabase::Name() const
-{
-    return IsFile() ? Texts::tr("database %1").arg(vars.BaseName)
-                    : Texts::tr("database %1 on %2").arg(vars.BaseName, vars.SqlHostName);
-}
-
-QString RegisterDatabase::Error() const
-{
-    return Name() + ": "_L1 + error;
 }
 
 template <typename Work>
 bool RegisterDatabase::InTransaction(Work work)
 {
-    if (!database.transaction())
-        return Fail(Reason(database.lastError()));
-    if (work() && (database.commit() || Fail(Reason(database.lastError()))))
+    if (!Connection().transaction())
+        return Fail(Connection().lastError());
+    if (work() && (Connection().commit() || Fail(Connection().lastError())))
         return true;
-    database.rollback();
+    Connection().rollback();
     return false;
 }
 
-bool RegisterDatabase::IsFile() const
+bool RegisterDatabase::MakeDirectory()
 {
-    return vars.BDType == "sqlite3"_L1;
-}
-
-bool RegisterDatabase::FindFile(Missing file)
-{
-    if (QFileInfo::exists(vars.BaseName))
-        return true;
-    if (file == Missing::Fails)
-        return Fail(Texts::tr("it does not exist; \"ravelinctl register init\" makes it"));
-    const QString directory = QFileInfo(vars.BaseName).path();
+    const QString directory = QFileInfo(Settings().BaseName).path();
     return QDir().mkpath(directory) || Fail(Texts::tr("the directory %1 cannot be made").arg(directory));
-}
-
-bool RegisterDatabase::Fail(const QString& why)
-{
-    error = why.simplified();
-    return false;
-}
-
-bool RegisterDatabase::Run(QSqlQuery& query, const QString& statement)
-{
-    return query.exec(statement) || Fail(Reason(query.lastError()));
 }
 
 // Both kinds of database know an object by the name that the statement gives it.
@@ -321,14 +216,14 @@ bool RegisterDatabase::CreateObject(const QString& statement, QStringList& repor
         report.append(Texts::tr("Left the index %1 out: %2 is a view.").arg(name, indexed));
     else
         report.append(Texts::tr("Made the %1 %2.").arg(match.captured(1).toLower(), name));
-    QSqlQuery query(database);
+    QSqlQuery query(Connection());
     return *isThere || *isOnView || Run(query, statement);
 }
 
 // Of a statement that counts.
 std::optional<bool> RegisterDatabase::Finds(const QString& statement)
 {
-    QSqlQuery query(database);
+    QSqlQuery query(Connection());
     if (!Run(query, statement) || !query.next())
         return std::nullopt;
     return query.value(0).toBool();
@@ -338,14 +233,14 @@ std::optional<bool> RegisterDatabase::Finds(const QString& statement)
 // way.
 bool RegisterDatabase::LetShrink()
 {
-    QSqlQuery query(database);
+    QSqlQuery query(Connection());
     return Run(query, u"PRAGMA auto_vacuum = INCREMENTAL"_s);
 }
 
 // Lasts in the file. Without it the file is synchronised twice for every row.
 bool RegisterDatabase::SwitchWriteAheadLogOn(QStringList& report)
 {
-    QSqlQuery query(database);
+    QSqlQuery query(Connection());
     const auto mode = [&] { return query.next() ? query.value(0).toString() : QString(); };
     if (!Run(query, u"PRAGMA journal_mode"_s))
         return false;
@@ -363,12 +258,12 @@ bool RegisterDatabase::SwitchWriteAheadLogOn(QStringList& report)
 bool RegisterDatabase::WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement)
 {
     if (!query.prepare(statement))
-        return Fail(Reason(query.lastError()));
+        return Fail(query.lastError());
     for (const RegisterRow& row : rows) {
         for (const RegisterColumn& column : RegisterColumns) // an empty text, where a null one would be NULL
             query.bindValue(u':' + QString(column.name), u""_s + row.*column.field);
         if (!query.exec())
-            return Fail(row.place + ": "_L1 + Reason(query.lastError()));
+            return Fail(row.place + ": "_L1 + ReasonOf(query.lastError()));
     }
     return true;
 }

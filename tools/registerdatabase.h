@@ -1,30 +1,22 @@
 #pragma once
 
 #include "meterregister.h"
-#include "sysvar.h"
+#include "sitedatabase.h"
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QTime>
 
 #include <optional>
 
 /// The daemon's database, open for a tool until the object goes. An operation that fails leaves tables and rows as they
 /// were and the reason in Error(). One object at a time.
-class RegisterDatabase final {
+class RegisterDatabase final : public SiteDatabase {
 public:
-    explicit RegisterDatabase(const SysVar& vars);
-    ~RegisterDatabase();
-    Q_DISABLE_COPY_MOVE(RegisterDatabase)
+    explicit RegisterDatabase(const SysVar& settings);
 
     enum class Missing { Fails, IsMade };
 
     /// With `IsMade` an SQLite file that is not there is made, and the directories to it.
     [[nodiscard]] bool Open(Missing file);
-
-    /// As Open() of a database that is there, but nothing is written, no file made and none left behind; only a log
-    /// that came without its index gets one.
-    [[nodiscard]] bool OpenToRead();
 
     /// What keeps the daemon from working with it, a sentence each; the meters in the register are not judged.
     [[nodiscard]] QStringList Problems();
@@ -39,11 +31,6 @@ public:
     /// whole.
     [[nodiscard]] Creation CreateSchema();
 
-    [[nodiscard]] std::optional<QList<RegisterRow>> Rows();
-
-    /// For questions of one's own, while this object is there and open.
-    [[nodiscard]] QSqlDatabase Connected() const { return database; }
-
     /// What the collector did on the newest day in the database. Nothing is known of a day without clock queries.
     struct LastDay {
         QList<QTime> clocksAsked; ///< when each meter that answered was asked for its clock, ascending
@@ -56,26 +43,10 @@ public:
     /// All or nothing.
     [[nodiscard]] bool Remove(const QList<RegisterRow>& rows);
 
-    /// For statements of a command's own.
-    [[nodiscard]] QSqlDatabase Connection() const { return database; }
-    /// SQLite; else PostgreSQL.
-    [[nodiscard]] bool IsFile() const;
-    /// As the connection has them: of SQLite the whole path.
-    [[nodiscard]] const SysVar& Settings() const { return vars; }
-
-    /// For a person: "database /var/lib/ravelin/z.db", "database meters on 192.168.0.7".
-    [[nodiscard]] QString Name() const;
-    /// A sentence that begins with the name.
-    [[nodiscard]] QString Error() const;
-
 private:
     template <typename Work>
     [[nodiscard]] bool InTransaction(Work work);
-    [[nodiscard]] bool FindFile(Missing file);
-    [[nodiscard]] bool HasDriver();
-    [[nodiscard]] bool Connect();
-    [[nodiscard]] bool Fail(const QString& why);
-    [[nodiscard]] bool Run(QSqlQuery& query, const QString& statement);
+    [[nodiscard]] bool MakeDirectory();
     [[nodiscard]] QStringList FilesNotWritable() const;
     [[nodiscard]] QStringList RightsMissing();
     [[nodiscard]] bool CreateObject(const QString& statement, QStringList& report);
@@ -83,8 +54,4 @@ private:
     [[nodiscard]] bool LetShrink();
     [[nodiscard]] bool SwitchWriteAheadLogOn(QStringList& report);
     [[nodiscard]] bool WriteEach(const QList<RegisterRow>& rows, QSqlQuery& query, const QString& statement);
-
-    SysVar vars;
-    QSqlDatabase database;
-    QString error;
 };

@@ -1,5 +1,7 @@
 #include "reportcommand.h"
 
+#include "command.h"
+#include "ledgermeters.h"
 #include "registercsv.h"
 #include "sitereport.h"
 #include "texts.h"
@@ -99,10 +101,8 @@ bool LookAtRows(LedgerSite& site, const Asked& asked, SiteReport& report)
 bool LookAtClocks(LedgerSite& site, const Asked& asked, SiteReport& report)
 {
     const auto rows = site.Rows().Clocks(asked.range.last.addDays(1 - ClockDays), asked.range.last);
-    if (!rows) {
-        static_cast<void>(site.Failed());
+    if (!rows)
         return false;
-    }
     report.clocks = MeterClocks(site.Meters(), *rows, {});
     return true;
 }
@@ -161,17 +161,18 @@ int RunReport(const QStringList& words)
     const std::optional<SysVar> vars = line.Settings(Complain);
     if (!vars)
         return Problems;
-    LedgerSite site(*vars);
+    LedgerSite site(*vars, u"ledger"_s);
     if (!site.IsOpen())
-        return Problems;
+        return ComplainOfAll({site.Error()});
     const std::optional<Asked> asked = Understood(line, site.Now().date());
     if (!asked)
         return WrongUsage;
     SiteReport report;
     report.range = asked->range;
     report.deadline = asked->deadline;
-    if (!LookAtRows(site, *asked, report) || !LookAtClocks(site, *asked, report)
-        || !LookAtRegister(site, asked->registerFile, report))
+    if (!LookAtRows(site, *asked, report) || !LookAtClocks(site, *asked, report))
+        return ComplainOfAll({site.Error()});
+    if (!LookAtRegister(site, asked->registerFile, report))
         return Problems;
     Tell(asked->format(report));
     return CodeOf(report, asked->atLeast);

@@ -6,10 +6,10 @@
 #include "checkcommand.h"
 #include "command.h"
 #include "iniedit.h"
-#include "maindatabase.h"
 #include "newfile.h"
 #include "registercommands.h"
 #include "schedulecommand.h"
+#include "settingsconnection.h"
 #include "setupquestions.h"
 #include "texts.h"
 
@@ -84,7 +84,8 @@ bool GiveTo(const passwd& user, const QString& path)
 /// What root makes of an SQLite database, the daemon could not write.
 int MakeDatabase(const SysVar& vars)
 {
-    const QString path = vars.BDType == "sqlite3"_L1 ? MainBase::Add(u"path"_s, vars).databaseName() : QString();
+    const QString path =
+        vars.BDType == "sqlite3"_L1 ? SettingsConnection::Add(u"path"_s, vars).databaseName() : QString();
     QSqlDatabase::removeDatabase(u"path"_s);
     const QString directory = QFileInfo(path).path();
     const bool isNew = !path.isEmpty() && !QFileInfo::exists(path);

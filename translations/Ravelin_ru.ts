@@ -1060,14 +1060,6 @@ without a file, with the register in the daemon&apos;s database. Changes nothing
         <translation>Сообщает, что неверно в файле или в реестре в базе данных.</translation>
     </message>
     <message>
-        <source>its driver is not installed; it is in the package %1</source>
-        <translation>её драйвер не установлен; он в пакете %1</translation>
-    </message>
-    <message>
-        <source>BDType must be sqlite3 or postgres, not &quot;%1&quot;</source>
-        <translation>BDType должен быть sqlite3 или postgres, а не «%1»</translation>
-    </message>
-    <message>
         <source>%1: table %2 has no column %3</source>
         <translation>%1: в таблице %2 нет столбца %3</translation>
     </message>
@@ -1082,18 +1074,6 @@ without a file, with the register in the daemon&apos;s database. Changes nothing
     <message>
         <source>%1: the role %2 may not %3 in table %4</source>
         <translation>%1: роли %2 не разрешён %3 в таблице %4</translation>
-    </message>
-    <message>
-        <source>database %1</source>
-        <translation>база данных %1</translation>
-    </message>
-    <message>
-        <source>database %1 on %2</source>
-        <translation>база данных %1 на %2</translation>
-    </message>
-    <message>
-        <source>it does not exist; &quot;ravelinctl register init&quot; makes it</source>
-        <translation>её нет; её создаёт «ravelinctl register init»</translation>
     </message>
     <message>
         <source>the directory %1 cannot be made</source>
@@ -1849,6 +1829,29 @@ be read, 2 wrong usage.</source>
     <message>
         <source>the Model of a substation meter must be %1</source>
         <translation>Model счётчика подстанции должен быть %1</translation>
+    </message>
+</context>
+<context>
+    <name>site</name>
+    <message>
+        <source>database %1</source>
+        <translation>база данных %1</translation>
+    </message>
+    <message>
+        <source>database %1 on %2</source>
+        <translation>база данных %1 на %2</translation>
+    </message>
+    <message>
+        <source>its driver is not installed; it is in the package %1</source>
+        <translation>её драйвер не установлен; он в пакете %1</translation>
+    </message>
+    <message>
+        <source>it does not exist; &quot;ravelinctl register init&quot; makes it</source>
+        <translation>её нет; её создаёт «ravelinctl register init»</translation>
+    </message>
+    <message>
+        <source>BDType must be sqlite3 or postgres, not &quot;%1&quot;</source>
+        <translation>BDType должен быть sqlite3 или postgres, а не «%1»</translation>
     </message>
 </context>
 </TS>

@@ -2,49 +2,6 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="ru" sourcelanguage="en">
 <context>
-    <name>BusListener</name>
-    <message>
-        <source>... and %1 more refusals</source>
-        <translation>... и ещё отказов: %1</translation>
-    </message>
-    <message>
-        <source>another program does</source>
-        <translation>там слушает другая программа</translation>
-    </message>
-    <message>
-        <source>Cannot listen on the bus as %1: %2</source>
-        <translation>Не удаётся слушать шину под именем %1: %2</translation>
-    </message>
-    <message>
-        <source>Listening on the bus as %1</source>
-        <translation>Шина слушается под именем %1</translation>
-    </message>
-    <message>
-        <source>A connection to %1 is refused: %2 others have not said who they are</source>
-        <translation>Подключение к %1 отклонено: не назвавших себя уже %2</translation>
-    </message>
-    <message>
-        <source>A connection to %1 is refused: the user with number %2 is not among BusUsers</source>
-        <translation>Подключение к %1 отклонено: пользователя с номером %2 нет в BusUsers</translation>
-    </message>
-    <message>
-        <source>it did not say who it is</source>
-        <translation>программа не назвала себя</translation>
-    </message>
-    <message>
-        <source>it did not say who it is first</source>
-        <translation>программа начала не со своего имени</translation>
-    </message>
-    <message>
-        <source>no settings file of Daemons has the ServerName %1</source>
-        <translation>ни в одном файле настроек из Daemons нет ServerName %1</translation>
-    </message>
-    <message>
-        <source>A connection to %1 is closed: %2</source>
-        <translation>Подключение к %1 закрыто: %2</translation>
-    </message>
-</context>
-<context>
     <name>Ending</name>
     <message>
         <source>Signal %1 received. Stopping application.</source>
@@ -67,76 +24,6 @@
     </message>
 </context>
 <context>
-    <name>Hub</name>
-    <message>
-        <source>The daemon %1 is connected</source>
-        <translation>Демон %1 подключён</translation>
-    </message>
-    <message>
-        <source>The daemon %1 is not connected any more</source>
-        <translation>Демон %1 больше не подключён</translation>
-    </message>
-    <message>
-        <source>all daemons are connected</source>
-        <translation>подключены все демоны</translation>
-    </message>
-    <message>
-        <source>daemons that are not connected: %1</source>
-        <translation>не подключены демоны: %1</translation>
-    </message>
-</context>
-<context>
-    <name>HubSettings</name>
-    <message>
-        <source>%1 is empty. The default %2 applies</source>
-        <translation>%1: пустое значение. Действует значение по умолчанию %2</translation>
-    </message>
-    <message>
-        <source>%1 is %2, not 1 to %3. The default %4 applies</source>
-        <translation>%1: значение %2, а должно быть от 1 до %3. Действует значение по умолчанию %4</translation>
-    </message>
-    <message>
-        <source>%1 is &quot;%2&quot;, neither %3 nor %4. %4 applies</source>
-        <translation>%1: значение «%2» — не %3 и не %4. Действует %4</translation>
-    </message>
-    <message>
-        <source>%1 is &quot;%2&quot;, no time as in %3, which applies</source>
-        <translation>%1: значение «%2» — не время вида %3; действует оно</translation>
-    </message>
-    <message>
-        <source>%1 is &quot;%2&quot;, no address as in 127.0.0.1:8480: nothing is listened to over TCP</source>
-        <translation>%1: значение «%2» — не адрес вида 127.0.0.1:8480: по TCP подключений нет</translation>
-    </message>
-    <message>
-        <source>%1 has no ServerName: that daemon cannot be connected</source>
-        <translation>В %1 нет ServerName: этот демон не подключить</translation>
-    </message>
-    <message>
-        <source>%1 has the ServerName &quot;%2&quot;, which cannot be a directory&apos;s name: that daemon is left out</source>
-        <translation>В %1 указано ServerName «%2», которое не может быть именем каталога: этот демон пропущен</translation>
-    </message>
-    <message>
-        <source>%1 has the ServerName %2, as a file before it: it is left out</source>
-        <translation>В %1 то же ServerName %2, что и в файле перед ним: файл пропущен</translation>
-    </message>
-    <message>
-        <source>%1 has the AdminServerName &quot;%2&quot;, not %3: that daemon will not connect</source>
-        <translation>В %1 указано AdminServerName «%2», а не %3: этот демон не подключится</translation>
-    </message>
-    <message>
-        <source>%1 is no setting</source>
-        <translation>Настройки %1 нет</translation>
-    </message>
-    <message>
-        <source>Hub/PeerName is the same as Hub/AdminName</source>
-        <translation>Hub/PeerName совпадает с Hub/AdminName</translation>
-    </message>
-    <message>
-        <source>Hub/BusUsers: there is no user %1</source>
-        <translation>Hub/BusUsers: пользователя %1 нет</translation>
-    </message>
-</context>
-<context>
     <name>MainBase</name>
     <message>
         <source>Rows are not stored: %1</source>
@@ -153,13 +40,6 @@
     <message>
         <source>The database can be read again</source>
         <translation>База данных снова читается</translation>
-    </message>
-</context>
-<context>
-    <name>PeerDialler</name>
-    <message>
-        <source>Cannot connect to %1: it belongs to the user with number %2, who is not among BusUsers</source>
-        <translation>Не удаётся подключиться к %1: он принадлежит пользователю с номером %2, которого нет в BusUsers</translation>
     </message>
 </context>
 <context>
@@ -322,37 +202,6 @@
     <message>
         <source>Settings file %1: %2</source>
         <translation>Файл настроек %1: %2</translation>
-    </message>
-</context>
-<context>
-    <name>SweepStore</name>
-    <message>
-        <source>... and %1 more refusals</source>
-        <translation>... и ещё отказов: %1</translation>
-    </message>
-    <message>
-        <source>A sweep of %1 is refused: its file name is &quot;%2&quot;</source>
-        <translation>Опрос от %1 отклонён: имя его файла — «%2»</translation>
-    </message>
-    <message>
-        <source>The sweep %1 of %2 has no rows: no file is made</source>
-        <translation>В опросе %1 от %2 нет строк: файл не создаётся</translation>
-    </message>
-    <message>
-        <source>The sweep %1 of %2 ends within a row: the rows before it are kept</source>
-        <translation>Опрос %1 от %2 обрывается посреди строки: строки до неё сохранены</translation>
-    </message>
-    <message>
-        <source>Sweep files are written to %1 again</source>
-        <translation>Файлы опросов снова записываются в %1</translation>
-    </message>
-    <message>
-        <source>Sweep files cannot be written to %1: %2</source>
-        <translation>Файлы опросов не записываются в %1: %2</translation>
-    </message>
-    <message>
-        <source>The sweep %1 of %2 is lost: too many wait to be written</source>
-        <translation>Опрос %1 от %2 потерян: слишком много опросов ждут записи</translation>
     </message>
 </context>
 <context>
@@ -837,10 +686,6 @@
     <message>
         <source>The setting ServerName is missing: there is no bus, and no administrative server is connected</source>
         <translation>Не задана настройка ServerName: шины нет, административный сервер не подключается</translation>
-    </message>
-    <message>
-        <source>No daemon is left of the setting Daemons: there is nothing to do</source>
-        <translation>По настройке Daemons не осталось ни одного демона: делать нечего</translation>
     </message>
 </context>
 <context>
@@ -1794,6 +1639,236 @@ be read, 2 wrong usage.</source>
         <source>, by this computer&apos;s own clock alone: %1</source>
         <translation>, только по часам этого компьютера: %1</translation>
     </message>
+    <message>
+        <source>The controller&apos;s name, which its role has, too.</source>
+        <translation>Имя контроллера, оно же имя его роли.</translation>
+    </message>
+    <message>
+        <source>The name of a controller is missing.</source>
+        <translation>Не указано имя контроллера.</translation>
+    </message>
+    <message>
+        <source>connection</source>
+        <translation>подключение</translation>
+    </message>
+    <message>
+        <source>The centre as libpq takes it, &quot;host=... dbname=... user=...&quot; (default: the database of the settings file).</source>
+        <translation>Центр в записи libpq: &quot;host=... dbname=... user=...&quot; (по умолчанию база данных из файла настроек).</translation>
+    </message>
+    <message>
+        <source>This database has no schema of a fleet; &quot;ravelinctl fleet init&quot; makes it.</source>
+        <translation>В этой базе данных нет схемы центра; её создаёт &quot;ravelinctl fleet init&quot;.</translation>
+    </message>
+    <message>
+        <source>The centre&apos;s schema has version %1, this program knows version %2.</source>
+        <translation>Схема центра имеет версию %1, эта программа знает версию %2.</translation>
+    </message>
+    <message>
+        <source>A centre is a PostgreSQL database: name it by --centre, or by settings with BDType=postgres.</source>
+        <translation>Центр — это база данных PostgreSQL: укажите её ключом --centre или файлом настроек с BDType=postgres.</translation>
+    </message>
+    <message>
+        <source>The driver of PostgreSQL is not installed; it is in the package %1.</source>
+        <translation>Драйвер PostgreSQL не установлен; он в пакете %1.</translation>
+    </message>
+    <message>
+        <source>The centre: %1</source>
+        <translation>Центр: %1</translation>
+    </message>
+    <message>
+        <source>The centre must be PostgreSQL 14 or newer.</source>
+        <translation>Для центра нужен PostgreSQL 14 или новее.</translation>
+    </message>
+    <message>
+        <source>How many months beside this one, 1 to 1200 (default 3).</source>
+        <translation>Сколько месяцев кроме текущего, от 1 до 1200 (по умолчанию 3).</translation>
+    </message>
+    <message>
+        <source>The first month, yyyy-MM, for rows that are older than the centre (default: this month).</source>
+        <translation>Первый месяц, yyyy-MM, для строк старше самого центра (по умолчанию текущий).</translation>
+    </message>
+    <message>
+        <source>--ahead takes 1 to 1200 months, --since a month yyyy-MM that has begun.</source>
+        <translation>--ahead принимает от 1 до 1200 месяцев, --since — уже начавшийся месяц yyyy-MM.</translation>
+    </message>
+    <message>
+        <source>Months made: %1.</source>
+        <translation>Созданы месяцы: %1.</translation>
+    </message>
+    <message>
+        <source>Makes the months that rows will come to. A row whose month is not there is refused: run this
+once a month, by a timer, with some months ahead.</source>
+        <translation>Создаёт месяцы, в которые попадут строки. Строка, для которой месяца нет, отвергается: запускайте
+команду раз в месяц по таймеру, с запасом в несколько месяцев.</translation>
+    </message>
+    <message>
+        <source>Drops whole months of readings and clock readings of all controllers. They are gone at once, and so
+is the room that they took. Older rows are not taken any more.</source>
+        <translation>Удаляет целые месяцы показаний и показаний часов всех контроллеров. Они исчезают сразу, и занятое
+ими место освобождается. Более старые строки больше не принимаются.</translation>
+    </message>
+    <message>
+        <source>How many months stay beside the current one, 1 to 1200.</source>
+        <translation>Сколько месяцев остаётся кроме текущего, от 1 до 1200.</translation>
+    </message>
+    <message>
+        <source>Only tells which months would go.</source>
+        <translation>Только сообщает, какие месяцы были бы удалены.</translation>
+    </message>
+    <message>
+        <source>Months that would go: %1.</source>
+        <translation>Были бы удалены месяцы: %1.</translation>
+    </message>
+    <message>
+        <source>Months dropped: %1. Rows are kept since %2.</source>
+        <translation>Удалены месяцы: %1. Строки хранятся с %2.</translation>
+    </message>
+    <message>
+        <source>Makes the schema of a centre in an empty PostgreSQL database, and its first months. The role that
+does it owns it, and must be allowed to make roles.</source>
+        <translation>Создаёт схему центра в пустой базе данных PostgreSQL и её первые месяцы. Роль, которая это делает,
+становится владельцем и должна иметь право создавать роли.</translation>
+    </message>
+    <message>
+        <source>The schema is there already.</source>
+        <translation>Схема уже есть.</translation>
+    </message>
+    <message>
+        <source>Made the schema.</source>
+        <translation>Схема создана.</translation>
+    </message>
+    <message>
+        <source>A controller&apos;s name has 1 to 63 bytes, no control characters, no blank at its ends, and is none of &quot;public&quot;, &quot;none&quot; and &quot;pg_...&quot;.</source>
+        <translation>Имя контроллера занимает от 1 до 63 байт, без управляющих символов и без пробелов по краям, и это не &quot;public&quot;, не &quot;none&quot; и не &quot;pg_...&quot;.</translation>
+    </message>
+    <message>
+        <source>%1: its first line is no password.</source>
+        <translation>%1: в первой строке нет пароля.</translation>
+    </message>
+    <message>
+        <source>Lets a controller in: a login role of its name, which sees its own rows alone. Its password is told
+once, unless a file holds it.</source>
+        <translation>Допускает контроллер: создаёт роль с его именем, которой видны только её собственные строки. Пароль
+сообщается один раз, если он не задан файлом.</translation>
+    </message>
+    <message>
+        <source>Its first line is the password.</source>
+        <translation>Первая строка этого файла — пароль.</translation>
+    </message>
+    <message>
+        <source>Added the controller %1.</source>
+        <translation>Контроллер %1 добавлен.</translation>
+    </message>
+    <message>
+        <source>Its password, told this once: %1</source>
+        <translation>Его пароль, сообщается только сейчас: %1</translation>
+    </message>
+    <message>
+        <source>Lets a controller in no more: its role goes, its rows stay.</source>
+        <translation>Больше не допускает контроллер: его роль удаляется, строки остаются.</translation>
+    </message>
+    <message>
+        <source>There is no controller %1.</source>
+        <translation>Контроллера %1 нет.</translation>
+    </message>
+    <message>
+        <source>Removed the controller %1; its rows stay.</source>
+        <translation>Контроллер %1 удалён; его строки остаются.</translation>
+    </message>
+    <message>
+        <source>Tells of each controller its newest sweep and how long ago that is, how many of today&apos;s rows are
+readings, and what its forwarder had still to deliver.</source>
+        <translation>Сообщает для каждого контроллера его последний опрос и давность, сколько из сегодняшних строк —
+показания, и сколько строк ещё не передано.</translation>
+    </message>
+    <message>
+        <source>For programs.</source>
+        <translation>Для программ.</translation>
+    </message>
+    <message>
+        <source>The centre has no month after %1: run &quot;ravelinctl fleet months&quot;.</source>
+        <translation>В центре нет месяца после %1: запустите &quot;ravelinctl fleet months&quot;.</translation>
+    </message>
+    <message>
+        <source>Makes the schema of a centre and its first months.</source>
+        <translation>Создаёт схему центра и первые месяцы.</translation>
+    </message>
+    <message>
+        <source>Lets a controller in: a role of its own.</source>
+        <translation>Допускает контроллер: создаёт ему роль.</translation>
+    </message>
+    <message>
+        <source>Lets a controller in no more.</source>
+        <translation>Больше не допускает контроллер.</translation>
+    </message>
+    <message>
+        <source>Tells which controllers deliver.</source>
+        <translation>Сообщает, какие контроллеры передают данные.</translation>
+    </message>
+    <message>
+        <source>Makes the months that rows will come to.</source>
+        <translation>Создаёт месяцы, в которые попадут строки.</translation>
+    </message>
+    <message>
+        <source>Drops old months.</source>
+        <translation>Удаляет старые месяцы.</translation>
+    </message>
+    <message>
+        <source>Looks after a centre: one PostgreSQL database for many controllers.</source>
+        <translation>Обслуживает центр: одну базу данных PostgreSQL для многих контроллеров.</translation>
+    </message>
+    <message>
+        <source>ahead</source>
+        <translation>впереди</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 мин</translation>
+    </message>
+    <message>
+        <source>%1 h</source>
+        <translation>%1 ч</translation>
+    </message>
+    <message>
+        <source>%1 d</source>
+        <translation>%1 сут</translation>
+    </message>
+    <message>
+        <source>meters</source>
+        <translation>счётч.</translation>
+    </message>
+    <message>
+        <source>last row</source>
+        <translation>последняя строка</translation>
+    </message>
+    <message>
+        <source>lag</source>
+        <translation>давн.</translation>
+    </message>
+    <message>
+        <source>today %</source>
+        <translation>сег. %</translation>
+    </message>
+    <message>
+        <source>waiting</source>
+        <translation>ждут</translation>
+    </message>
+    <message>
+        <source>dead</source>
+        <translation>отв.</translation>
+    </message>
+    <message>
+        <source>controller</source>
+        <translation>контроллер</translation>
+    </message>
+    <message>
+        <source>%1 (removed)</source>
+        <translation>%1 (удалён)</translation>
+    </message>
+    <message>
+        <source>The centre of many controllers: its schema, their roles, its months.</source>
+        <translation>Центр многих контроллеров: его схема, их роли, его месяцы.</translation>
+    </message>
 </context>
 <context>
     <name>register</name>
@@ -2007,6 +2082,10 @@ be read, 2 wrong usage.</source>
     <message>
         <source>BDType must be sqlite3 or postgres, not &quot;%1&quot;</source>
         <translation>BDType должен быть sqlite3 или postgres, а не «%1»</translation>
+    </message>
+    <message>
+        <source>A centre is named by words such as host=... dbname=..., without an address and without a semicolon; a password is best in a file: passfile=...</source>
+        <translation>Центр указывается словами вида host=... dbname=..., без адреса и без точки с запятой; пароль лучше держать в файле: passfile=...</translation>
     </message>
 </context>
 </TS>

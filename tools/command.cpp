@@ -99,6 +99,9 @@ CommandLine::CommandLine(const QString& about, Takes takes_) : takes(takes_)
         Texts::tr("file")});
     if (takes == Takes::GlobalIds)
         parser.addPositionalArgument(u"global_id"_s, Texts::tr("The meter's key in the register."), u"GLOBAL_ID..."_s);
+    else if (takes == Takes::Controller)
+        parser.addPositionalArgument(
+            u"controller"_s, Texts::tr("The controller's name, which its role has, too."), u"CONTROLLER"_s);
     else if (takes == Takes::NewFile)
         parser.addPositionalArgument(u"file"_s, Texts::tr("The file to write."), u"FILE"_s);
     else if (takes != Takes::Nothing)
@@ -147,6 +150,8 @@ std::optional<int> CommandLine::Parse(const QStringList& words)
         return Refuse(Texts::tr("A file is missing."), way);
     if (given.isEmpty() && takes == Takes::GlobalIds)
         return Refuse(Texts::tr("A global_id is missing."), way);
+    if (given.isEmpty() && takes == Takes::Controller)
+        return Refuse(Texts::tr("The name of a controller is missing."), way);
     if (takes != Takes::GlobalIds && given.size() > (takes == Takes::Nothing ? 0 : 1))
         return Refuse(Texts::tr("Too many words: \"%1\".").arg(given.constLast()), way);
     return std::nullopt;

@@ -28,7 +28,7 @@ struct Subcommand {
 /// The options of one command and what it takes beside them.
 class CommandLine final {
 public:
-    enum class Takes { Nothing, OptionalFile, File, NewFile, GlobalIds };
+    enum class Takes { Nothing, OptionalFile, File, NewFile, GlobalIds, Controller };
 
     CommandLine(const QString& about, Takes takes);
 
@@ -42,6 +42,8 @@ public:
 
     /// Empty when none was given.
     [[nodiscard]] QString FileName() const { return parser.positionalArguments().value(0); }
+
+    [[nodiscard]] QString Controller() const { return parser.positionalArguments().value(0); }
 
     /// At least one.
     [[nodiscard]] QStringList GlobalIds() const { return parser.positionalArguments(); }

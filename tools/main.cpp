@@ -2,6 +2,7 @@
 #include "backupcommand.h"
 #include "checkcommand.h"
 #include "command.h"
+#include "fleetcommands.h"
 #include "incidentscommand.h"
 #include "registercommands.h"
 #include "reportcommand.h"
@@ -45,6 +46,7 @@ int main(int argc, char* argv[])
         {u"register"_s, Texts::tr("The database's schema and the register of meters in it."), RunRegister},
         {u"report"_s, Texts::tr("Which readings of a day or month are there, missing, or strange; clocks."), RunReport},
         {u"incidents"_s, Texts::tr("Why readings are missing: one finding for one cause."), RunIncidents},
+        {u"fleet"_s, Texts::tr("The centre of many controllers: its schema, their roles, its months."), RunFleet},
     };
     return RunOneOf(commands, Texts::tr("Looks after what the daemon works with."),
         QStringList{u"ravelinctl"_s} + QCoreApplication::arguments().mid(1));

@@ -1639,6 +1639,236 @@ be read, 2 wrong usage.</source>
         <source>, by this computer&apos;s own clock alone: %1</source>
         <translation>, только по часам этого компьютера: %1</translation>
     </message>
+    <message>
+        <source>The controller&apos;s name, which its role has, too.</source>
+        <translation>Имя контроллера, оно же имя его роли.</translation>
+    </message>
+    <message>
+        <source>The name of a controller is missing.</source>
+        <translation>Не указано имя контроллера.</translation>
+    </message>
+    <message>
+        <source>connection</source>
+        <translation>подключение</translation>
+    </message>
+    <message>
+        <source>The centre as libpq takes it, &quot;host=... dbname=... user=...&quot; (default: the database of the settings file).</source>
+        <translation>Центр в записи libpq: &quot;host=... dbname=... user=...&quot; (по умолчанию база данных из файла настроек).</translation>
+    </message>
+    <message>
+        <source>This database has no schema of a fleet; &quot;ravelinctl fleet init&quot; makes it.</source>
+        <translation>В этой базе данных нет схемы центра; её создаёт &quot;ravelinctl fleet init&quot;.</translation>
+    </message>
+    <message>
+        <source>The centre&apos;s schema has version %1, this program knows version %2.</source>
+        <translation>Схема центра имеет версию %1, эта программа знает версию %2.</translation>
+    </message>
+    <message>
+        <source>A centre is a PostgreSQL database: name it by --centre, or by settings with BDType=postgres.</source>
+        <translation>Центр — это база данных PostgreSQL: укажите её ключом --centre или файлом настроек с BDType=postgres.</translation>
+    </message>
+    <message>
+        <source>The driver of PostgreSQL is not installed; it is in the package %1.</source>
+        <translation>Драйвер PostgreSQL не установлен; он в пакете %1.</translation>
+    </message>
+    <message>
+        <source>The centre: %1</source>
+        <translation>Центр: %1</translation>
+    </message>
+    <message>
+        <source>The centre must be PostgreSQL 14 or newer.</source>
+        <translation>Для центра нужен PostgreSQL 14 или новее.</translation>
+    </message>
+    <message>
+        <source>How many months beside this one, 1 to 1200 (default 3).</source>
+        <translation>Сколько месяцев кроме текущего, от 1 до 1200 (по умолчанию 3).</translation>
+    </message>
+    <message>
+        <source>The first month, yyyy-MM, for rows that are older than the centre (default: this month).</source>
+        <translation>Первый месяц, yyyy-MM, для строк старше самого центра (по умолчанию текущий).</translation>
+    </message>
+    <message>
+        <source>--ahead takes 1 to 1200 months, --since a month yyyy-MM that has begun.</source>
+        <translation>--ahead принимает от 1 до 1200 месяцев, --since — уже начавшийся месяц yyyy-MM.</translation>
+    </message>
+    <message>
+        <source>Months made: %1.</source>
+        <translation>Созданы месяцы: %1.</translation>
+    </message>
+    <message>
+        <source>Makes the months that rows will come to. A row whose month is not there is refused: run this
+once a month, by a timer, with some months ahead.</source>
+        <translation>Создаёт месяцы, в которые попадут строки. Строка, для которой месяца нет, отвергается: запускайте
+команду раз в месяц по таймеру, с запасом в несколько месяцев.</translation>
+    </message>
+    <message>
+        <source>Drops whole months of readings and clock readings of all controllers. They are gone at once, and so
+is the room that they took. Older rows are not taken any more.</source>
+        <translation>Удаляет целые месяцы показаний и показаний часов всех контроллеров. Они исчезают сразу, и занятое
+ими место освобождается. Более старые строки больше не принимаются.</translation>
+    </message>
+    <message>
+        <source>How many months stay beside the current one, 1 to 1200.</source>
+        <translation>Сколько месяцев остаётся кроме текущего, от 1 до 1200.</translation>
+    </message>
+    <message>
+        <source>Only tells which months would go.</source>
+        <translation>Только сообщает, какие месяцы были бы удалены.</translation>
+    </message>
+    <message>
+        <source>Months that would go: %1.</source>
+        <translation>Были бы удалены месяцы: %1.</translation>
+    </message>
+    <message>
+        <source>Months dropped: %1. Rows are kept since %2.</source>
+        <translation>Удалены месяцы: %1. Строки хранятся с %2.</translation>
+    </message>
+    <message>
+        <source>Makes the schema of a centre in an empty PostgreSQL database, and its first months. The role that
+does it owns it, and must be allowed to make roles.</source>
+        <translation>Создаёт схему центра в пустой базе данных PostgreSQL и её первые месяцы. Роль, которая это делает,
+становится владельцем и должна иметь право создавать роли.</translation>
+    </message>
+    <message>
+        <source>The schema is there already.</source>
+        <translation>Схема уже есть.</translation>
+    </message>
+    <message>
+        <source>Made the schema.</source>
+        <translation>Схема создана.</translation>
+    </message>
+    <message>
+        <source>A controller&apos;s name has 1 to 63 bytes, no control characters, no blank at its ends, and is none of &quot;public&quot;, &quot;none&quot; and &quot;pg_...&quot;.</source>
+        <translation>Имя контроллера занимает от 1 до 63 байт, без управляющих символов и без пробелов по краям, и это не &quot;public&quot;, не &quot;none&quot; и не &quot;pg_...&quot;.</translation>
+    </message>
+    <message>
+        <source>%1: its first line is no password.</source>
+        <translation>%1: в первой строке нет пароля.</translation>
+    </message>
+    <message>
+        <source>Lets a controller in: a login role of its name, which sees its own rows alone. Its password is told
+once, unless a file holds it.</source>
+        <translation>Допускает контроллер: создаёт роль с его именем, которой видны только её собственные строки. Пароль
+сообщается один раз, если он не задан файлом.</translation>
+    </message>
+    <message>
+        <source>Its first line is the password.</source>
+        <translation>Первая строка этого файла — пароль.</translation>
+    </message>
+    <message>
+        <source>Added the controller %1.</source>
+        <translation>Контроллер %1 добавлен.</translation>
+    </message>
+    <message>
+        <source>Its password, told this once: %1</source>
+        <translation>Его пароль, сообщается только сейчас: %1</translation>
+    </message>
+    <message>
+        <source>Lets a controller in no more: its role goes, its rows stay.</source>
+        <translation>Больше не допускает контроллер: его роль удаляется, строки остаются.</translation>
+    </message>
+    <message>
+        <source>There is no controller %1.</source>
+        <translation>Контроллера %1 нет.</translation>
+    </message>
+    <message>
+        <source>Removed the controller %1; its rows stay.</source>
+        <translation>Контроллер %1 удалён; его строки остаются.</translation>
+    </message>
+    <message>
+        <source>Tells of each controller its newest sweep and how long ago that is, how many of today&apos;s rows are
+readings, and what its forwarder had still to deliver.</source>
+        <translation>Сообщает для каждого контроллера его последний опрос и давность, сколько из сегодняшних строк —
+показания, и сколько строк ещё не передано.</translation>
+    </message>
+    <message>
+        <source>For programs.</source>
+        <translation>Для программ.</translation>
+    </message>
+    <message>
+        <source>The centre has no month after %1: run &quot;ravelinctl fleet months&quot;.</source>
+        <translation>В центре нет месяца после %1: запустите &quot;ravelinctl fleet months&quot;.</translation>
+    </message>
+    <message>
+        <source>Makes the schema of a centre and its first months.</source>
+        <translation>Создаёт схему центра и первые месяцы.</translation>
+    </message>
+    <message>
+        <source>Lets a controller in: a role of its own.</source>
+        <translation>Допускает контроллер: создаёт ему роль.</translation>
+    </message>
+    <message>
+        <source>Lets a controller in no more.</source>
+        <translation>Больше не допускает контроллер.</translation>
+    </message>
+    <message>
+        <source>Tells which controllers deliver.</source>
+        <translation>Сообщает, какие контроллеры передают данные.</translation>
+    </message>
+    <message>
+        <source>Makes the months that rows will come to.</source>
+        <translation>Создаёт месяцы, в которые попадут строки.</translation>
+    </message>
+    <message>
+        <source>Drops old months.</source>
+        <translation>Удаляет старые месяцы.</translation>
+    </message>
+    <message>
+        <source>Looks after a centre: one PostgreSQL database for many controllers.</source>
+        <translation>Обслуживает центр: одну базу данных PostgreSQL для многих контроллеров.</translation>
+    </message>
+    <message>
+        <source>ahead</source>
+        <translation>впереди</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 мин</translation>
+    </message>
+    <message>
+        <source>%1 h</source>
+        <translation>%1 ч</translation>
+    </message>
+    <message>
+        <source>%1 d</source>
+        <translation>%1 сут</translation>
+    </message>
+    <message>
+        <source>meters</source>
+        <translation>счётч.</translation>
+    </message>
+    <message>
+        <source>last row</source>
+        <translation>последняя строка</translation>
+    </message>
+    <message>
+        <source>lag</source>
+        <translation>давн.</translation>
+    </message>
+    <message>
+        <source>today %</source>
+        <translation>сег. %</translation>
+    </message>
+    <message>
+        <source>waiting</source>
+        <translation>ждут</translation>
+    </message>
+    <message>
+        <source>dead</source>
+        <translation>отв.</translation>
+    </message>
+    <message>
+        <source>controller</source>
+        <translation>контроллер</translation>
+    </message>
+    <message>
+        <source>%1 (removed)</source>
+        <translation>%1 (удалён)</translation>
+    </message>
+    <message>
+        <source>The centre of many controllers: its schema, their roles, its months.</source>
+        <translation>Центр многих контроллеров: его схема, их роли, его месяцы.</translation>
+    </message>
 </context>
 <context>
     <name>register</name>
@@ -1853,128 +2083,9 @@ be read, 2 wrong usage.</source>
         <source>BDType must be sqlite3 or postgres, not &quot;%1&quot;</source>
         <translation>BDType должен быть sqlite3 или postgres, а не «%1»</translation>
     </message>
-</context>
-<context>
-    <name>traffic</name>
     <message>
-        <source>%1 kWh</source>
-        <translation>%1 кВт·ч</translation>
-    </message>
-    <message>
-        <source>%1 kWh (tariffs %2, %3, %4, %5)</source>
-        <translation>%1 кВт·ч (тарифы %2, %3, %4, %5)</translation>
-    </message>
-    <message>
-        <source>its clock shows no date and time that exist</source>
-        <translation>его часы показывают несуществующие дату и время</translation>
-    </message>
-    <message>
-        <source>its clock shows %1</source>
-        <translation>его часы показывают %1</translation>
-    </message>
-    <message>
-        <source>%1, but damaged: %2</source>
-        <translation>%1, но повреждено: %2</translation>
-    </message>
-    <message>
-        <source>energy</source>
-        <translation>энергия</translation>
-    </message>
-    <message>
-        <source>clock</source>
-        <translation>часы</translation>
-    </message>
-    <message>
-        <source>neither energy nor clock, or damaged: %1</source>
-        <translation>ни энергия, ни часы, или повреждено: %1</translation>
-    </message>
-    <message>
-        <source>checksum wrong</source>
-        <translation>неверная контрольная сумма</translation>
-    </message>
-    <message>
-        <source>bytes: %1</source>
-        <translation>байт: %1</translation>
-    </message>
-    <message>
-        <source>the meter&apos;s case was opened</source>
-        <translation>вскрыт корпус счётчика</translation>
-    </message>
-    <message>
-        <source>an empty frame</source>
-        <translation>пустой кадр</translation>
-    </message>
-    <message>
-        <source>a frame of a node without a known meter, %1</source>
-        <translation>кадр узла без известного счётчика, %1</translation>
-    </message>
-    <message>
-        <source>the substation meter did not answer</source>
-        <translation>счётчик подстанции не ответил</translation>
-    </message>
-    <message>
-        <source>a substation meter of no known model, %1</source>
-        <translation>счётчик подстанции неизвестной модели, %1</translation>
-    </message>
-    <message>
-        <source>not a whole answer: %1</source>
-        <translation>неполный ответ: %1</translation>
-    </message>
-    <message>
-        <source>message %1 was delivered</source>
-        <translation>сообщение %1 доставлено</translation>
-    </message>
-    <message>
-        <source>message %1 was not delivered</source>
-        <translation>сообщение %1 не доставлено</translation>
-    </message>
-    <message>
-        <source>the modem has taken message %1</source>
-        <translation>модем принял сообщение %1</translation>
-    </message>
-    <message>
-        <source>the modem refuses, error %1</source>
-        <translation>модем отказывает, ошибка %1</translation>
-    </message>
-    <message>
-        <source>a node that passes messages on (FFD) is there</source>
-        <translation>есть узел, передающий сообщения дальше (FFD)</translation>
-    </message>
-    <message>
-        <source>the network&apos;s coordinator (COO) is there</source>
-        <translation>есть координатор сети (COO)</translation>
-    </message>
-    <message>
-        <source>a sleeping node (SED) is there</source>
-        <translation>есть спящий узел (SED)</translation>
-    </message>
-    <message>
-        <source>a node has come into the network</source>
-        <translation>в сеть вошёл узел</translation>
-    </message>
-    <message>
-        <source>a piece; too much came without the end of an answer, it is dropped, %1</source>
-        <translation>часть; слишком много пришло без конца ответа, это отброшено, %1</translation>
-    </message>
-    <message>
-        <source>a piece of an answer that goes on, %1</source>
-        <translation>часть ответа, который продолжается, %1</translation>
-    </message>
-    <message>
-        <source>outside of any frame, %1</source>
-        <translation>вне кадров, %1</translation>
-    </message>
-    <message>
-        <source>the modem says &quot;%1&quot;</source>
-        <translation>модем сообщает «%1»</translation>
-    </message>
-    <message>
-        <source>to all: %1</source>
-        <translation>всем: %1</translation>
-    </message>
-    <message>
-        <source>a message that was cut or changed on its way, %1</source>
-        <translation>сообщение, обрезанное или искажённое в пути, %1</translation>
+        <source>A centre is named by words such as host=... dbname=..., without an address and without a semicolon; a password is best in a file: passfile=...</source>
+        <translation>Центр указывается словами вида host=... dbname=..., без адреса и без точки с запятой; пароль лучше держать в файле: passfile=...</translation>
     </message>
 </context>
 </TS>

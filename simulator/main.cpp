@@ -2,6 +2,7 @@
 #include "clock.h"
 #include "echonode.h"
 #include "ending.h"
+#include "replay.h"
 #include "simoptions.h"
 #include "simulatedline.h"
 #include "version.h"

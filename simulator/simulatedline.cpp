@@ -45,7 +45,7 @@ void SimulatedLine::TakeInput()
     const QByteArray bytes = terminal.Read();
     if (bytes.isEmpty())
         return;
-    LogTraffic(TrafficLine::Speaker::Daemon, bytes);
+    LogTraffic(RecordedWrite::Speaker::Daemon, bytes);
     peer.Receive(bytes, Now());
     WriteWhatIsDue();
 }
@@ -57,7 +57,7 @@ void SimulatedLine::WriteWhatIsDue()
         const QByteArray bytes = peer.Take(Now());
         if (bytes.isEmpty())
             continue;
-        LogTraffic(TrafficLine::Speaker::Modem, bytes);
+        LogTraffic(RecordedWrite::Speaker::Modem, bytes);
         bytesLost += bytes.size() - terminal.Write(bytes);
     }
     if (next)
@@ -65,7 +65,7 @@ void SimulatedLine::WriteWhatIsDue()
             std::chrono::ceil<std::chrono::milliseconds>(std::clamp<Moment>(*next - Now(), Moment(0), LongestWait)));
 }
 
-void SimulatedLine::LogTraffic(TrafficLine::Speaker speaker, const QByteArray& bytes)
+void SimulatedLine::LogTraffic(RecordedWrite::Speaker speaker, const QByteArray& bytes)
 {
     if (traffic && !traffic->WriteLine(FormatTraffic({CurrentDateTime(), speaker, bytes}))) {
         std::fprintf(stderr, "Cannot write the traffic log %s: %s. It ends here.\n", qUtf8Printable(traffic->Path()),

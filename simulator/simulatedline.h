@@ -3,7 +3,7 @@
 #include "appendfile.h"
 #include "linepeer.h"
 #include "pseudoterminal.h"
-#include "traffic.h"
+#include "recording.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -19,7 +19,7 @@ class SimulatedLine final : public QObject {
 
 public:
     /// `linePeer` must outlive this object. With a non-empty `trafficFile` every write is appended to it, see
-    /// TrafficLine.
+    /// RecordedWrite.
     SimulatedLine(LinePeer& linePeer, const QString& trafficFile, QObject* parent = nullptr);
 
     /// As PseudoTerminal::Open().
@@ -32,7 +32,7 @@ private:
     [[nodiscard]] Moment Now() const;
     void TakeInput();
     void WriteWhatIsDue();
-    void LogTraffic(TrafficLine::Speaker speaker, const QByteArray& bytes);
+    void LogTraffic(RecordedWrite::Speaker speaker, const QByteArray& bytes);
 
     LinePeer& peer;
     PseudoTerminal terminal;

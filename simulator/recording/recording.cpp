@@ -1,8 +1,6 @@
-#include "traffic.h"
+#include "recording.h"
 
 #include <QFile>
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -62,13 +60,13 @@ std::optional<QByteArray> Unescape(const QByteArray& text)
 
 } // namespace
 
-QByteArray FormatTraffic(const TrafficLine& line)
+QByteArray FormatTraffic(const RecordedWrite& write)
 {
-    const bool daemon = line.speaker == TrafficLine::Speaker::Daemon;
-    return line.time.toString(TimeFormat).toLatin1() + (daemon ? " daemon " : " modem ") + Escape(line.bytes);
+    const bool daemon = write.speaker == RecordedWrite::Speaker::Daemon;
+    return write.time.toString(TimeFormat).toLatin1() + (daemon ? " daemon " : " modem ") + Escape(write.bytes);
 }
 
-std::optional<TrafficLine> ParseTraffic(const QByteArray& text)
+std::optional<RecordedWrite> ParseTraffic(const QByteArray& text)
 {
     const auto time = QDateTime::fromString(QString::fromLatin1(text.left(TimeSize)), TimeFormat);
     const QByteArray rest = text.mid(TimeSize);
@@ -78,58 +76,30 @@ std::optional<TrafficLine> ParseTraffic(const QByteArray& text)
     const std::optional<QByteArray> bytes = Unescape(rest.mid(rest.indexOf(' ', 1) + 1));
     if (!bytes)
         return std::nullopt;
-    return TrafficLine{time, daemon ? TrafficLine::Speaker::Daemon : TrafficLine::Speaker::Modem, *bytes};
+    return RecordedWrite{time, daemon ? RecordedWrite::Speaker::Daemon : RecordedWrite::Speaker::Modem, *bytes};
 }
 
-std::optional<QList<TrafficLine>> ReadTraffic(const QString& path, QString& error)
+std::optional<QList<RecordedWrite>> ReadTraffic(const QString& path, QString& error)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         error = u"Cannot read the recording %1: %2"_s.arg(path, file.errorString());
         return std::nullopt;
     }
-    QList<TrafficLine> lines;
+    QList<RecordedWrite> writes;
     for (int number = 1; !file.atEnd(); ++number) {
         QByteArray text = file.readLine();
         while (text.endsWith('\n') || text.endsWith('\r'))
             text.chop(1);
         if (text.isEmpty() || text.startsWith('#'))
             continue;
-        const std::optional<TrafficLine> line = ParseTraffic(text);
-        if (!line) {
+        const std::optional<RecordedWrite> write = ParseTraffic(text);
+        if (!write) {
             error = u"%1, line %2 is not \"TIME daemon|modem BYTES\": %3"_s.arg(path).arg(number).arg(
                 QString::fromUtf8(text.left(80)));
             return std::nullopt;
         }
-        lines.append(*line);
+        writes.append(*write);
     }
-    return lines;
-}
-
-Replay::Replay(const QList<TrafficLine>& recording)
-{
-    for (const TrafficLine& line : recording)
-        if (line.speaker == TrafficLine::Speaker::Modem)
-            writes.append({std::chrono::milliseconds(recording.first().time.msecsTo(line.time)), line.bytes});
-    if (!recording.isEmpty() && recording.first().speaker == TrafficLine::Speaker::Modem)
-        begin = Moment(0);
-}
-
-void Replay::Receive(const QByteArray&, Moment now)
-{
-    if (!begin)
-        begin = now;
-}
-
-std::optional<Moment> Replay::NextDue() const
-{
-    if (!begin || played == writes.size())
-        return std::nullopt;
-    return *begin + writes.at(played).offset;
-}
-
-QByteArray Replay::Take(Moment now)
-{
-    const std::optional<Moment> due = NextDue();
-    return due && *due <= now ? writes.at(played++).bytes : QByteArray();
+    return writes;
 }

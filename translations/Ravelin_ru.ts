@@ -2088,4 +2088,127 @@ readings, and what its forwarder had still to deliver.</source>
         <translation>Центр указывается словами вида host=... dbname=..., без адреса и без точки с запятой; пароль лучше держать в файле: passfile=...</translation>
     </message>
 </context>
+<context>
+    <name>traffic</name>
+    <message>
+        <source>%1 kWh</source>
+        <translation>%1 кВт·ч</translation>
+    </message>
+    <message>
+        <source>%1 kWh (tariffs %2, %3, %4, %5)</source>
+        <translation>%1 кВт·ч (тарифы %2, %3, %4, %5)</translation>
+    </message>
+    <message>
+        <source>its clock shows no date and time that exist</source>
+        <translation>его часы показывают несуществующие дату и время</translation>
+    </message>
+    <message>
+        <source>its clock shows %1</source>
+        <translation>его часы показывают %1</translation>
+    </message>
+    <message>
+        <source>%1, but damaged: %2</source>
+        <translation>%1, но повреждено: %2</translation>
+    </message>
+    <message>
+        <source>energy</source>
+        <translation>энергия</translation>
+    </message>
+    <message>
+        <source>clock</source>
+        <translation>часы</translation>
+    </message>
+    <message>
+        <source>neither energy nor clock, or damaged: %1</source>
+        <translation>ни энергия, ни часы, или повреждено: %1</translation>
+    </message>
+    <message>
+        <source>checksum wrong</source>
+        <translation>неверная контрольная сумма</translation>
+    </message>
+    <message>
+        <source>bytes: %1</source>
+        <translation>байт: %1</translation>
+    </message>
+    <message>
+        <source>the meter&apos;s case was opened</source>
+        <translation>вскрыт корпус счётчика</translation>
+    </message>
+    <message>
+        <source>an empty frame</source>
+        <translation>пустой кадр</translation>
+    </message>
+    <message>
+        <source>a frame of a node without a known meter, %1</source>
+        <translation>кадр узла без известного счётчика, %1</translation>
+    </message>
+    <message>
+        <source>the substation meter did not answer</source>
+        <translation>счётчик подстанции не ответил</translation>
+    </message>
+    <message>
+        <source>a substation meter of no known model, %1</source>
+        <translation>счётчик подстанции неизвестной модели, %1</translation>
+    </message>
+    <message>
+        <source>not a whole answer: %1</source>
+        <translation>неполный ответ: %1</translation>
+    </message>
+    <message>
+        <source>message %1 was delivered</source>
+        <translation>сообщение %1 доставлено</translation>
+    </message>
+    <message>
+        <source>message %1 was not delivered</source>
+        <translation>сообщение %1 не доставлено</translation>
+    </message>
+    <message>
+        <source>the modem has taken message %1</source>
+        <translation>модем принял сообщение %1</translation>
+    </message>
+    <message>
+        <source>the modem refuses, error %1</source>
+        <translation>модем отказывает, ошибка %1</translation>
+    </message>
+    <message>
+        <source>a node that passes messages on (FFD) is there</source>
+        <translation>есть узел, передающий сообщения дальше (FFD)</translation>
+    </message>
+    <message>
+        <source>the network&apos;s coordinator (COO) is there</source>
+        <translation>есть координатор сети (COO)</translation>
+    </message>
+    <message>
+        <source>a sleeping node (SED) is there</source>
+        <translation>есть спящий узел (SED)</translation>
+    </message>
+    <message>
+        <source>a node has come into the network</source>
+        <translation>в сеть вошёл узел</translation>
+    </message>
+    <message>
+        <source>a piece; too much came without the end of an answer, it is dropped, %1</source>
+        <translation>часть; слишком много пришло без конца ответа, это отброшено, %1</translation>
+    </message>
+    <message>
+        <source>a piece of an answer that goes on, %1</source>
+        <translation>часть ответа, который продолжается, %1</translation>
+    </message>
+    <message>
+        <source>outside of any frame, %1</source>
+        <translation>вне кадров, %1</translation>
+    </message>
+    <message>
+        <source>the modem says &quot;%1&quot;</source>
+        <translation>модем сообщает «%1»</translation>
+    </message>
+    <message>
+        <source>to all: %1</source>
+        <translation>всем: %1</translation>
+    </message>
+    <message>
+        <source>a message that was cut or changed on its way, %1</source>
+        <translation>сообщение, обрезанное или искажённое в пути, %1</translation>
+    </message>
+</context>
 </TS>

@@ -1,0 +1,56 @@
+// What became of a due reading: words and colour of each letter, and which one matters most where many share a pixel.
+
+import {words} from './texts.js';
+import {colour} from './theme.js';
+
+/// From what matters least to what matters most. A key that is not here counts as most.
+const Order = ['not_expected', 'read', 'late', 'not_stored', 'no_sweep', 'no_row', 'zero_row', 'no_reading', 'undecodable',
+    'not_delivered', 'nothing_heard', 'substation_silent', 'unknown_status'];
+
+/// The meaning of the letters in an answer of the hub.
+export class Outcomes {
+    constructor(letters) {
+        this.keys = {...letters, '.': 'not_expected'};
+    }
+
+    key(letter) {
+        return this.keys[letter] ?? 'unknown_status';
+    }
+
+    words(letter) {
+        return words('outcome', this.key(letter));
+    }
+
+    weight(letter) {
+        const place = Order.indexOf(this.key(letter));
+        return place < 0 ? Order.length : place;
+    }
+
+    colour(letter) {
+        return colour(`cell-${this.key(letter).replaceAll('_', '-')}`) || colour('cell-unknown-status');
+    }
+
+    isRead(letter) {
+        return this.key(letter) === 'read' || this.key(letter) === 'late';
+    }
+
+    isExpected(letter) {
+        return letter !== '.';
+    }
+
+    /// The letters that `counts` has, most important first.
+    byWeight(counts) {
+        return Object.keys(counts).filter(letter => letter !== '.').sort((a, b) => this.weight(b) - this.weight(a));
+    }
+}
+
+/// [red, green, blue] of "#rrggbb".
+export function parts(hex) {
+    return [1, 3, 5].map(i => parseInt(hex.slice(i, i + 2), 16));
+}
+
+/// Black or white, whichever can be read on `hex`.
+export function inkOn(hex) {
+    const [r, g, b] = parts(hex).map(v => v <= 10 ? v / 3294.6 : ((v / 255 + 0.055) / 1.055) ** 2.4);
+    return 0.2126 * r + 0.7152 * g + 0.0722 * b > 0.179 ? '#000000' : '#ffffff';
+}

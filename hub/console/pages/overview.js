@@ -1,0 +1,138 @@
+// What is wrong now, first; then how today goes, and the parts that it needs.
+
+import {get, listen} from '../api.js';
+import {fill, h, table} from '../dom.js';
+import {addDays, dayOf, duration, number, percent, percentOf, signed, since, wallMs, when} from '../format.js';
+import {incidentTimes, incidentWords, meterLink, meterLinks} from '../meters.js';
+import {Outcomes} from '../outcomes.js';
+import {Loader} from '../problems.js';
+import {t, words} from '../texts.js';
+
+const Refresh = 15; // seconds
+
+export function show(root, parameters, app) {
+    const trouble = h('div');
+    const places = {};
+    for (const name of ['verdict', 'incidents', 'today', 'failing', 'parts', 'clocks'])
+        places[name] = h('section', {'aria-label': t(`overview.${name}`)});
+    places.verdict.setAttribute('role', 'status');
+    fill(root, trouble, places.verdict, places.incidents, h('div.columns', places.today, places.parts), places.failing, places.clocks);
+    const loader = new Loader(trouble, signal => load(places, app, signal), Refresh);
+    const close = listen(['sweep', 'incident', 'link'], () => loader.again());
+    return {close() { loader.close(); close(); }};
+}
+
+async function load(places, app, signal) {
+    const [status, incidents, {clocks}, register] = await Promise.all(['status', 'incidents', 'clocks', 'meters'].map(
+        question => get(question, {}, signal)));
+    const meters = new Map(register.meters.map(meter => [meter.globalId, meter]));
+    app.tellControllers(status.controllers);
+    const open = incidents.incidents.filter(incident => !incident.until);
+    fill(places.verdict, verdict(status, open));
+    fill(places.incidents, incidentList(open, incidents.incidents.filter(incident => incident.until), status.now, app));
+    fill(places.parts, h('h2', t('overview.parts')), parts(status));
+    fill(places.clocks, h('h2', t('overview.clocks')),
+        clockTable(clocks.filter(clock => clock.isOff || clock.drifts || clock.unreadable), meters, app));
+    const day = dayOf(wallMs(status.now));
+    const sweeps = await get('sweeps', {from: day, to: addDays(day, 1)}, signal);
+    fill(places.today, h('h2', t('overview.today')), today(status), sweepBars(sweeps));
+    fill(places.failing, h('h2', t('overview.failing')), failing(sweeps, meters, app));
+}
+
+function verdict(status, open) {
+    const problems = status.problems.map(problem => words('problem', problem.key, problem.text));
+    const isWell = !problems.length && !open.length;
+    const text = isWell ? t('overview.well') : [open.length ? t('overview.open', {n: open.length}) : '', ...problems].filter(Boolean).join('; ');
+    return h(`p.verdict.${isWell ? 'good' : 'bad'}`, h('span.sign', {'aria-hidden': 'true'}, isWell ? '✓' : '!'),
+        h('span', text), h('span.time', t('overview.asOf', {time: when(status.now)})));
+}
+
+function incidentList(open, ended, now, app) {
+    const item = incident => h('li.incident', h('strong', incidentWords(incident)),
+        h('span.time', ` ${incidentTimes(incident, now)}`),
+        h('span', ` · ${t('incident.sweeps', {n: incident.sweeps})}`),
+        incident.times > 1 && h('span', ` · ${t('incident.times', {n: incident.times})}`),
+        incident.meters.length > 0 && meterLinks(app, incident.meters));
+    return [h('h2', t('overview.incidents')),
+        open.length ? h('ul.incidents', open.map(item)) : h('p.quiet', t('incident.none')),
+        ended.length > 0 && h('details', h('summary', t('incident.recent', {n: ended.length})), h('ul.incidents.ended', ended.map(item)))];
+}
+
+function today({today: {due, read, late, percent: share, byDeadline}}) {
+    return [h('p.figure', percent(share)),
+        h('progress', {max: Math.max(1, due), value: read, 'aria-label': t('overview.today')}),
+        h('p', t('today.read', {read: number(read), due: number(due)})),
+        h('p', t('today.deadline', {n: number(byDeadline), share: percent(percentOf(byDeadline, due))})),
+        late > 0 && h('p', t('today.late', {n: number(late)}))];
+}
+
+/// One bar for each due sweep of today that is over: how many meters were read.
+function sweepBars({sweeps, letters, meters}) {
+    const outcomes = new Outcomes(letters);
+    const bars = sweeps.filter(sweep => sweep.outcomes).map(sweep => {
+        const expected = [...sweep.outcomes].filter(letter => outcomes.isExpected(letter)).length || meters.length;
+        const share = percentOf(sweep.read, expected);
+        const bar = h('span');
+        bar.style.height = `${Math.max(2, share)}%`;
+        bar.className = share < 90 ? 'bad' : share < 98 ? 'warn' : '';
+        return h('li', {title: t('today.sweep', {time: when(sweep.due, sweep.due), read: sweep.read, due: expected})}, bar);
+    });
+    return bars.length > 0 && h('figure', h('ol.bars', {'aria-hidden': 'true'}, bars), h('figcaption', t('today.bars', {n: bars.length})));
+}
+
+/// Meters without the reading of the last sweep that was made, with since when and why.
+function failing({sweeps, letters, meters: ids}, meters, app) {
+    const outcomes = new Outcomes(letters);
+    const made = sweeps.filter(sweep => sweep.outcomes && sweep.made);
+    const last = made.at(-1);
+    if (!last)
+        return h('p.quiet', t('failing.noSweep'));
+    const rows = ids.map((globalId, i) => ({meter: meters.get(globalId) ?? {globalId}, letter: last.outcomes[i],
+        missed: made.filter(sweep => outcomes.isExpected(sweep.outcomes[i]) && !outcomes.isRead(sweep.outcomes[i])).length}))
+        .filter(row => row.letter && outcomes.isExpected(row.letter) && !outcomes.isRead(row.letter));
+    if (!rows.length)
+        return h('p.quiet', t('failing.none', {time: when(last.due, last.due)}));
+    return table(t('overview.failing'), [
+        {words: t('meter'), cell: row => meterLink(app, row.meter), sort: row => row.meter.globalId},
+        {words: t('why'), cell: row => [swatch(outcomes, row.letter), outcomes.words(row.letter)], sort: row => outcomes.words(row.letter)},
+        {words: t('failing.lastReading'), cell: row => when(row.meter.lastReading?.at), sort: row => row.meter.lastReading?.at ?? ''},
+        {words: t('failing.missed'), number: true, cell: row => t('of', {n: row.missed, all: made.length}), sort: row => row.missed},
+    ], rows, {sortedBy: 2});
+}
+
+function swatch(outcomes, letter) {
+    return h(`span.swatch.cell-${outcomes.key(letter).replaceAll('_', '-')}`, {'aria-hidden': 'true'}, letter);
+}
+
+function parts(status) {
+    const {daemon, modem, database, lastSweep, mqtt, now} = status;
+    const state = (isGood, text) => h(`span.state.${isGood === null ? 'unknown' : isGood ? 'good' : 'bad'}`, text);
+    const rows = [
+        [t('part.lastSweep'), lastSweep ? [when(lastSweep.at, now), ' · ', t('part.sweepRead', {read: lastSweep.read, n: lastSweep.meters}),
+            lastSweep.durationSeconds ? ` · ${duration(lastSweep.durationSeconds)}` : ''] : t('never')],
+        [t('part.nextSweep'), status.nextSweep ? when(status.nextSweep, now) : t('part.noneDue')],
+        [t('part.nextClockSweep'), status.nextClockSweep ? when(status.nextClockSweep, now) : t('part.noneDue')],
+        [t('part.daemon'), state(daemon.connected, daemon.connected ? t('part.connected', {time: when(daemon.since, now)}) : t('part.away'))],
+        [t('part.modem'), state(modem.state === 'unknown' ? null : modem.state === 'working', words('modem', modem.state)
+            + (modem.since && modem.state !== 'unknown' ? `, ${t('since', {time: when(modem.since, now)})}` : ''))],
+        [t('part.database'), state(database.reachable, [database.kind, ' · ', database.reachable ? t('part.reachable') : database.error || t('part.unreachable')])],
+        mqtt?.configured && [t('part.mqtt'), state(mqtt.connected, mqtt.connected ? t('part.reachable') : t('part.unreachable'))],
+        status.forwarder && [t('part.forwarder'), state(!status.forwarder.error, status.forwarder.error
+            || t('part.lag', {n: number(status.forwarder.waitingRows ?? 0), time: duration(status.forwarder.lagSeconds ?? 0)}))],
+        status.hub && [t('part.hub'), `${status.hub.version} · ${t('since', {time: when(status.hub.since, now)})}`],
+    ].filter(Boolean);
+    return h('dl.parts', rows.map(([name, value]) => h('div', h('dt', name), h('dd', value))));
+}
+
+function clockTable(clocks, meters, app) {
+    if (!clocks.length)
+        return h('p.quiet', t('clocks.none'));
+    return table(t('overview.clocks'), [
+        {words: t('meter'), cell: row => meterLink(app, meters.get(row.globalId) ?? row), sort: row => row.globalId},
+        {words: t('clocks.offset'), number: true, cell: row => `${signed(row.offsetSeconds, 0)} ${t('s')}`, sort: row => row.offsetSeconds},
+        {words: t('clocks.drift'), number: true, cell: row => signed(row.driftSecondsPerDay, 2), sort: row => row.driftSecondsPerDay},
+        {words: t('clocks.asked'), cell: row => when(row.asked), sort: row => row.asked},
+        {words: t('clocks.remark'), cell: row => [row.unreadable > 0 && t('clocks.unreadable', {n: row.unreadable}),
+            row.referenced === false && t('clocks.unreferenced')].filter(Boolean).join('; ')},
+    ], [...clocks].sort((a, b) => Math.abs(b.offsetSeconds ?? 0) - Math.abs(a.offsetSeconds ?? 0)));
+}

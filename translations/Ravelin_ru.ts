@@ -2,6 +2,49 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="ru" sourcelanguage="en">
 <context>
+    <name>BusListener</name>
+    <message>
+        <source>... and %1 more refusals</source>
+        <translation>... и ещё отказов: %1</translation>
+    </message>
+    <message>
+        <source>another program does</source>
+        <translation>там слушает другая программа</translation>
+    </message>
+    <message>
+        <source>Cannot listen on the bus as %1: %2</source>
+        <translation>Не удаётся слушать шину под именем %1: %2</translation>
+    </message>
+    <message>
+        <source>Listening on the bus as %1</source>
+        <translation>Шина слушается под именем %1</translation>
+    </message>
+    <message>
+        <source>A connection to %1 is refused: %2 others have not said who they are</source>
+        <translation>Подключение к %1 отклонено: не назвавших себя уже %2</translation>
+    </message>
+    <message>
+        <source>A connection to %1 is refused: the user with number %2 is not among BusUsers</source>
+        <translation>Подключение к %1 отклонено: пользователя с номером %2 нет в BusUsers</translation>
+    </message>
+    <message>
+        <source>it did not say who it is</source>
+        <translation>программа не назвала себя</translation>
+    </message>
+    <message>
+        <source>it did not say who it is first</source>
+        <translation>программа начала не со своего имени</translation>
+    </message>
+    <message>
+        <source>no settings file of Daemons has the ServerName %1</source>
+        <translation>ни в одном файле настроек из Daemons нет ServerName %1</translation>
+    </message>
+    <message>
+        <source>A connection to %1 is closed: %2</source>
+        <translation>Подключение к %1 закрыто: %2</translation>
+    </message>
+</context>
+<context>
     <name>Ending</name>
     <message>
         <source>Signal %1 received. Stopping application.</source>
@@ -24,6 +67,76 @@
     </message>
 </context>
 <context>
+    <name>Hub</name>
+    <message>
+        <source>The daemon %1 is connected</source>
+        <translation>Демон %1 подключён</translation>
+    </message>
+    <message>
+        <source>The daemon %1 is not connected any more</source>
+        <translation>Демон %1 больше не подключён</translation>
+    </message>
+    <message>
+        <source>all daemons are connected</source>
+        <translation>подключены все демоны</translation>
+    </message>
+    <message>
+        <source>daemons that are not connected: %1</source>
+        <translation>не подключены демоны: %1</translation>
+    </message>
+</context>
+<context>
+    <name>HubSettings</name>
+    <message>
+        <source>%1 is empty. The default %2 applies</source>
+        <translation>%1: пустое значение. Действует значение по умолчанию %2</translation>
+    </message>
+    <message>
+        <source>%1 is %2, not 1 to %3. The default %4 applies</source>
+        <translation>%1: значение %2, а должно быть от 1 до %3. Действует значение по умолчанию %4</translation>
+    </message>
+    <message>
+        <source>%1 is &quot;%2&quot;, neither %3 nor %4. %4 applies</source>
+        <translation>%1: значение «%2» — не %3 и не %4. Действует %4</translation>
+    </message>
+    <message>
+        <source>%1 is &quot;%2&quot;, no time as in %3, which applies</source>
+        <translation>%1: значение «%2» — не время вида %3; действует оно</translation>
+    </message>
+    <message>
+        <source>%1 is &quot;%2&quot;, no address as in 127.0.0.1:8480: nothing is listened to over TCP</source>
+        <translation>%1: значение «%2» — не адрес вида 127.0.0.1:8480: по TCP подключений нет</translation>
+    </message>
+    <message>
+        <source>%1 has no ServerName: that daemon cannot be connected</source>
+        <translation>В %1 нет ServerName: этот демон не подключить</translation>
+    </message>
+    <message>
+        <source>%1 has the ServerName &quot;%2&quot;, which cannot be a directory&apos;s name: that daemon is left out</source>
+        <translation>В %1 указано ServerName «%2», которое не может быть именем каталога: этот демон пропущен</translation>
+    </message>
+    <message>
+        <source>%1 has the ServerName %2, as a file before it: it is left out</source>
+        <translation>В %1 то же ServerName %2, что и в файле перед ним: файл пропущен</translation>
+    </message>
+    <message>
+        <source>%1 has the AdminServerName &quot;%2&quot;, not %3: that daemon will not connect</source>
+        <translation>В %1 указано AdminServerName «%2», а не %3: этот демон не подключится</translation>
+    </message>
+    <message>
+        <source>%1 is no setting</source>
+        <translation>Настройки %1 нет</translation>
+    </message>
+    <message>
+        <source>Hub/PeerName is the same as Hub/AdminName</source>
+        <translation>Hub/PeerName совпадает с Hub/AdminName</translation>
+    </message>
+    <message>
+        <source>Hub/BusUsers: there is no user %1</source>
+        <translation>Hub/BusUsers: пользователя %1 нет</translation>
+    </message>
+</context>
+<context>
     <name>MainBase</name>
     <message>
         <source>Rows are not stored: %1</source>
@@ -40,6 +153,13 @@
     <message>
         <source>The database can be read again</source>
         <translation>База данных снова читается</translation>
+    </message>
+</context>
+<context>
+    <name>PeerDialler</name>
+    <message>
+        <source>Cannot connect to %1: it belongs to the user with number %2, who is not among BusUsers</source>
+        <translation>Не удаётся подключиться к %1: он принадлежит пользователю с номером %2, которого нет в BusUsers</translation>
     </message>
 </context>
 <context>
@@ -202,6 +322,37 @@
     <message>
         <source>Settings file %1: %2</source>
         <translation>Файл настроек %1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>SweepStore</name>
+    <message>
+        <source>... and %1 more refusals</source>
+        <translation>... и ещё отказов: %1</translation>
+    </message>
+    <message>
+        <source>A sweep of %1 is refused: its file name is &quot;%2&quot;</source>
+        <translation>Опрос от %1 отклонён: имя его файла — «%2»</translation>
+    </message>
+    <message>
+        <source>The sweep %1 of %2 has no rows: no file is made</source>
+        <translation>В опросе %1 от %2 нет строк: файл не создаётся</translation>
+    </message>
+    <message>
+        <source>The sweep %1 of %2 ends within a row: the rows before it are kept</source>
+        <translation>Опрос %1 от %2 обрывается посреди строки: строки до неё сохранены</translation>
+    </message>
+    <message>
+        <source>Sweep files are written to %1 again</source>
+        <translation>Файлы опросов снова записываются в %1</translation>
+    </message>
+    <message>
+        <source>Sweep files cannot be written to %1: %2</source>
+        <translation>Файлы опросов не записываются в %1: %2</translation>
+    </message>
+    <message>
+        <source>The sweep %1 of %2 is lost: too many wait to be written</source>
+        <translation>Опрос %1 от %2 потерян: слишком много опросов ждут записи</translation>
     </message>
 </context>
 <context>
@@ -686,6 +837,10 @@
     <message>
         <source>The setting ServerName is missing: there is no bus, and no administrative server is connected</source>
         <translation>Не задана настройка ServerName: шины нет, административный сервер не подключается</translation>
+    </message>
+    <message>
+        <source>No daemon is left of the setting Daemons: there is nothing to do</source>
+        <translation>По настройке Daemons не осталось ни одного демона: делать нечего</translation>
     </message>
 </context>
 <context>

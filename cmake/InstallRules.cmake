@@ -29,3 +29,13 @@ install(FILES share/service/70-ravelin.rules share/service/remote-database.conf 
 install(TARGETS ravelin-sim COMPONENT ravelin-sim)
 install(FILES simulator/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ravelin-sim COMPONENT ravelin-sim)
 install(FILES share/scenario.ini.example DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ravelin-sim/examples COMPONENT ravelin-sim)
+
+set(hub_docs ${CMAKE_INSTALL_DATADIR}/doc/ravelin-hub)
+configure_file(share/service/ravelin-hub.service.in ${CMAKE_BINARY_DIR}/service/ravelin-hub.service @ONLY)
+install(TARGETS ravelin-hub COMPONENT ravelin-hub)
+install(FILES ${CMAKE_BINARY_DIR}/service/ravelin-hub.service DESTINATION ${RAVELIN_UNIT_DIR} COMPONENT ravelin-hub)
+install(FILES share/service/hub-sysusers.conf DESTINATION lib/sysusers.d RENAME ravelin-hub.conf COMPONENT ravelin-hub)
+install(FILES share/service/ravelin-hub.ini DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/ravelin COMPONENT ravelin-hub)
+install(FILES share/ravelin-hub.ini.example share/service/hub-network.conf DESTINATION ${hub_docs}/examples
+    COMPONENT ravelin-hub)
+install(FILES docs/hub.md DESTINATION ${hub_docs} COMPONENT ravelin-hub)

@@ -36,8 +36,7 @@ void DaemonLink::Take(BusStream*& link, BusStream* stream)
     Touch();
     if (&link == &admin) {
         since = lastHeard;
-        if (liveViewWanted)
-            SwitchLiveView();
+        SwitchLiveView(); // it may still be as an earlier administrator left it
     }
     emit Changed();
 }

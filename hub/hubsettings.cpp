@@ -65,23 +65,6 @@ public:
         return QTime::fromString(defaultValue, u"hh:mm"_s);
     }
 
-    /// "127.0.0.1:8480", "[::1]:8480".
-    std::optional<HubAddress> Address(QLatin1StringView key)
-    {
-        const QString value = file.Text(key, {}).trimmed();
-        if (value.isEmpty())
-            return std::nullopt;
-        QString host = value.section(u':', 0, -2);
-        if (host.startsWith(u'[') && host.endsWith(u']'))
-            host = host.sliced(1, host.size() - 2);
-        const HubAddress address{QHostAddress(host), value.section(u':', -1).toUShort()};
-        if (!address.host.isNull() && address.port != 0)
-            return address;
-        file.AddProblem(Texts::tr("%1 is \"%2\", no address as in 127.0.0.1:8480: nothing is listened to over TCP")
-                            .arg(key, value));
-        return std::nullopt;
-    }
-
     SettingsFile& file;
 };
 
@@ -141,7 +124,7 @@ HubSettings ReadHubSettings(SettingsFile& file)
     hub.keepDays = read.Integer("Hub/KeepDays"_L1, 30, 36500);
     hub.socket = read.Text("Hub/Socket"_L1, u"/run/ravelin/hub.sock"_s);
     hub.socketGroup = file.Text(u"Hub/SocketGroup"_s, {}).trimmed();
-    hub.listen = read.Address("Hub/Listen"_L1);
+    hub.listen = file.Text(u"Hub/Listen"_s, {}).trimmed();
     hub.tokenFile = file.Text(u"Hub/TokenFile"_s, {}).trimmed();
     hub.openReading = read.Choice("Hub/OpenReading"_L1, "yes"_L1, "no"_L1);
     hub.ledgerDays = read.Integer("Hub/LedgerDays"_L1, 62, 400);

@@ -1,11 +1,8 @@
 #pragma once
 
-#include <QHostAddress>
 #include <QList>
 #include <QString>
 #include <QTime>
-
-#include <optional>
 
 class SettingsFile;
 
@@ -14,12 +11,6 @@ struct HubDaemon {
     QString settingsFile;
     QString controller; ///< its name on the bus
     bool connectsToPeer = false; ///< its Connections name us; otherwise we connect to it
-};
-
-/// Where the interface is on TCP.
-struct HubAddress {
-    QHostAddress host;
-    quint16 port = 0;
 };
 
 /// The group [Hub] of the hub's settings. Each default stands in share/ravelin-hub.ini.example.
@@ -32,7 +23,7 @@ struct HubSettings {
     int keepDays = 30; ///< 1 to 36500
     QString socket;
     QString socketGroup; ///< empty: the process's own
-    std::optional<HubAddress> listen;
+    QString listen; ///< "127.0.0.1:8480"; empty: no TCP
     QString tokenFile; ///< empty: nobody commands over TCP
     bool openReading = false;
     int ledgerDays = 62; ///< 1 to 400
@@ -41,5 +32,5 @@ struct HubSettings {
 };
 
 /// Reads them, and the settings of the daemons that they name. What is wrong, a key that is none among it, is told
-/// among the problems of `file`, and its default applies; of a wrong address none.
+/// among the problems of `file`, and its default applies.
 [[nodiscard]] HubSettings ReadHubSettings(SettingsFile& file);

@@ -28,9 +28,10 @@ const auto HelpTemplate =
     "over\n"
     "HTTP what the daemons do and have read. It stays in the foreground until it is told to end.\n"
     "\n"
-    "  -settings FILE  An ini file; --settings does as well. Otherwise %1.\n"
-    "  --help          Prints this and ends.\n"
-    "  --version       Prints the version and ends.\n"_s;
+    "  -settings FILE   An ini file. Otherwise %1.\n"
+    "  --settings FILE  The same.\n"
+    "  --help           Prints this and ends.\n"
+    "  --version        Prints the version and ends.\n"_s;
 
 struct CommandLine {
     QString information; ///< what is to be printed instead of anything else

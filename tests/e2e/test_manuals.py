@@ -9,7 +9,7 @@ import unittest
 from rig import BUILD, ROOT
 
 MANUALS = os.path.join(BUILD, "manuals")
-PAGES = ["ravelin.8", "ravelin.ini.5", "ravelin-sim.1", "ravelinctl.1"]
+PAGES = ["ravelin.8", "ravelin.ini.5", "ravelin-hub.8", "ravelin-hub.ini.5", "ravelin-sim.1", "ravelinctl.1"]
 
 # The words of a command line, the last one is to be completed; what bash is given. FILES: the names of files.
 FILES = ["-o default"]
@@ -99,8 +99,12 @@ class Manuals(unittest.TestCase):
                 self.assertEqual([line for line in text.splitlines() if len(line) > 80], [])
 
     def test_every_key_with_its_default_and_text(self):
-        page, at = shown("ravelin.ini.5")[0], 0
-        with open(os.path.join(ROOT, "share", "ravelin.ini.example"), encoding="utf-8") as example:
+        for name in ("ravelin", "ravelin-hub"):
+            self.look_for_keys(*shown(name + ".ini.5")[:1], os.path.join(ROOT, "share", name + ".ini.example"))
+
+    def look_for_keys(self, page, path):
+        at = 0
+        with open(path, encoding="utf-8") as example:
             lines = list(filter(None, example.read().splitlines()))
         words = " ".join(page.split())
         for line in lines:
@@ -117,7 +121,7 @@ class Manuals(unittest.TestCase):
             self.assertIn(f" {name} ", meanings)
 
     def test_every_command_and_option(self):
-        for page in ("ravelin.8", "ravelin-sim.1", "ravelinctl.1"):
+        for page in ("ravelin.8", "ravelin-hub.8", "ravelin-sim.1", "ravelinctl.1"):
             text = shown(page)[0]
             for words, said in helps(page[:-2]).items():
                 with self.subTest(page, words=words):

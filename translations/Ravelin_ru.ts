@@ -104,10 +104,6 @@
         <translation>%1: значение «%2» — не время вида %3; действует оно</translation>
     </message>
     <message>
-        <source>%1 is &quot;%2&quot;, no address as in 127.0.0.1:8480: nothing is listened to over TCP</source>
-        <translation>%1: значение «%2» — не адрес вида 127.0.0.1:8480: по TCP подключений нет</translation>
-    </message>
-    <message>
         <source>%1 has no ServerName: that daemon cannot be connected</source>
         <translation>В %1 нет ServerName: этот демон не подключить</translation>
     </message>

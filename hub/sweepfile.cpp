@@ -53,10 +53,18 @@ QVariantList Values(const SweepReading& row)
     return values + QVariantList{row.date, row.time, row.status};
 }
 
+/// Up to the first blank, and what is behind it; neither is null.
+std::array<QString, 2> DateAndTime(const QString& text)
+{
+    const qsizetype blank = text.indexOf(u' ');
+    return {blank < 0 ? text : text.first(blank), blank < 0 ? u""_s : text.sliced(blank + 1)};
+}
+
 QVariantList Values(const SweepClock& row)
 {
-    return {row.globalId, row.shown.section(u' ', 0, 0), row.shown.section(u' ', 1), row.asked.section(u' ', 0, 0),
-        row.asked.section(u' ', 1)};
+    const auto [shownDate, shownTime] = DateAndTime(row.shown);
+    const auto [askedDate, askedTime] = DateAndTime(row.asked);
+    return {row.globalId, shownDate, shownTime, askedDate, askedTime};
 }
 
 template <typename Row>

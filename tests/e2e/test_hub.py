@@ -1,0 +1,177 @@
+"""The hub: strangers on its bus, the files of sweeps through faults, and beside a real daemon."""
+
+import contextlib
+import os
+import signal
+import sqlite3
+import struct
+import subprocess
+import unittest
+
+from rig import BUILD
+from rig import buspeer as bus
+from rig.hub import Hub, PlayedDaemon, clock, reading
+from rig.process import Process, wait_for, write_file
+
+DAEMON = "[Base]\nServerName=probe\nAdminServerName=admin\nConnections=other hub\n"
+NAME = "2014-03-04-08-30-00.db"
+
+
+def rows(path, table="Main_Data"):
+    with contextlib.closing(sqlite3.connect(f"file:{path}?mode=ro", uri=True)) as connection:
+        return connection.execute(f'SELECT * FROM "{table}"').fetchall()
+
+
+class Played(unittest.TestCase):
+    """A hub whose daemon is played by the test."""
+
+    def setUp(self):
+        self.site = self.enterContext(Process(settings=DAEMON, speed=20))
+        self.hub = self.enterContext(Hub(self.site))
+        self.hub.start()
+
+
+class Settings(Played):
+    def test_what_is_wrong(self):
+        """Each told in a line; the hub works with the default."""
+        wrong = [("KeepDays=0", "Hub/KeepDays is 0, not 1 to 36500. The default 30 applies"),
+                 ("LedgerDays=many", "Hub/LedgerDays is not a number: \"many\". The default 62 applies"),
+                 ("OpenReading=perhaps", "Hub/OpenReading is \"perhaps\", neither yes nor no. no applies"),
+                 ("Deadline=25:00", "Hub/Deadline is \"25:00\", no time as in 06:00, which applies"),
+                 ("Socketgroup=x", "Hub/Socketgroup is no setting"), ("BusUsers=nobody-here", "Hub/BusUsers: there is no user nobody-here"),
+                 ("AdminName=boss", f"{self.site.settings_path} has the AdminServerName \"admin\", not boss: that daemon will not connect")]
+        with Hub(self.site, "\n".join(line for line, _ in wrong)) as hub:
+            hub.start()
+            for _, sentence in wrong:
+                line = f"Settings file {hub.settings_path}: {sentence}"
+                self.assertIn(line, hub.log_texts())
+                self.assertIn(line + "\n", hub.stderr())
+
+    def test_no_daemon(self):
+        for text, sentence in (("", "has no ServerName: that daemon cannot be connected"),
+                               ("[Base]\nServerName=../up\n", "cannot be a directory's name: that daemon is left out")):
+            path = write_file(self.site.directory, "none.ini", text)
+            settings = write_file(self.site.directory, "alone.ini", f"[Hub]\nDaemons={path}\nLogName={path}.log\n")
+            done = subprocess.run([os.path.join(BUILD, "ravelin-hub"), "--settings", settings], capture_output=True, text=True,
+                                  timeout=20, env=dict(os.environ, TMPDIR=self.site.directory))
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(sentence, done.stderr)
+            self.assertIn("No daemon is left", done.stderr)
+
+
+class Strangers(Played):
+    def test_they_do_no_harm(self):
+        daemon = PlayedDaemon(self.hub)
+        self.hub.wait_for_log("The daemon probe is connected")
+        sent_away = [("garbage", os.urandom(4096)), ("a length below 0", struct.pack(">i", -1)),
+                     ("a long frame", struct.pack(">i", 49_000_000) + b"x" * 2000),
+                     ("a command first", bus.command(b"QuitSignal")), ("another name", bus.identify(b"\x1b[31mprobe")),
+                     ("a sweep first", bus.data(0, b"tempdb"))]
+        for name in ("admin", "hub"):
+            for what, sent in sent_away:
+                with self.subTest(what, name=name), contextlib.suppress(ConnectionResetError, BrokenPipeError):
+                    stranger = self.hub.connect(name)
+                    stranger.send(sent)
+                    self.assertIsNone(stranger.read_frame(20))
+        silent = [self.hub.connect("hub") for _ in range(40)]
+        for stranger in silent:  # those beyond the number at once, the others when their time is over
+            with contextlib.suppress(ConnectionResetError):
+                self.assertIsNone(stranger.read_frame(20))
+        self.assertNotIn("\x1b", "".join(self.hub.log()))
+        daemon.send_sweep(NAME, reading(7))
+        self.hub.wait_for_file(NAME)
+
+    def test_a_name_that_is_taken(self):
+        """The name of a bus that somebody listens under is left to him, and taken when it is free."""
+        with Process(settings=DAEMON) as site, Hub(site) as hub:
+            other = hub.listen("admin")
+            hub.start()
+            hub.wait_for_log("Cannot listen on the bus as admin: another program does")
+            other.close()
+            hub.wait_for_log("Listening on the bus as admin")
+
+
+class SweepFiles(Played):
+    def test_records(self):
+        """Whatever numbers and texts: each record is a row."""
+        daemon = PlayedDaemon(self.hub)
+        nan = float("nan")
+        daemon.send_sweep(NAME, reading(-1, (0.1, 16777216, -2.5, nan, 1e30)) + reading(7, date=b"'; DROP --", time=b"\xff\0x", status=-3))
+        self.assertEqual(rows(self.hub.wait_for_file(NAME)), [(-1, 0.1, 16777216.0, -2.5, None, 1e30, "2014-03-04", "08:30:00", 0),
+                                                              (7, 0, 0, 0, 0, 0, "'; DROP --", "ÿ", -3)])
+        times = "time_'now'-'now'.db"
+        daemon.send_sweep(times, clock(7, b"2014-03-04 08:31:07", b"2014-03-04 08:31:00") + clock(8, b"odd", b""), b"tempdb_t")
+        self.assertEqual(rows(self.hub.wait_for_file(times), "time_table"),
+                         [(7, "2014-03-04", "08:31:07", "2014-03-04", "08:31:00"), (8, "odd", "", "", "")])
+
+    def test_names_and_empty_sweeps(self):
+        daemon = PlayedDaemon(self.hub)
+        daemon.send_sweep(NAME, reading(7))
+        for name in ("../" + NAME, "/tmp/" + NAME, "", ".db", "x" * 100_000, NAME + "\n", NAME + "\0.db", "time_" + NAME,
+                     "2014-03-04-08-30-0\x1b.db"):
+            daemon.send_sweep(name, reading(8))
+        daemon.send_sweep(NAME, b"")
+        daemon.send_sweep(NAME.replace("08-30", "09-00"), b"")
+        daemon.send_sweep(NAME.replace("08-30", "09-30"), reading(9) + b"half of one")
+        self.hub.wait_for_file(NAME.replace("08-30", "09-30"))
+        self.assertEqual(self.hub.files(), [NAME, NAME.replace("08-30", "09-30")])
+        self.assertEqual([row[0] for name in self.hub.files() for row in rows(os.path.join(self.hub.sweeps, "probe", name))], [7, 9])
+        self.assertEqual(sum(" is refused: its file name is " in line for line in self.hub.log()), 9)
+        self.assertNotIn("\x1b", "".join(self.hub.log()))
+
+    def test_newest_days_stay(self):
+        self.hub.__exit__(None)
+        with Hub(self.site, "KeepDays=2") as hub:
+            hub.start()
+            daemon = PlayedDaemon(hub)
+            for day in ("2014-03-04", "1970-01-01", "2014-03-06", "2014-03-05"):
+                for prefix, word, row in (("", b"tempdb", reading(7)), ("time_", b"tempdb_t", clock(7, b"", b""))):
+                    daemon.send_sweep(f"{prefix}{day}-08-30-00.db", row, word)
+            wait_for(lambda: hub.files() == [f"{prefix}2014-03-0{day}-08-30-00.db" for prefix in ("", "time_") for day in (5, 6)],
+                     f"the newest two days: {hub.files()}")
+
+    def test_what_cannot_be_written_waits(self):
+        write_file(self.hub.directory, "sweeps", "in the way")
+        daemon = PlayedDaemon(self.hub)
+        names = [f"2014-03-04-{hour:02}-00-00.db" for hour in range(24)]
+        for name in names:
+            daemon.send_sweep(name, reading(7))
+        complaint = f"Sweep files cannot be written to {self.hub.sweeps}/probe: Not a directory"
+        self.hub.wait_for_log(complaint)
+        os.unlink(self.hub.sweeps)
+        self.hub.wait_for_log(f"Sweep files are written to {self.hub.sweeps}/probe again")
+        wait_for(lambda: self.hub.files() == names, "all of them")
+        self.assertEqual(self.hub.log_texts().count(complaint), 1)
+
+    def test_a_kill_leaves_no_half_file(self):
+        many = b"".join(map(reading, range(60_000)))
+        for time in range(5):
+            daemon = PlayedDaemon(self.hub)
+            daemon.send_sweep(NAME, reading(time))
+            path = self.hub.wait_for_file(NAME)
+            wait_for(lambda now=time: rows(path)[0][0] == now, "the small sweep")
+            daemon.send_sweep(NAME, many)
+            wait_for(lambda: ".unfinished" in self.hub.files() or len(rows(path)) > 1, "the hub writes", pause=0)
+            self.hub.signal(signal.SIGKILL)
+            self.hub.wait()
+            daemon.close()
+            self.assertIn(len(rows(path)), (1, 60_000))
+            self.hub.start()
+            self.assertEqual(self.hub.files(), [NAME])
+
+    def test_what_was_sent_before_the_end_is_kept(self):
+        daemon = PlayedDaemon(self.hub)
+        self.hub.wait_for_log("The daemon probe is connected")
+        self.hub.signal(signal.SIGSTOP)
+        names = [f"2014-03-04-{hour:02}-30-00.db" for hour in range(24)]
+        for name in names:
+            daemon.send_sweep(name, b"".join(map(reading, range(100))))
+        daemon.close()
+        self.hub.signal(signal.SIGTERM)
+        self.hub.signal(signal.SIGCONT)
+        self.assertEqual(self.hub.wait(), 0)
+        self.assertEqual(self.hub.files(), names)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -61,7 +61,8 @@ export function select(choices, chosen, attributes) {
         h('option', {value, selected: String(value) === String(chosen)}, words)));
 }
 
-/// A table that a reader can sort by its heads. `columns`: [{words, cell(row) -> text or node, sort(row)?, number?}].
+/// A table that a reader can sort by its heads. `columns`: [{words, cell(row) -> text or node, sort(row)?, number?,
+/// time?}].
 export function table(caption, columns, rows, {sortedBy = -1, descending = false, none = ''} = {}) {
     const body = h('tbody');
     const heads = columns.map((column, place) => h('th', {scope: 'col', class: column.number ? 'number' : null},
@@ -78,7 +79,7 @@ export function table(caption, columns, rows, {sortedBy = -1, descending = false
     }
     function rowOf(row) {
         return h('tr', columns.map((column, i) =>
-            h(i ? 'td' : 'th', {scope: i ? null : 'row', class: column.number ? 'number' : null, 'data-words': i ? column.words : null},
+            h(i ? 'td' : 'th', {scope: i ? null : 'row', class: column.number ? 'number' : column.time ? 'nowrap' : null, 'data-words': i ? column.words : null},
                 column.cell(row))));
     }
     sort(sortedBy, descending);

@@ -66,7 +66,7 @@ function route() {
 
 function open({keepFocus = false} = {}) {
     shown?.close();
-    const heading = h('h1', {tabindex: -1}, t(`page.${app.page}`));
+    const heading = h('h1', {id: 'title', tabindex: -1}, t(`page.${app.page}`));
     const body = h('div.page');
     fill(main, heading, body);
     document.title = `${t(`page.${app.page}`)} – Ravelin`;
@@ -82,7 +82,7 @@ function markNavigation() {
 }
 
 function frame() {
-    main = h('main', {id: 'main', tabindex: -1});
+    main = h('main', {id: 'main', tabindex: -1, 'aria-labelledby': 'title'});
     banner = h('div.banner', {role: 'alert', hidden: true});
     navigation = h('nav', {'aria-label': t('nav')});
     fill(document.body,
@@ -167,4 +167,7 @@ api.hub.addEventListener('back', back);
 api.hub.addEventListener('token', () => api.token() || askToken());
 window.addEventListener('hashchange', route);
 window.addEventListener('popstate', route);
+// A page that the browser keeps for "back" would keep its connections, too.
+window.addEventListener('pagehide', () => shown?.close());
+window.addEventListener('pageshow', event => event.persisted && open({keepFocus: true}));
 route();

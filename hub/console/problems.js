@@ -1,6 +1,7 @@
 // What went wrong, in words, and the pattern by which a page loads: once, again when something happened, and not after
 // the reader has gone on.
 
+import {listen} from './api.js';
 import {fill, h} from './dom.js';
 import {t} from './texts.js';
 
@@ -19,13 +20,27 @@ export function errorBox(error) {
     return h('p.error', {role: 'alert'}, errorWords(error));
 }
 
-/// Runs `load(signal)` now, on `again()`, and every `seconds`; never twice at once. A failure is shown in `place`, until it works.
+/// Runs `load(signal)` now, on `again()`, every `seconds`, and after an event of `kinds`; never twice at once. A failure is
+/// shown in `place`, until it works. A tab that is not seen does nothing: a browser has six connections to a host for all
+/// its tabs, and a stream of events takes one.
 export class Loader {
-    constructor(place, load, seconds = 0) {
+    constructor(place, load, {seconds = 0, kinds = []} = {}) {
         this.place = place;
         this.load = load;
+        this.kinds = kinds;
         this.stop = new AbortController();
         this.timer = seconds ? setInterval(() => document.hidden || this.again(), 1000 * seconds) : 0;
+        document.addEventListener('visibilitychange', () => this.see(), {signal: this.stop.signal});
+        this.see();
+    }
+
+    see() {
+        this.stopListening?.();
+        this.stopListening = null;
+        if (document.hidden)
+            return;
+        if (this.kinds.length)
+            this.stopListening = listen(this.kinds, () => this.again());
         this.again();
     }
 
@@ -51,6 +66,7 @@ export class Loader {
 
     close() {
         this.stop.abort();
+        this.stopListening?.();
         clearInterval(this.timer);
     }
 }

@@ -1,6 +1,6 @@
 // A day, a week or a month: each meter a row, each due sweep a column.
 
-import {get, listen} from '../api.js';
+import {get} from '../api.js';
 import {csv, save} from '../download.js';
 import {field, fill, h, refill, select, table} from '../dom.js';
 import {number, percent, percentOf, when} from '../format.js';
@@ -23,8 +23,7 @@ class Coverage {
         fill(root, controls, trouble, summary, legend, matrix, list);
         this.range = new RangeChoice(parameters, ['day', 'week', 'month'], range => app.go('coverage', {...range, ...this.view()}));
         this.setView(parameters);
-        this.loader = new Loader(trouble, signal => this.load(signal), 60);
-        this.stopListening = listen(['sweep'], () => this.loader.again());
+        this.loader = new Loader(trouble, signal => this.load(signal), {seconds: 60, kinds: ['sweep']});
     }
 
     update(parameters) {
@@ -37,7 +36,6 @@ class Coverage {
 
     close() {
         this.loader.close();
-        this.stopListening();
         this.matrix?.close();
     }
 

@@ -1,6 +1,6 @@
 // One meter: what it has used, how its clock goes, what became of each due reading, what is strange about it.
 
-import {get, listen, readings} from '../api.js';
+import {get, readings} from '../api.js';
 import {chart} from '../charts.js';
 import {csv, save} from '../download.js';
 import {fill, h} from '../dom.js';
@@ -32,8 +32,7 @@ class Meter {
         this.range = new RangeChoice(parameters, ['day', 'week', 'month'], range => app.go('meter', {item: this.item, ...range}));
         this.chooser = h('div');
         fill(controls, this.chooser, this.range.element, h('button', {type: 'button', onclick: () => this.download()}, t('csv')));
-        this.loader = new Loader(trouble, signal => this.load(signal));
-        this.stopListening = listen(['sweep'], () => this.loader.again());
+        this.loader = new Loader(trouble, signal => this.load(signal), {kinds: ['sweep']});
     }
 
     update(parameters) {
@@ -44,7 +43,6 @@ class Meter {
 
     close() {
         this.loader.close();
-        this.stopListening();
         this.forget();
     }
 

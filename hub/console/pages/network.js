@@ -1,6 +1,6 @@
 // The radio nodes: when each was heard last, and what went wrong on the way in a day.
 
-import {get, listen} from '../api.js';
+import {get} from '../api.js';
 import {fill, h, table} from '../dom.js';
 import {number, since, when} from '../format.js';
 import {meterLink} from '../meters.js';
@@ -12,16 +12,14 @@ const Refresh = 30; // seconds
 export function show(root, parameters, app) {
     const trouble = h('div'), summary = h('p'), unknown = h('section'), known = h('section');
     fill(root, trouble, summary, unknown, known);
-    const loader = new Loader(trouble, async signal => {
+    return new Loader(trouble, async signal => {
         const [{now}, {nodes}] = await Promise.all([get('status', {}, signal), get('nodes', {}, signal)]);
         const strangers = nodes.filter(node => !node.inRegister), ours = nodes.filter(node => node.inRegister);
         fill(summary, t('network.summary', {nodes: ours.length, quiet: ours.filter(node => !node.heard).length, unknown: strangers.length}));
         fill(unknown, strangers.length > 0 && [h('h2', t('network.unknown')), h('p', t('network.unknownAbout')),
             nodeTable(t('network.unknown'), strangers, now, app)]);
         fill(known, h('h2', t('network.known')), ours.length ? nodeTable(t('network.known'), ours, now, app) : h('p.quiet', t('network.none')));
-    }, Refresh);
-    const close = listen(['sweep'], () => loader.again());
-    return {close() { loader.close(); close(); }};
+    }, {seconds: Refresh, kinds: ['sweep']});
 }
 
 function nodeTable(caption, nodes, now, app) {
@@ -31,10 +29,11 @@ function nodeTable(caption, nodes, now, app) {
     return table(caption, [
         {words: t('network.node'), cell: node => node.uin, sort: node => node.uin},
         isKnown && {words: t('meter'), cell: node => meterLink(app, {globalId: node.globalId}), sort: node => node.globalId},
-        {words: t('network.heard'), cell: node => node.heard ? t('ago', {time: since(node.heard, now)}) : t('network.notHeard'), sort: node => node.heard ?? ''},
-        isKnown && {words: t('failing.lastReading'), cell: node => when(node.lastReading, now), sort: node => node.lastReading ?? ''},
+        {words: t('network.heard'), time: true, sort: node => node.heard ?? '0',
+            cell: node => node.heard ? t('ago', {time: since(node.heard, now)}) : t('network.notHeard')},
+        isKnown && {words: t('failing.lastReading'), time: true, cell: node => when(node.lastReading, now), sort: node => node.lastReading ?? '0'},
         isKnown && count(t('network.undelivered'), 'undelivered24h'),
         isKnown && count(t('network.silent'), 'silent24h'),
         isKnown && count(t('network.late'), 'late24h'),
-    ].filter(Boolean), nodes);
+    ].filter(Boolean), nodes, {sortedBy: isKnown ? 2 : 1});
 }

@@ -1,6 +1,6 @@
 // What is wrong now, first; then how today goes, and the parts that it needs.
 
-import {get, listen} from '../api.js';
+import {get} from '../api.js';
 import {fill, h, table} from '../dom.js';
 import {addDays, dayOf, duration, number, percent, percentOf, signed, since, wallMs, when} from '../format.js';
 import {incidentTimes, incidentWords, meterLink, meterLinks} from '../meters.js';
@@ -17,9 +17,7 @@ export function show(root, parameters, app) {
         places[name] = h('section', {'aria-label': t(`overview.${name}`)});
     places.verdict.setAttribute('role', 'status');
     fill(root, trouble, places.verdict, places.incidents, h('div.columns', places.today, places.parts), places.failing, places.clocks);
-    const loader = new Loader(trouble, signal => load(places, app, signal), Refresh);
-    const close = listen(['sweep', 'incident', 'link'], () => loader.again());
-    return {close() { loader.close(); close(); }};
+    return new Loader(trouble, signal => load(places, app, signal), {seconds: Refresh, kinds: ['sweep', 'incident', 'link']});
 }
 
 async function load(places, app, signal) {
@@ -95,7 +93,7 @@ function failing({sweeps, letters, meters: ids}, meters, app) {
     return table(t('overview.failing'), [
         {words: t('meter'), cell: row => meterLink(app, row.meter), sort: row => row.meter.globalId},
         {words: t('why'), cell: row => [swatch(outcomes, row.letter), outcomes.words(row.letter)], sort: row => outcomes.words(row.letter)},
-        {words: t('failing.lastReading'), cell: row => when(row.meter.lastReading?.at), sort: row => row.meter.lastReading?.at ?? ''},
+        {words: t('failing.lastReading'), cell: row => when(row.meter.lastReading?.at), time: true, sort: row => row.meter.lastReading?.at ?? '0'},
         {words: t('failing.missed'), number: true, cell: row => t('of', {n: row.missed, all: made.length}), sort: row => row.missed},
     ], rows, {sortedBy: 2});
 }
@@ -131,7 +129,7 @@ function clockTable(clocks, meters, app) {
         {words: t('meter'), cell: row => meterLink(app, meters.get(row.globalId) ?? row), sort: row => row.globalId},
         {words: t('clocks.offset'), number: true, cell: row => `${signed(row.offsetSeconds, 0)} ${t('s')}`, sort: row => row.offsetSeconds},
         {words: t('clocks.drift'), number: true, cell: row => signed(row.driftSecondsPerDay, 2), sort: row => row.driftSecondsPerDay},
-        {words: t('clocks.asked'), cell: row => when(row.asked), sort: row => row.asked},
+        {words: t('clocks.asked'), time: true, cell: row => when(row.asked), sort: row => row.asked},
         {words: t('clocks.remark'), cell: row => [row.unreadable > 0 && t('clocks.unreadable', {n: row.unreadable}),
             row.referenced === false && t('clocks.unreferenced')].filter(Boolean).join('; ')},
     ], [...clocks].sort((a, b) => Math.abs(b.offsetSeconds ?? 0) - Math.abs(a.offsetSeconds ?? 0)));

@@ -4,17 +4,12 @@
 #include "ledgerrows.h"
 #include "monthplan.h"
 #include "sitedatabase.h"
+#include "sitereport.h"
 #include "sweepoutcomes.h"
 #include "walltime.h"
 
 #include <functional>
 #include <optional>
-
-/// Days from the first to the last.
-struct DayRange {
-    QDate first;
-    QDate last;
-};
 
 /// What the ledger has to know of a site: its schedule, its register, its rows.
 class LedgerSite final {

@@ -4,7 +4,7 @@
 #include "incidents.h"
 #include "ledgersite.h"
 #include "ledgerwords.h"
-#include "shown.h"
+#include "sitereport.h"
 #include "texts.h"
 
 #include <QJsonArray>
@@ -17,28 +17,11 @@ namespace {
 
 constexpr int UsualDays = 7;
 
-QJsonValue Time(const QDateTime& time)
-{
-    return time.isValid() ? QJsonValue(time.toString(u"yyyy-MM-dd hh:mm:ss"_s)) : QJsonValue();
-}
-
-QJsonObject AsJson(const Incident& incident, const QList<LedgerMeter>& meters)
-{
-    QJsonArray concerned;
-    for (const qsizetype place : incident.places)
-        concerned.append(
-            QJsonObject{{u"globalId"_s, meters[place].globalId}, {u"uin"_s, Shown(meters[place].uin.toUtf8())}});
-    return {{u"kind"_s, QString(LedgerWords::KeyOf(incident.kind))}, {u"since"_s, Time(incident.since)},
-        {u"until"_s, Time(incident.until)}, {u"beganBefore"_s, incident.beganBefore}, {u"times"_s, incident.times},
-        {u"sweeps"_s, incident.sweeps}, {u"meters"_s, concerned},
-        {u"text"_s, LedgerWords::SentenceOf(incident, meters)}};
-}
-
 void TellAsJson(const DayRange& range, const QList<Incident>& incidents, const QList<LedgerMeter>& meters)
 {
     QJsonArray array;
     for (const Incident& incident : incidents)
-        array.append(AsJson(incident, meters));
+        array.append(IncidentObject(incident, meters, WallText));
     const QJsonObject all{{u"from"_s, range.first.toString(Qt::ISODate)}, {u"to"_s, range.last.toString(Qt::ISODate)},
         {u"incidents"_s, array}};
     Tell(QString::fromUtf8(QJsonDocument(all).toJson()).trimmed());

@@ -2,8 +2,9 @@
 
 #include "command.h"
 #include "ledgermeters.h"
+#include "ledgersite.h"
 #include "registercsv.h"
-#include "sitereport.h"
+#include "reporttext.h"
 #include "texts.h"
 
 using namespace Qt::StringLiterals;

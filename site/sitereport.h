@@ -1,7 +1,17 @@
 #pragma once
 
-#include "ledgersite.h"
-#include "ledgerwords.h"
+#include "completeness.h"
+#include "incidents.h"
+#include "meterclocks.h"
+#include "plausibility.h"
+
+#include <QJsonObject>
+
+/// Days from the first to the last.
+struct DayRange {
+    QDate first;
+    QDate last;
+};
 
 /// What is told of a day or a month.
 struct SiteReport {
@@ -20,7 +30,12 @@ struct SiteReport {
     [[nodiscard]] QList<MeterClock> OddClocks() const;
 };
 
-[[nodiscard]] QString ReportAsText(const SiteReport& report);
-/// A line for each meter and day; only counts.
-[[nodiscard]] QString ReportAsCsv(const SiteReport& report);
-[[nodiscard]] QString ReportAsJson(const SiteReport& report);
+/// How a wall time stands in JSON. Of an invalid one null.
+using TimeText = QJsonValue (*)(const QDateTime& wall);
+
+/// "2024-03-04 05:06:07".
+[[nodiscard]] QJsonValue WallText(const QDateTime& wall);
+
+/// Texts of strangers are made harmless.
+[[nodiscard]] QJsonObject ReportObject(const SiteReport& report, TimeText time);
+[[nodiscard]] QJsonObject IncidentObject(const Incident& incident, const QList<LedgerMeter>& meters, TimeText time);

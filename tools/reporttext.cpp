@@ -1,14 +1,12 @@
-#include "sitereport.h"
+#include "reporttext.h"
 
+#include "ledgerwords.h"
 #include "shown.h"
 #include "texts.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 
 #include <algorithm>
-#include <numeric>
 
 using namespace Qt::StringLiterals;
 
@@ -170,93 +168,7 @@ QString CsvText(const QString& text)
     return u'"' + shown.replace(u'"', u"\"\""_s) + u'"';
 }
 
-QJsonObject AsJson(const ReadingCounts& counts)
-{
-    QJsonObject gaps;
-    for (size_t i = 0; i < GapKinds; ++i)
-        if (counts.gaps[i] > 0)
-            gaps.insert(LedgerWords::KeyOf(static_cast<Gap>(i)), counts.gaps[i]);
-    return {{u"due"_s, counts.due}, {u"read"_s, counts.read}, {u"late"_s, counts.late},
-        {u"byDeadline"_s, counts.byDeadline}, {u"perhapsByDeadline"_s, counts.perhapsByDeadline},
-        {u"percent"_s, Percent(counts.read, counts.due)},
-        {u"percentByDeadline"_s, Percent(counts.byDeadline, counts.due)}, {u"gaps"_s, gaps}};
-}
-
-QJsonObject Named(const LedgerMeter& meter, QJsonObject object)
-{
-    object.insert(u"globalId"_s, meter.globalId);
-    if (meter.inRegister) {
-        object.insert(u"uin"_s, Shown(meter.uin.toUtf8()));
-        object.insert(u"model"_s, Shown(meter.model.toUtf8()));
-    }
-    return object;
-}
-
-QJsonObject AsJson(const ReadingFinding& finding, const QList<LedgerMeter>& meters)
-{
-    const auto format = u"yyyy-MM-dd hh:mm:ss"_s;
-    return Named(meters[finding.place],
-        {{u"kind"_s, QString(LedgerWords::KeyOf(finding.kind))}, {u"since"_s, finding.since.toString(format)},
-            {u"until"_s, finding.until.toString(format)}, {u"before"_s, finding.before}, {u"value"_s, finding.value},
-            {u"times"_s, finding.times}, {u"isConfirmed"_s, finding.isConfirmed},
-            {u"text"_s, LedgerWords::SentenceOf(finding, meters)}});
-}
-
-QJsonObject AsJson(const MeterClock& clock, const QList<LedgerMeter>& meters)
-{
-    QJsonObject object{{u"readings"_s, clock.readings}, {u"unreadable"_s, clock.unreadable}};
-    if (clock.IsKnown()) {
-        object.insert(u"asked"_s, clock.asked.toString(u"yyyy-MM-dd hh:mm:ss"_s));
-        object.insert(u"offset"_s, clock.offset);
-        object.insert(u"isReferenced"_s, clock.isReferenced);
-        object.insert(u"drift"_s, clock.drift ? QJsonValue(*clock.drift) : QJsonValue());
-        object.insert(u"isOff"_s, clock.isOff);
-        object.insert(u"drifts"_s, clock.drifts);
-    }
-    return Named(meters[clock.place], object);
-}
-
-QJsonArray DaysAsJson(const SiteReport& report)
-{
-    QJsonArray days;
-    for (const DayCounts& day : report.days) {
-        QJsonArray meters;
-        for (qsizetype place = 0; place < day.meters.size(); ++place)
-            if (day.meters[place].due > 0)
-                meters.append(Named(report.meters[place], AsJson(day.meters[place])));
-        days.append(QJsonObject{{u"day"_s, DateText(day.day)}, {u"sweepsDue"_s, day.sweepsDue},
-            {u"sweepsMade"_s, day.sweepsMade}, {u"sum"_s, AsJson(day.Sum())}, {u"meters"_s, meters}});
-    }
-    return days;
-}
-
 } // namespace
-
-ReadingCounts SiteReport::Sum() const
-{
-    ReadingCounts sum;
-    for (const DayCounts& day : days)
-        sum += day.Sum();
-    return sum;
-}
-
-QList<ReadingCounts> SiteReport::ByMeter() const
-{
-    QList<ReadingCounts> sums(meters.size());
-    for (const DayCounts& day : days)
-        for (qsizetype place = 0; place < day.meters.size(); ++place)
-            sums[place] += day.meters[place];
-    return sums;
-}
-
-QList<MeterClock> SiteReport::OddClocks() const
-{
-    QList<MeterClock> odd;
-    for (const MeterClock& clock : clocks)
-        if (clock.isOff || clock.drifts || clock.unreadable > 0)
-            odd.append(clock);
-    return odd;
-}
 
 QString ReportAsText(const SiteReport& report)
 {
@@ -290,19 +202,5 @@ QString ReportAsCsv(const SiteReport& report)
 
 QString ReportAsJson(const SiteReport& report)
 {
-    QJsonArray meters;
-    const QList<ReadingCounts> counts = report.ByMeter();
-    for (qsizetype place = 0; place < counts.size(); ++place)
-        meters.append(Named(report.meters[place], AsJson(counts[place])));
-    QJsonArray readings;
-    for (const ReadingFinding& finding : report.readings)
-        readings.append(AsJson(finding, report.meterOfReading));
-    QJsonArray clocks;
-    for (const MeterClock& clock : report.clocks)
-        clocks.append(AsJson(clock, report.meters));
-    const QJsonObject all{{u"from"_s, DateText(report.range.first)}, {u"to"_s, DateText(report.range.last)},
-        {u"deadline"_s, report.deadline.toString(u"hh:mm"_s)}, {u"sum"_s, AsJson(report.Sum())}, {u"meters"_s, meters},
-        {u"days"_s, DaysAsJson(report)}, {u"readings"_s, readings}, {u"clocks"_s, clocks},
-        {u"unreadable"_s, report.unreadable}};
-    return QString::fromUtf8(QJsonDocument(all).toJson()).trimmed();
+    return QString::fromUtf8(QJsonDocument(ReportObject(report, WallText)).toJson()).trimmed();
 }

@@ -5,6 +5,20 @@
 
 namespace {
 
+// What a row says comes first; what is left of the gaps has no row.
+void CountGaps(ReadingCounts& counts, const MeterOutcome& outcome, const LedgerMeter& meter, int due, int made)
+{
+    const int gaps = due - outcome.read;
+    const int silent = std::min<int>(gaps, outcome.silent);
+    const int notSwept = std::min(gaps - silent, due - made);
+    const auto add = [&counts](Gap gap, int count) { counts.gaps[static_cast<size_t>(gap)] += count; };
+    add(meter.answersStored ? GapOf(outcome.status, meter) : Gap::NotStored, silent);
+    add(Gap::NoSweep, notSwept);
+    add(Gap::NoRow, gaps - silent - notSwept);
+}
+
+} // namespace
+
 Gap GapOf(int status, const LedgerMeter& meter)
 {
     switch (status) {
@@ -22,20 +36,6 @@ Gap GapOf(int status, const LedgerMeter& meter)
         return Gap::UnknownStatus;
     }
 }
-
-// What a row says comes first; what is left of the gaps has no row.
-void CountGaps(ReadingCounts& counts, const MeterOutcome& outcome, const LedgerMeter& meter, int due, int made)
-{
-    const int gaps = due - outcome.read;
-    const int silent = std::min<int>(gaps, outcome.silent);
-    const int notSwept = std::min(gaps - silent, due - made);
-    const auto add = [&counts](Gap gap, int count) { counts.gaps[static_cast<size_t>(gap)] += count; };
-    add(meter.answersStored ? GapOf(outcome.status, meter) : Gap::NotStored, silent);
-    add(Gap::NoSweep, notSwept);
-    add(Gap::NoRow, gaps - silent - notSwept);
-}
-
-} // namespace
 
 ReadingCounts& ReadingCounts::operator+=(const ReadingCounts& other)
 {

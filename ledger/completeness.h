@@ -22,6 +22,9 @@ enum class Gap : quint8 {
 };
 inline constexpr size_t GapKinds = 10;
 
+/// Why a row with this status, not 0, has no reading.
+[[nodiscard]] Gap GapOf(int status, const LedgerMeter& meter);
+
 /// Of one meter or of several, in one day or in several.
 struct ReadingCounts {
     int due = 0;

@@ -23,6 +23,8 @@ struct Incident {
     QList<qsizetype> places; ///< of the meters concerned; none: all of the site
 };
 
+inline constexpr size_t KindsOfIncident = 7;
+
 /// Finds the causes, one for each: what one cause explains is no sign of another. What it keeps grows with the due
 /// sweeps and the silences, not with the rows. Meters whose answers are never stored, and meters that are not in the
 /// register, are not looked at.

@@ -38,7 +38,7 @@ constexpr std::array<QLatin1StringView, 8> ReadingKinds{QLatin1StringView("went_
     QLatin1StringView("out_of_line"), QLatin1StringView("unusual"), QLatin1StringView("standstill"),
     QLatin1StringView("stuck"), QLatin1StringView("tariff_sum"), QLatin1StringView("number_changed")};
 
-constexpr std::array<Words, 7> IncidentKinds{{
+constexpr std::array<Words, KindsOfIncident> IncidentKinds{{
     {QLatin1StringView("no_rows"),
         QT_TRANSLATE_NOOP("ledger", "no rows of due sweeps: the daemon or the database was away")},
     {QLatin1StringView("sweeps_left_out"),

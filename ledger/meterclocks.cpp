@@ -132,6 +132,20 @@ QList<MeterClock> MeterClocks(const QList<LedgerMeter>& meters, const QList<Cloc
     return clocks;
 }
 
+QList<ClockOffset> ClockOffsets(const LedgerMeter& meter, const QString& reference, const QList<ClockRow>& rows)
+{
+    const QHash<QDate, double> ahead = ReferenceOf(reference, rows);
+    QList<ClockOffset> offsets;
+    for (const ClockRow& row : rows) {
+        if (row.uin != meter.uin)
+            continue;
+        if (const auto offset = OffsetIn(row, meter.clockTellsDate))
+            offsets.append({offset->asked, offset->asked.addSecs(static_cast<qint64>(offset->seconds)),
+                offset->seconds + ahead.value(offset->asked.date())});
+    }
+    return offsets;
+}
+
 std::optional<double> DriftOf(const QList<double>& days, const QList<double>& offsets)
 {
     constexpr double LeastDays = 2;

@@ -42,6 +42,17 @@ struct MeterClock {
 [[nodiscard]] QList<MeterClock> MeterClocks(
     const QList<LedgerMeter>& meters, const QList<ClockRow>& rows, const ClockLimits& limits);
 
+/// One reading of a clock that is a time.
+struct ClockOffset {
+    QDateTime asked; ///< wall time
+    QDateTime shown; ///< what the clock showed; of a time of day the nearest
+    double seconds = 0; ///< by the reference clock, if it was known that day
+};
+
+/// Those of one meter behind a node, out of rows of any meters; `reference` is the substation meter's UIN, or empty.
+[[nodiscard]] QList<ClockOffset> ClockOffsets(
+    const LedgerMeter& meter, const QString& reference, const QList<ClockRow>& rows);
+
 /// The slope of `offsets` (s) over `days` by least squares, s a day. Where the offset makes a step, because the clock
 /// was set, each side has a level of its own. None when less than 3 readings or 2 days are left to tell it.
 [[nodiscard]] std::optional<double> DriftOf(const QList<double>& days, const QList<double>& offsets);

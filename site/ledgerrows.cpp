@@ -11,11 +11,21 @@ namespace {
 
 const auto RowsOfDay = u"SELECT time_r, global_id, status, pwr, pwr1, pwr2, pwr3, pwr4 FROM \"Main_Data\" "
                        "WHERE date_r = ? ORDER BY time_r"_s;
+// The index knows a day's stamps and then the meters under each: from stamp to stamp is the short way to one meter.
+const auto RowsOfMeter =
+    u"WITH RECURSIVE stamps(time_r) AS (SELECT min(time_r) FROM \"Main_Data\" WHERE date_r = :day UNION ALL "
+    "SELECT (SELECT min(m.time_r) FROM \"Main_Data\" m WHERE m.date_r = :day AND m.time_r > stamps.time_r) FROM stamps "
+    "WHERE stamps.time_r IS NOT NULL) "
+    "SELECT r.time_r, r.global_id, r.status, r.pwr, r.pwr1, r.pwr2, r.pwr3, r.pwr4 FROM stamps "
+    "JOIN \"Main_Data\" r ON r.date_r = :day AND r.time_r = stamps.time_r AND r.global_id = :meter ORDER BY r.time_r"_s;
+const auto OldestDayFrom = u"SELECT min(date_r) FROM \"Main_Data\" WHERE date_r >= ?"_s;
+const auto ReadingsOfDays = u"SELECT count(*) FROM \"Main_Data\" WHERE date_r >= ? AND date_r <= ?"_s;
+const auto ClockCountOfDays = u"SELECT count(*) FROM time_table WHERE date_r >= ? AND date_r <= ?"_s;
 const auto NewestDayBefore = u"SELECT max(date_r) FROM \"Main_Data\" WHERE date_r < ?"_s;
 const auto MetersOfDay = u"SELECT DISTINCT global_id FROM \"Main_Data\" WHERE date_r = ?"_s;
 const auto ClocksOfDays = u"SELECT uin, substr(date_c, 1, 40), substr(time_c, 1, 40), "
                           "date_r, substr(time_r, 1, 40) FROM time_table "
-                          "WHERE date_r >= ? AND date_r <= ? ORDER BY date_r, time_r"_s;
+                          "WHERE date_r >= ? AND date_r <= ?%1 ORDER BY date_r, time_r"_s;
 
 QString DateText(QDate date)
 {
@@ -61,8 +71,14 @@ std::optional<StoredDay> LedgerRows::Day(QDate day)
 
 std::optional<QList<ClockRow>> LedgerRows::Clocks(QDate first, QDate last)
 {
+    return ClocksOf({}, first, last);
+}
+
+std::optional<QList<ClockRow>> LedgerRows::ClocksOf(const QStringList& uins, QDate first, QDate last)
+{
     QSqlQuery query(base);
-    if (!Ask(query, ClocksOfDays, {DateText(first), DateText(last)}))
+    const QString these = uins.isEmpty() ? QString() : u" AND uin IN (?%1)"_s.arg(u", ?"_s.repeated(uins.size() - 1));
+    if (!Ask(query, ClocksOfDays.arg(these), QStringList{DateText(first), DateText(last)} + uins))
         return std::nullopt;
     QList<ClockRow> rows;
     while (query.next()) {
@@ -86,6 +102,74 @@ std::optional<QSet<qint32>> LedgerRows::MetersBefore(QDate day)
     while (query.next())
         meters.insert(query.value(0).toInt());
     return meters;
+}
+
+std::optional<StoredDay> LedgerRows::OfMeter(
+    qint32 globalId, const QDateTime& from, const QDateTime& to, qsizetype most)
+{
+    StoredDay sweeps;
+    QDate day = from.date();
+    while (sweeps.size() < most) {
+        const std::optional<QDate> next = DayFrom(day);
+        if (!next)
+            return std::nullopt;
+        if (!next->isValid() || WallTime(*next, QTime(0, 0)) >= to)
+            break;
+        if (!TakeDayOfMeter(globalId, *next, sweeps))
+            return std::nullopt;
+        day = next->addDays(1);
+    }
+    sweeps.removeIf([&](const StoredSweep& sweep) { return sweep.stamp < from || sweep.stamp >= to; });
+    return sweeps;
+}
+
+bool LedgerRows::TakeDayOfMeter(qint32 globalId, QDate day, StoredDay& sweeps)
+{
+    QSqlQuery query(base);
+    query.setForwardOnly(true);
+    bool asked = query.prepare(RowsOfMeter);
+    query.bindValue(u":day"_s, DateText(day));
+    query.bindValue(u":meter"_s, globalId);
+    asked = asked && query.exec();
+    if (!asked)
+        error = query.lastError().text().simplified();
+    while (asked && query.next()) {
+        const QTime time = QTime::fromString(query.value(0).toString(), u"hh:mm:ss"_s);
+        if (!time.isValid())
+            continue;
+        const QDateTime stamp = WallTime(day, time);
+        if (sweeps.isEmpty() || sweeps.constLast().stamp != stamp)
+            sweeps.append(StoredSweep{stamp, {}});
+        sweeps.last().rows.append(RowIn(query));
+    }
+    return asked;
+}
+
+/// The first day from `day` on that has rows; invalid when there is none.
+std::optional<QDate> LedgerRows::DayFrom(QDate day)
+{
+    QSqlQuery query(base);
+    if (!Ask(query, OldestDayFrom, {DateText(day)}))
+        return std::nullopt;
+    return query.next() ? QDate::fromString(query.value(0).toString(), u"yyyy-MM-dd"_s) : QDate();
+}
+
+std::optional<qint64> LedgerRows::CountReadings(QDate first, QDate last)
+{
+    return Count(ReadingsOfDays, first, last);
+}
+
+std::optional<qint64> LedgerRows::CountClocks(QDate first, QDate last)
+{
+    return Count(ClockCountOfDays, first, last);
+}
+
+std::optional<qint64> LedgerRows::Count(const QString& statement, QDate first, QDate last)
+{
+    QSqlQuery query(base);
+    if (!Ask(query, statement, {DateText(first), DateText(last)}))
+        return std::nullopt;
+    return query.next() ? query.value(0).toLongLong() : 0;
 }
 
 bool LedgerRows::Ask(QSqlQuery& query, const QString& statement, const QStringList& values)

@@ -21,6 +21,18 @@ public:
     /// With dates asked from `first` to `last`, in the order of asking. Of what a meter sent 40 characters.
     [[nodiscard]] std::optional<QList<ClockRow>> Clocks(QDate first, QDate last);
 
+    /// As Clocks(), of these UINs alone.
+    [[nodiscard]] std::optional<QList<ClockRow>> ClocksOf(const QStringList& uins, QDate first, QDate last);
+
+    /// Rows of one meter, by ascending stamps from `from` on and before `to`, both wall time. No more days are begun
+    /// when `most` rows are there.
+    [[nodiscard]] std::optional<StoredDay> OfMeter(
+        qint32 globalId, const QDateTime& from, const QDateTime& to, qsizetype most);
+
+    /// How many rows of readings the days from `first` to `last` have, and how many of clocks.
+    [[nodiscard]] std::optional<qint64> CountReadings(QDate first, QDate last);
+    [[nodiscard]] std::optional<qint64> CountClocks(QDate first, QDate last);
+
     /// The meters with rows on the newest day before `day` that has any.
     [[nodiscard]] std::optional<QSet<qint32>> MetersBefore(QDate day);
 
@@ -31,6 +43,9 @@ public:
     [[nodiscard]] QString Error() const { return error; }
 
 private:
+    [[nodiscard]] bool TakeDayOfMeter(qint32 globalId, QDate day, StoredDay& sweeps);
+    [[nodiscard]] std::optional<QDate> DayFrom(QDate day);
+    [[nodiscard]] std::optional<qint64> Count(const QString& statement, QDate first, QDate last);
     [[nodiscard]] bool Ask(QSqlQuery& query, const QString& statement, const QStringList& values);
 
     QSqlDatabase base;

@@ -45,18 +45,23 @@ SiteDatabase::~SiteDatabase()
 
 // Even a reader makes the files of the write-ahead log, and leaves them behind. It makes none of a file that it takes
 // for unchangeable, which is true when there is no log, that is, no writer and nothing that one left.
-bool SiteDatabase::OpenToRead()
+bool SiteDatabase::OpenToRead(Patience patience)
 {
+    const bool isShort = patience == Patience::Short;
     if (!HasDriver())
         return false;
-    if (!IsFile())
+    if (!IsFile()) {
+        if (isShort)
+            database.setConnectOptions(u"connect_timeout=2;tcp_user_timeout=2000"_s);
         return Connect();
+    }
     if (!HasFile())
         return false;
     const bool hasLog = QFileInfo::exists(vars.BaseName + "-shm"_L1) || QFileInfo(vars.BaseName + "-wal"_L1).size() > 0;
     const QString path = QString::fromLatin1(QUrl::toPercentEncoding(vars.BaseName, "/"));
     database.setDatabaseName(u"file:%1?%2"_s.arg(path, hasLog ? u"mode=ro"_s : u"immutable=1"_s));
-    database.setConnectOptions(u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s);
+    database.setConnectOptions(
+        u"QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"_s + (isShort ? u";QSQLITE_BUSY_TIMEOUT=50"_s : QString()));
     return Connect();
 }
 

@@ -17,9 +17,15 @@ public:
     ~SiteDatabase();
     Q_DISABLE_COPY_MOVE(SiteDatabase)
 
+    /// How long to wait for a database that does not answer, or that another program has locked.
+    enum class Patience : quint8 {
+        Usual, ///< 10 s and 5 s: nobody else waits meanwhile
+        Short, ///< 2 s (the least that PostgreSQL's library knows) and 50 ms
+    };
+
     /// Opens a database that is there. Nothing is written, no file made and none left behind; only a log that came
     /// without its index gets one.
-    [[nodiscard]] bool OpenToRead();
+    [[nodiscard]] bool OpenToRead(Patience patience = Patience::Usual);
 
     /// The register.
     [[nodiscard]] std::optional<QList<RegisterRow>> Rows();

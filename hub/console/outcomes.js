@@ -1,24 +1,27 @@
 // What became of a due reading: words and colour of each letter, and which one matters most where many share a pixel.
 
-import {words} from './texts.js';
+import {t} from './texts.js';
 import {colour} from './theme.js';
 
 /// From what matters least to what matters most. A key that is not here counts as most.
 const Order = ['not_expected', 'read', 'late', 'not_stored', 'no_sweep', 'no_row', 'zero_row', 'no_reading', 'undecodable',
     'not_delivered', 'nothing_heard', 'substation_silent', 'unknown_status'];
 
-/// The meaning of the letters in an answer of the hub.
+const Keys = {'.': 'not_expected', r: 'read', l: 'late', u: 'undecodable', s: 'substation_silent', n: 'no_reading', d: 'not_delivered',
+    h: 'nothing_heard', x: 'unknown_status', z: 'zero_row', k: 'not_stored', '-': 'no_row', _: 'no_sweep'};
+
+/// `letters`: what each of them means, in the hub's words; for those that this page does not know.
 export class Outcomes {
     constructor(letters) {
-        this.keys = {...letters, '.': 'not_expected'};
+        this.letters = letters;
     }
 
     key(letter) {
-        return this.keys[letter] ?? 'unknown_status';
+        return Keys[letter] ?? 'unknown_status';
     }
 
     words(letter) {
-        return words('outcome', this.key(letter));
+        return letter in Keys ? t(`outcome.${this.key(letter)}`) : this.letters[letter] ?? letter;
     }
 
     weight(letter) {

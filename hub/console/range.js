@@ -49,9 +49,9 @@ export class RangeChoice {
         return {span: this.span, to: this.to};
     }
 
-    /// The end is the midnight after the last day.
+    /// Both days are part of it.
     query() {
-        return {from: this.first, to: addDays(this.last, 1)};
+        return {from: this.first, to: this.last};
     }
 
     draw() {

@@ -20,6 +20,12 @@ export function show(root, parameters, app) {
     return new Meter(root, parameters, app);
 }
 
+/// The same number means another thing of the substation meter.
+function statusWords(meter) {
+    return meter.substation && meter.lastStatus === 1 ? t('outcome.substation_silent')
+        : words('status', meter.lastStatus ?? 'none', meter.lastStatusText);
+}
+
 class Meter {
     constructor(root, parameters, app) {
         this.app = app;
@@ -69,7 +75,7 @@ class Meter {
         const range = this.range.query();
         const [history, clocks, sweeps, ledger] = await Promise.all([
             readings({meter: meter.globalId, ...range}, signal), get('clocks', {meter: meter.globalId}, signal),
-            get('sweeps', range, signal), get('ledger', {from: range.from, to: this.range.last}, signal)]);
+            get('sweeps', range, signal), get('ledger', range, signal)]);
         this.data = {meter, now, readings: history.readings, clocks, sweeps, findings: ledger.readings.filter(
             finding => finding.globalId === meter.globalId)};
         this.draw();
@@ -107,7 +113,7 @@ class Meter {
             [t('meter.number'), meter.number],
             [t('meter.kind'), meter.inRegister === false ? t('meter.notInRegister') : meter.substation ? t('meter.substation') : t('meter.node')],
             [t('meter.lastReading'), last ? `${energy(last.energy[0])} ${t('kWh')} · ${when(last.at, now)}` : t('never')],
-            [t('meter.lastStatus'), `${words('status', meter.lastStatus ?? 'none', meter.lastStatusText)}${meter.lastAsked ? ` · ${when(meter.lastAsked, now)}` : ''}`],
+            [t('meter.lastStatus'), `${statusWords(meter)}${meter.lastAsked ? ` · ${when(meter.lastAsked, now)}` : ''}`],
             counts && [t('meter.coverage'), `${percent(percentOf(counts.read, counts.due))} · ${t('of', {n: number(counts.read), all: number(counts.due)})}`],
         ].filter(Boolean);
         fill(this.places.facts, h('dl.facts', facts.map(([name, value]) => h('div', h('dt', name), h('dd', value)))));

@@ -2,7 +2,7 @@
 
 import {get} from '../api.js';
 import {fill, h, table} from '../dom.js';
-import {addDays, dayOf, duration, number, percent, percentOf, signed, since, wallMs, when} from '../format.js';
+import {dayOf, duration, number, percent, percentOf, signed, since, wallMs, when} from '../format.js';
 import {incidentTimes, incidentWords, meterLink, meterLinks} from '../meters.js';
 import {Outcomes} from '../outcomes.js';
 import {Loader} from '../problems.js';
@@ -32,7 +32,7 @@ async function load(places, app, signal) {
     fill(places.clocks, h('h2', t('overview.clocks')),
         clockTable(clocks.filter(clock => clock.isOff || clock.drifts || clock.unreadable), meters, app));
     const day = dayOf(wallMs(status.now));
-    const sweeps = await get('sweeps', {from: day, to: addDays(day, 1)}, signal);
+    const sweeps = await get('sweeps', {from: day, to: day}, signal);
     fill(places.today, h('h2', t('overview.today')), today(status), sweepBars(sweeps));
     fill(places.failing, h('h2', t('overview.failing')), failing(sweeps, meters, app));
 }

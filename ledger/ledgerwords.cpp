@@ -91,6 +91,15 @@ QString WordsOf(Gap gap)
     return LedgerTexts::tr(Gaps[static_cast<size_t>(gap)].words);
 }
 
+QString WordsOf(const ReadingCounts& counts)
+{
+    QStringList gaps;
+    for (size_t i = 0; i < GapKinds; ++i)
+        if (counts.gaps[i] > 0)
+            gaps.append(u"%1: %2"_s.arg(WordsOf(static_cast<Gap>(i))).arg(counts.gaps[i]));
+    return gaps.join(u", "_s);
+}
+
 QString NameOf(const LedgerMeter& meter)
 {
     if (!meter.inRegister)

@@ -16,6 +16,9 @@ namespace LedgerWords {
 /// A few words: "not delivered (3)".
 [[nodiscard]] QString WordsOf(Gap gap);
 
+/// All that there are: "not delivered (3): 5, no sweep: 2".
+[[nodiscard]] QString WordsOf(const ReadingCounts& counts);
+
 /// "12 (000D6F0000173425, SET3)".
 [[nodiscard]] QString NameOf(const LedgerMeter& meter);
 

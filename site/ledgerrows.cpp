@@ -9,14 +9,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const auto RowsOfDay = u"SELECT time_r, global_id, status, pwr, pwr1, pwr2, pwr3, pwr4 FROM \"Main_Data\" "
-                       "WHERE date_r = ? ORDER BY time_r"_s;
+// Times as text: a centre holds true times.
+const auto RowsOfDay =
+    u"SELECT CAST(time_r AS text), global_id, status, pwr, pwr1, pwr2, pwr3, pwr4 FROM \"Main_Data\" "
+    "WHERE date_r = ? ORDER BY time_r"_s;
 // The index knows a day's stamps and then the meters under each: from stamp to stamp is the short way to one meter.
 const auto RowsOfMeter =
     u"WITH RECURSIVE stamps(time_r) AS (SELECT min(time_r) FROM \"Main_Data\" WHERE date_r = :day UNION ALL "
     "SELECT (SELECT min(m.time_r) FROM \"Main_Data\" m WHERE m.date_r = :day AND m.time_r > stamps.time_r) FROM stamps "
     "WHERE stamps.time_r IS NOT NULL) "
-    "SELECT r.time_r, r.global_id, r.status, r.pwr, r.pwr1, r.pwr2, r.pwr3, r.pwr4 FROM stamps "
+    "SELECT CAST(r.time_r AS text), r.global_id, r.status, r.pwr, r.pwr1, r.pwr2, r.pwr3, r.pwr4 FROM stamps "
     "JOIN \"Main_Data\" r ON r.date_r = :day AND r.time_r = stamps.time_r AND r.global_id = :meter ORDER BY r.time_r"_s;
 const auto OldestDayFrom = u"SELECT min(date_r) FROM \"Main_Data\" WHERE date_r >= ?"_s;
 const auto ReadingsOfDays = u"SELECT count(*) FROM \"Main_Data\" WHERE date_r >= ? AND date_r <= ?"_s;

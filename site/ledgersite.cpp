@@ -6,8 +6,8 @@
 
 using namespace Qt::StringLiterals;
 
-LedgerSite::LedgerSite(const SysVar& vars, const QString& connection)
-    : database(vars, connection),
+LedgerSite::LedgerSite(const SysVar& vars, const QString& connection, const CentreView& centre)
+    : database(vars, connection, centre),
       rows(database.Connection()),
       plan(Calendar(vars).PlanOf(QuerySweep)),
       zone(QTimeZone::systemTimeZone())

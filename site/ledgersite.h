@@ -16,7 +16,7 @@ class LedgerSite final {
 public:
     /// Opens the daemon's database to read, on a connection of that name. On failure IsOpen() is false and Error()
     /// tells why.
-    LedgerSite(const SysVar& vars, const QString& connection);
+    LedgerSite(const SysVar& vars, const QString& connection, const CentreView& centre = {});
 
     [[nodiscard]] bool IsOpen() const { return isOpen; }
     [[nodiscard]] const QList<LedgerMeter>& Meters() const { return meters; }

@@ -1,5 +1,6 @@
 #include "sitedatabase.h"
 
+#include "centreconnection.h"
 #include "registertable.h"
 #include "settingsconnection.h"
 
@@ -28,11 +29,16 @@ QString MissingPackage(const SysVar& vars)
 
 } // namespace
 
-SiteDatabase::SiteDatabase(const SysVar& vars_, const QString& connection_)
+SiteDatabase::SiteDatabase(const SysVar& vars_, const QString& connection_, CentreView centre_)
     : vars(vars_),
       connection(connection_),
-      database(MissingPackage(vars).isEmpty() ? SettingsConnection::Add(connection, vars) : QSqlDatabase())
+      centre(std::move(centre_))
 {
+    if (!centre.conninfo.isEmpty())
+        vars.BDType = u"postgres"_s;
+    if (MissingPackage(vars).isEmpty())
+        database = centre.conninfo.isEmpty() ? SettingsConnection::Add(connection, vars)
+                                             : CentreConnection::Add(connection, centre.conninfo);
     if (IsFile() && database.isValid())
         vars.BaseName = database.databaseName();
 }
@@ -80,6 +86,8 @@ bool SiteDatabase::IsFile() const
 
 QString SiteDatabase::Name() const
 {
+    if (!centre.controller.isEmpty())
+        return SiteTexts::tr("controller %1 at the centre").arg(centre.controller);
     return IsFile() ? SiteTexts::tr("database %1").arg(vars.BaseName)
                     : SiteTexts::tr("database %1 on %2").arg(vars.BaseName, vars.SqlHostName);
 }
@@ -106,10 +114,29 @@ bool SiteDatabase::Connect()
 {
     if (!IsFile() && vars.BDType != "postgres"_L1)
         return Fail(SiteTexts::tr("BDType must be sqlite3 or postgres, not \"%1\"").arg(vars.BDType));
+    if (const QString problem = CentreConnection::Problem(centre.conninfo); !problem.isEmpty())
+        return Fail(problem);
     if (!database.open())
         return Fail(database.lastError());
     const QList<QSqlError> errors = SettingsConnection::PrepareSession(database);
-    return errors.isEmpty() || Fail(errors.constFirst());
+    if (!errors.isEmpty())
+        return Fail(errors.constFirst());
+    return centre.controller.isEmpty() || ShowController();
+}
+
+bool SiteDatabase::ShowController()
+{
+    if (IsFile())
+        return Fail(SiteTexts::tr("a controller is chosen at a centre, which is a PostgreSQL database"));
+    if (const QSqlError why = CentreConnection::ShowOnly(database, centre.controller); why.isValid())
+        return Fail(why);
+    QSqlQuery query(database);
+    if (!query.prepare(u"SELECT FROM fleet.controllers WHERE controller = ?"_s))
+        return Fail(query.lastError());
+    query.addBindValue(centre.controller);
+    if (!query.exec())
+        return Fail(query.lastError());
+    return query.next() || Fail(SiteTexts::tr("there is no such controller"));
 }
 
 bool SiteDatabase::Run(QSqlQuery& query, const QString& statement)

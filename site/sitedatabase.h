@@ -9,11 +9,17 @@
 
 #include <optional>
 
+/// Whose rows are meant where one database holds those of many controllers.
+struct CentreView {
+    QString conninfo; ///< of the centre; empty: the settings name it
+    QString controller; ///< empty: the database is a daemon's own, or its role sees its own rows alone
+};
+
 /// The daemon's database, open to be read until the object goes. An operation that fails leaves the reason in Error().
 class SiteDatabase {
 public:
     /// One object for each name of a connection at a time.
-    SiteDatabase(const SysVar& vars, const QString& connection);
+    SiteDatabase(const SysVar& vars, const QString& connection, CentreView centre = {});
     ~SiteDatabase();
     Q_DISABLE_COPY_MOVE(SiteDatabase)
 
@@ -46,6 +52,7 @@ protected:
     [[nodiscard]] bool HasDriver();
     [[nodiscard]] bool HasFile();
     [[nodiscard]] bool Connect();
+    [[nodiscard]] bool ShowController();
     [[nodiscard]] bool Run(QSqlQuery& query, const QString& statement);
     /// False. Keeps the reason.
     [[nodiscard]] bool Fail(const QString& why);
@@ -56,6 +63,7 @@ protected:
 private:
     SysVar vars;
     QString connection;
+    CentreView centre;
     QSqlDatabase database;
     QString error;
 };

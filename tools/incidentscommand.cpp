@@ -4,6 +4,7 @@
 #include "incidents.h"
 #include "ledgersite.h"
 #include "ledgerwords.h"
+#include "siteoptions.h"
 #include "sitereport.h"
 #include "texts.h"
 
@@ -63,15 +64,16 @@ int RunIncidents(const QStringList& words)
                                "the settings of those days.\nExit code: 0 no incident, 3 incidents, 1 the rows cannot "
                                "be read, 2 wrong usage."),
         CommandLine::Takes::Nothing);
+    AddSiteOptions(line);
     line.AddOption(u"from"_s, Texts::tr("date"), Texts::tr("The first day, yyyy-MM-dd (default: a week ago)."), {});
     line.AddOption(u"to"_s, Texts::tr("date"), Texts::tr("The last day, yyyy-MM-dd (default: today)."), {});
     line.AddFlag(u"json"_s, Texts::tr("Tells all of it as one JSON object on stdout."));
     if (const std::optional<int> code = line.Parse(words))
         return *code;
-    const std::optional<SysVar> vars = line.Settings(Complain);
-    if (!vars)
+    const std::optional<SiteChoice> choice = ChosenSite(line);
+    if (!choice)
         return Problems;
-    LedgerSite site(*vars, u"ledger"_s);
+    LedgerSite site(choice->vars, u"ledger"_s, choice->centre);
     if (!site.IsOpen())
         return ComplainOfAll({site.Error()});
     const QDate today = site.Now().date();

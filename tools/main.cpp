@@ -1,9 +1,11 @@
 // ravelinctl: the operator's tool.
 #include "backupcommand.h"
+#include "billcommand.h"
 #include "checkcommand.h"
 #include "command.h"
 #include "fleetcommands.h"
 #include "incidentscommand.h"
+#include "readingscommand.h"
 #include "registercommands.h"
 #include "reportcommand.h"
 #include "retaincommand.h"
@@ -46,6 +48,8 @@ int main(int argc, char* argv[])
         {u"register"_s, Texts::tr("The database's schema and the register of meters in it."), RunRegister},
         {u"report"_s, Texts::tr("Which readings of a day or month are there, missing, or strange; clocks."), RunReport},
         {u"incidents"_s, Texts::tr("Why readings are missing: one finding for one cause."), RunIncidents},
+        {u"readings"_s, Texts::tr("Writes the rows of the readings: a table, csv or json."), RunReadings},
+        {u"bill"_s, Texts::tr("What each meter used in a month; each meter without it, and why."), RunBill},
         {u"fleet"_s, Texts::tr("The centre of many controllers: its schema, their roles, its months."), RunFleet},
     };
     return RunOneOf(commands, Texts::tr("Looks after what the daemon works with."),

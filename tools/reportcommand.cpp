@@ -5,6 +5,7 @@
 #include "ledgersite.h"
 #include "registercsv.h"
 #include "reporttext.h"
+#include "siteoptions.h"
 #include "texts.h"
 
 using namespace Qt::StringLiterals;
@@ -131,6 +132,7 @@ int CodeOf(const SiteReport& report, double atLeast)
 
 void AddOptions(CommandLine& line)
 {
+    AddSiteOptions(line);
     line.AddOption(u"day"_s, Texts::tr("date"), Texts::tr("The day, yyyy-MM-dd (default: yesterday)."), {});
     line.AddOption(u"month"_s, Texts::tr("month"), Texts::tr("A month instead, yyyy-MM."), {});
     line.AddOption(u"format"_s, Texts::tr("format"),
@@ -159,10 +161,10 @@ int RunReport(const QStringList& words)
     AddOptions(line);
     if (const std::optional<int> code = line.Parse(words))
         return *code;
-    const std::optional<SysVar> vars = line.Settings(Complain);
-    if (!vars)
+    const std::optional<SiteChoice> choice = ChosenSite(line);
+    if (!choice)
         return Problems;
-    LedgerSite site(*vars, u"ledger"_s);
+    LedgerSite site(choice->vars, u"ledger"_s, choice->centre);
     if (!site.IsOpen())
         return ComplainOfAll({site.Error()});
     const std::optional<Asked> asked = Understood(line, site.Now().date());

@@ -1,5 +1,6 @@
 #include "reporttext.h"
 
+#include "csvtext.h"
 #include "ledgerwords.h"
 #include "shown.h"
 #include "texts.h"
@@ -20,16 +21,6 @@ QString DateText(QDate date)
 QString PercentText(int part, int whole)
 {
     return QString::number(Percent(part, whole), 'f', 1);
-}
-
-/// "not delivered (3): 5, no sweep: 2".
-QString GapsText(const ReadingCounts& counts)
-{
-    QStringList gaps;
-    for (size_t i = 0; i < GapKinds; ++i)
-        if (counts.gaps[i] > 0)
-            gaps.append(u"%1: %2"_s.arg(LedgerWords::WordsOf(static_cast<Gap>(i))).arg(counts.gaps[i]));
-    return gaps.join(u", "_s);
 }
 
 QString Columns(const QStringList& columns)
@@ -116,7 +107,7 @@ QStringList MeterLines(const SiteReport& report)
         lines.append(Head() + Texts::tr("meter: readings that are not there"));
     for (const qsizetype place : gaps.first(std::min(MostLines, gaps.size())))
         lines.append(CountColumns(counts[place]) + u"  "_s + LedgerWords::NameOf(report.meters[place]) + u": "_s
-            + GapsText(counts[place]));
+            + LedgerWords::WordsOf(counts[place]));
     if (gaps.size() > MostLines) {
         const ReadingCounts& next = counts[gaps[MostLines]];
         lines.append(Texts::tr("further meters with gaps: %1, each with %2 % or more; --format csv lists all")
@@ -158,14 +149,6 @@ QStringList ClockLines(const SiteReport& report)
     for (const MeterClock& clock : report.OddClocks())
         lines.append(u"  "_s + LedgerWords::SentenceOf(clock, report.meters));
     return lines;
-}
-
-QString CsvText(const QString& text)
-{
-    QString shown = Shown(text.toUtf8());
-    if (!shown.isEmpty() && u"=+-@"_s.contains(shown[0])) // a spreadsheet would take it for a formula
-        shown.prepend(u'\'');
-    return u'"' + shown.replace(u'"', u"\"\""_s) + u'"';
 }
 
 } // namespace

@@ -2020,6 +2020,132 @@ readings, and what its forwarder had still to deliver.</source>
         <source>The centre of many controllers: its schema, their roles, its months.</source>
         <translation>Центр многих контроллеров: его схема, их роли, его месяцы.</translation>
     </message>
+    <message>
+        <source>no row in this month</source>
+        <translation>в этом месяце ни одной строки</translation>
+    </message>
+    <message>
+        <source>no reading: %1</source>
+        <translation>ни одного показания: %1</translation>
+    </message>
+    <message>
+        <source>one reading only</source>
+        <translation>только одно показание</translation>
+    </message>
+    <message>
+        <source>one reading only: %1</source>
+        <translation>только одно показание: %1</translation>
+    </message>
+    <message>
+        <source>less at the end than at the beginning: exchanged or reset</source>
+        <translation>в конце меньше, чем в начале: заменён или сброшен</translation>
+    </message>
+    <message>
+        <source>use, kWh</source>
+        <translation>расход, кВт·ч</translation>
+    </message>
+    <message>
+        <source>from</source>
+        <translation>с</translation>
+    </message>
+    <message>
+        <source>until</source>
+        <translation>по</translation>
+    </message>
+    <message>
+        <source>meter</source>
+        <translation>счётчик</translation>
+    </message>
+    <message>
+        <source>%1: meters with a use: %2 of %3</source>
+        <translation>%1: счётчиков с расходом: %2 из %3</translation>
+    </message>
+    <message>
+        <source>without, and why:</source>
+        <translation>без расхода, и почему:</translation>
+    </message>
+    <message>
+        <source>Reading</source>
+        <translation>Чтение</translation>
+    </message>
+    <message>
+        <source>Tells what each meter used in a month, all tariffs and each: from which reading until which, and of every
+meter without a use the reason. Of the daemon&apos;s database, or of one controller at a centre.
+Exit code: 0 every meter has a use, 3 some have none, 1 the rows cannot be read, 2 wrong usage.</source>
+        <translation>Сообщает расход каждого счётчика за месяц, всего и по тарифам: от какого показания до какого, а для
+каждого счётчика без расхода — причину. Из базы данных демона или одного контроллера в центре.
+Код завершения: 0 расход есть у всех, 3 не у всех, 1 строки не читаются, 2 неверный вызов.</translation>
+    </message>
+    <message>
+        <source>The month, yyyy-MM (default: the last one that is over).</source>
+        <translation>Месяц, yyyy-MM (по умолчанию последний закончившийся).</translation>
+    </message>
+    <message>
+        <source>table, csv or json (default: table).</source>
+        <translation>table, csv или json (по умолчанию table).</translation>
+    </message>
+    <message>
+        <source>--month takes a month yyyy-MM that has begun, --format table, csv or json.</source>
+        <translation>--month принимает уже начавшийся месяц yyyy-MM, --format — table, csv или json.</translation>
+    </message>
+    <message>
+        <source>Writes the rows of the readings: a table, csv or json.</source>
+        <translation>Выводит строки показаний: таблицей, csv или json.</translation>
+    </message>
+    <message>
+        <source>What each meter used in a month; each meter without it, and why.</source>
+        <translation>Расход каждого счётчика за месяц; у кого его нет и почему.</translation>
+    </message>
+    <message>
+        <source>--from and --to take dates yyyy-MM-dd in order, --format table, csv or json.</source>
+        <translation>--from и --to принимают даты yyyy-MM-dd по порядку, --format — table, csv или json.</translation>
+    </message>
+    <message>
+        <source>There is no meter &quot;%1&quot; in the register.</source>
+        <translation>Счётчика &quot;%1&quot; нет в реестре.</translation>
+    </message>
+    <message>
+        <source>The rows cannot be written: %1</source>
+        <translation>Строки не удаётся вывести: %1</translation>
+    </message>
+    <message>
+        <source>Writes the rows of the readings, by time and meter, as they are: also those of silence, and why. Of the
+daemon&apos;s database, or of one controller at a centre.</source>
+        <translation>Выводит строки показаний по времени и счётчикам, как они есть: и те, где показания нет, с причиной. Из
+базы данных демона или одного контроллера в центре.</translation>
+    </message>
+    <message>
+        <source>The first day, yyyy-MM-dd (default: today).</source>
+        <translation>Первый день, yyyy-MM-dd (по умолчанию сегодня).</translation>
+    </message>
+    <message>
+        <source>The last day (default: today).</source>
+        <translation>Последний день (по умолчанию сегодня).</translation>
+    </message>
+    <message>
+        <source>One meter alone: its UIN, or its global_id.</source>
+        <translation>Только один счётчик: его UIN или global_id.</translation>
+    </message>
+    <message>
+        <source>date and time</source>
+        <translation>дата и время</translation>
+    </message>
+    <message>
+        <source>total, kWh</source>
+        <translation>всего, кВт·ч</translation>
+    </message>
+    <message>
+        <source>A centre of many controllers instead of the daemon&apos;s database, as libpq takes it: &quot;host=... dbname=... user=...&quot;.</source>
+        <translation>Центр многих контроллеров вместо базы данных демона, в записи libpq: &quot;host=... dbname=... user=...&quot;.</translation>
+    </message>
+    <message>
+        <source>name</source>
+        <translation>имя</translation>
+    </message>
+    <message>
+        <source>Which of them; for a role that may read all of them.</source>
+        <translation>Какой из них; для роли, которой видны все.</translation>
+    </message>
 </context>
 <context>
     <name>register</name>
@@ -2237,6 +2363,18 @@ readings, and what its forwarder had still to deliver.</source>
     <message>
         <source>A centre is named by words such as host=... dbname=..., without an address and without a semicolon; a password is best in a file: passfile=...</source>
         <translation>Центр указывается словами вида host=... dbname=..., без адреса и без точки с запятой; пароль лучше держать в файле: passfile=...</translation>
+    </message>
+    <message>
+        <source>controller %1 at the centre</source>
+        <translation>контроллер %1 в центре</translation>
+    </message>
+    <message>
+        <source>a controller is chosen at a centre, which is a PostgreSQL database</source>
+        <translation>контроллер выбирают в центре, а это база данных PostgreSQL</translation>
+    </message>
+    <message>
+        <source>there is no such controller</source>
+        <translation>такого контроллера нет</translation>
     </message>
 </context>
 <context>

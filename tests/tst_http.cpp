@@ -268,9 +268,9 @@ void HttpTest::answersLater()
 
 void HttpTest::tooManyConnections()
 {
-    std::vector<std::unique_ptr<QLocalSocket>> held;
-    for (int each = 0; each < Small.socketFileConnections; ++each)
-        held.push_back(Connect());
+    std::vector<std::unique_ptr<QLocalSocket>> held(static_cast<size_t>(Small.socketFileConnections));
+    for (auto& each : held)
+        each = Connect();
     QTRY_COMPARE(server->Connections(), Small.socketFileConnections);
     QCOMPARE(Exchange(*Connect(), Get("/last")), "closed");
     held.pop_back();

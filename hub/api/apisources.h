@@ -51,11 +51,12 @@ struct ApiSources {
     /// Of one meter with its readings, or of all.
     std::function<ApiAnswer(const QString& controller, std::optional<qint64> meter)> Clocks;
 
-    /// Sends a command; `reply` may be called later, and at most once. `sent` is the answer of a command that no reply
-    /// follows.
+    /// Sends a command, whose argument is not checked yet. `reply` is called once, now or later: with what the daemon
+    /// answered, with Sent after a command that it does not answer, or with an error.
     struct Sent { };
-    using CommandReply = std::function<void(std::variant<QJsonObject, Sent, ApiError>)>;
-    std::function<void(const QString& controller, const QString& name, const QString& argument, CommandReply reply)>
+    using CommandReply = std::function<void(const std::variant<QJsonValue, Sent, ApiError>&)>;
+    std::function<void(
+        const QString& controller, const QString& name, const QString& argument, const CommandReply& reply)>
         Command;
 
     /// In the text format 0.0.4.

@@ -1,47 +1,78 @@
 #pragma once
 
-#include "daemonlink.h"
+#include "announcesettings.h"
+#include "apisources.h"
 #include "eventlog.h"
 #include "hubsettings.h"
+#include "station.h"
 #include "sweepstore.h"
 
-#include <QJsonObject>
 #include <QObject>
 
-class BusListener;
+#include <memory>
+#include <vector>
+
+class Api;
+class HttpServer;
 
 /// The program: all of its parts, and who talks to whom.
 class Hub final : public QObject {
     Q_OBJECT
 
 public:
-    explicit Hub(HubSettings hubSettings, QObject* parent = nullptr);
+    Hub(HubSettings hubSettings, std::optional<AnnounceSettings> announceSettings, QObject* parent = nullptr);
 
     /// Joins the parts and lets them begin.
     void Start();
 
 private:
-    /// A daemon with all that is kept of it.
-    struct Station {
-        HubDaemon settings;
-        DaemonLink* link = nullptr;
-        bool wasConnected = false;
-    };
-
-    // --- the bus, the sweep files, the events: wiring.cpp
+    // --- all parts, the bus and the events: wiring.cpp
     void JoinBus();
     void JoinStation(Station& station);
-    void TakeSummary(Station& station, const QByteArray& data);
-    void TellSweep(const Station& station, const SweepMessage& message, SweepStore::Taken taken);
+    void JoinLedger(Station& station);
     void TellLink(Station& station);
-    void TellTraffic(const Station& station, bool fromSubstationMeter, const QByteArray& bytes);
     void Tell(const Station& station, QLatin1StringView kind, QJsonObject data);
     void TellThatItWorks();
     void Leave();
-    [[nodiscard]] Station* Find(QStringView controller);
+    [[nodiscard]] Station* Find(QStringView controller) const;
+
+    // --- what daemons send to their peers: summaries.cpp
+    void TakeSummary(Station& station, const QByteArray& data);
+    void TakeSweep(Station& station, const SweepMessage& message);
+    void CountSweep(Station& station, const SweepMessage& message);
+
+    // --- the live view: traffic.cpp
+    void TellTraffic(Station& station, bool fromSubstationMeter, const QByteArray& bytes);
+    [[nodiscard]] QJsonArray WordsOf(Station& station, bool fromSubstationMeter, const QByteArray& bytes);
+    void KeepModels(Station& station);
+    void WatchTraffic(bool wanted);
+    void SwitchLiveView(Station& station);
+
+    // --- HTTP: interface.cpp
+    void JoinInterface();
+    [[nodiscard]] ApiSources Sources();
+    void SendCommand(
+        const QString& controller, const QString& name, const QString& argument, const ApiSources::CommandReply& reply);
+    void ListNodes(Station& station);
+
+    // --- answers that join several parts: status.cpp
+    [[nodiscard]] QJsonObject StatusOf(const Station& station) const;
+    [[nodiscard]] QJsonArray ProblemsOf(const Station& station) const;
+    [[nodiscard]] QByteArray Metrics() const;
+    [[nodiscard]] ControllerMetrics MetricsOf(const Station& station) const;
+
+    // --- MQTT: broker.cpp
+    void JoinBroker(Station& station);
+    void Announce(Station& station, const SweepMessage& message);
+    void AnnounceRegister(Station& station);
 
     const HubSettings settings;
-    QList<Station> stations; ///< not changed once it is made: others keep pointers
+    const std::optional<AnnounceSettings> announce;
+    const QDateTime began;
+    std::vector<std::unique_ptr<Station>> stations; ///< not changed once it is made: others keep pointers
     EventLog events;
     SweepStore sweeps;
+    bool trafficWatched = false;
+    Api* api = nullptr;
+    HttpServer* server = nullptr;
 };

@@ -78,6 +78,7 @@ std::optional<HubDaemon> ReadDaemon(const QString& fileName, const HubSettings& 
 {
     const auto noName = u"NoName"_s; // how the daemon's own settings say it
     SettingsFile daemon(fileName);
+    const SysVar vars = ReadSysVar(daemon);
     file.TakeProblems(daemon);
     const QString controller = daemon.Text(u"Base/ServerName"_s, noName).trimmed();
     const auto isTaken = [&controller](const HubDaemon& other) { return other.controller == controller; };
@@ -100,7 +101,7 @@ std::optional<HubDaemon> ReadDaemon(const QString& fileName, const HubSettings& 
         file.AddProblem(Texts::tr("%1 has the AdminServerName \"%2\", not %3: that daemon will not connect")
                             .arg(fileName, admin, hub.adminName));
     const QStringList peers = daemon.Text(u"Base/Connections"_s, {}).split(u' ', Qt::SkipEmptyParts);
-    return HubDaemon{fileName, controller, peers.contains(hub.peerName)};
+    return HubDaemon{fileName, controller, vars, peers.contains(hub.peerName)};
 }
 
 } // namespace

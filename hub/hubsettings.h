@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sysvar.h"
+
 #include <QList>
 #include <QString>
 #include <QTime>
@@ -10,6 +12,7 @@ class SettingsFile;
 struct HubDaemon {
     QString settingsFile;
     QString controller; ///< its name on the bus
+    SysVar vars; ///< its schedule and its database
     bool connectsToPeer = false; ///< its Connections name us; otherwise we connect to it
 };
 

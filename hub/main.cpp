@@ -105,6 +105,10 @@ int main(int argc, char* argv[])
     SettingsFile file(line.settingsFile);
     OpenLog(file);
     const HubSettings settings = ReadHubSettings(file);
+    QStringList announceProblems;
+    const std::optional<AnnounceSettings> announce = ReadAnnounceSettings(file, announceProblems);
+    for (const QString& problem : announceProblems)
+        file.AddProblem(problem);
     Report(file);
     if (settings.daemons.isEmpty()) {
         const QString text =
@@ -113,7 +117,7 @@ int main(int argc, char* argv[])
         pLog->Alert(text, Severity::Error);
         return 1;
     }
-    static auto* const hub = new Hub(settings); // lives as long as the process: never deleted
+    static auto* const hub = new Hub(settings, announce); // lives as long as the process: never deleted
     hub->Start();
     Log(QCoreApplication::translate("main", "Start Ok!"));
     Service::Ready();

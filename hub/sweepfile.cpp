@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -32,24 +31,11 @@ const auto MakeClocks =
     u"CREATE TABLE time_table (global_id integer, date_c text, time_c text, date_r text, time_r text)"_s;
 const auto InsertClock = u"INSERT INTO time_table VALUES (?, ?, ?, ?, ?)"_s;
 
-/// The shortest decimal that is this float: 0.1 and not 0.100000001490116, as the daemon's database has it. Null when
-/// it is no number.
-QVariant Decimal(float value)
-{
-    if (!std::isfinite(value))
-        return QVariant(QMetaType(QMetaType::Double));
-    std::array<char, 64> text{};
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-    double decimal = 0;
-    std::from_chars(text.data(), end, decimal);
-    return decimal;
-}
-
 QVariantList Values(const SweepReading& row)
 {
     QVariantList values{row.globalId};
     for (const float energy : row.energyKWh)
-        values.append(Decimal(energy));
+        values.append(std::isfinite(energy) ? QVariant(DecimalOf(energy)) : QVariant(QMetaType(QMetaType::Double)));
     return values + QVariantList{row.date, row.time, row.status};
 }
 

@@ -4,6 +4,7 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <charconv>
 
 using namespace Qt::StringLiterals;
 
@@ -96,6 +97,20 @@ QList<Row> Rows(QByteArrayView records, Row (*read)(QByteArrayView))
 }
 
 } // namespace
+
+QDateTime SweepReading::Stamp() const
+{
+    return QDateTime::fromString(date + u' ' + time, u"yyyy-MM-dd hh:mm:ss"_s);
+}
+
+double DecimalOf(float value)
+{
+    std::array<char, 64> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+    double decimal = 0;
+    std::from_chars(text.data(), end, decimal);
+    return decimal;
+}
 
 std::optional<SweepMessage> DecodeSweepMessage(const QByteArray& data)
 {

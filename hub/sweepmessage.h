@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QList>
 #include <QString>
 
@@ -14,7 +15,14 @@ struct SweepReading {
     QString date; ///< of the sweep, "yyyy-MM-dd"; whatever was sent, at most 10 characters
     QString time; ///< of the sweep, "hh:mm:ss"; at most 8 characters
     qint16 status = 0; ///< 0 with a reading
+
+    /// Of the sweep, local time; invalid when its texts are no date and time.
+    [[nodiscard]] QDateTime Stamp() const;
 };
+
+/// The shortest decimal that is this float: 0.1 and not 0.10000000149, as the daemon's database has it. What is no
+/// finite number stays none.
+[[nodiscard]] double DecimalOf(float value);
 
 /// One reading of a meter's clock in a time sweep. Both texts are "yyyy-MM-dd hh:mm:ss" as a rule; at most 19
 /// characters.

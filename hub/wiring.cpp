@@ -1,14 +1,15 @@
 // Every connection between the parts of the hub, in the order in which they come into being.
 
+#include "api.h"
 #include "buslistener.h"
 #include "busstream.h"
 #include "clock.h"
 #include "ending.h"
 #include "hub.h"
+#include "localtime.h"
 #include "log.h"
 #include "peerdialler.h"
 #include "service.h"
-#include "shown.h"
 
 #include <QTimer>
 
@@ -31,21 +32,27 @@ quint64 FirstEventId()
 
 } // namespace
 
-Hub::Hub(HubSettings hubSettings, QObject* parent)
+Hub::Hub(HubSettings hubSettings, std::optional<AnnounceSettings> announceSettings, QObject* parent)
     : QObject(parent),
       settings(std::move(hubSettings)),
+      announce(std::move(announceSettings)),
+      began(CurrentDateTime()),
       events(FirstEventId(), MostEvents, MostEventBytes),
       sweeps(settings.sweepsDirectory, settings.keepDays)
 {
     for (const HubDaemon& daemon : settings.daemons)
-        stations.append({daemon, new DaemonLink(daemon.controller, this)});
+        stations.push_back(std::make_unique<Station>(daemon));
 }
 
 void Hub::Start()
 {
-    for (Station& station : stations)
-        JoinStation(station);
+    for (const auto& station : stations) {
+        JoinStation(*station);
+        JoinLedger(*station);
+        JoinBroker(*station);
+    }
     JoinBus();
+    JoinInterface();
 
     auto* const work = new QTimer(this);
     connect(work, &QTimer::timeout, this, &Hub::TellThatItWorks);
@@ -69,14 +76,18 @@ void Hub::JoinBus()
     };
     listen(settings.peerName, &DaemonLink::TakePeer);
     listen(settings.adminName, &DaemonLink::TakeAdmin);
-    for (const Station& station : std::as_const(stations))
-        if (!station.settings.connectsToPeer)
-            (new PeerDialler(*station.link, settings.peerName, users, this))->Start();
+    for (const auto& station : stations) {
+        if (station->settings.connectsToPeer)
+            continue;
+        auto* const dialler = new PeerDialler(*station->link, settings.peerName, users, this);
+        dialler->Start();
+    }
 }
 
 void Hub::JoinStation(Station& station)
 {
-    DaemonLink* const link = station.link;
+    auto* const link = new DaemonLink(station.Name(), this);
+    station.link = link;
     connect(link, &DaemonLink::Changed, this, [this, &station] { TellLink(station); });
     connect(link, &DaemonLink::Summary, this, [this, &station](const QByteArray& data) { TakeSummary(station, data); });
     connect(link, &DaemonLink::Told, this, [this, &station](const QString& text) {
@@ -85,30 +96,33 @@ void Hub::JoinStation(Station& station)
     connect(link, &DaemonLink::Traffic, this, [this, &station](bool fromSubstationMeter, const QByteArray& bytes) {
         TellTraffic(station, fromSubstationMeter, bytes);
     });
-    link->WantLiveView(settings.trafficAlways);
+    SwitchLiveView(station);
 }
 
-void Hub::TakeSummary(Station& station, const QByteArray& data)
+void Hub::JoinLedger(Station& station)
 {
-    if (const auto message = DecodeSweepMessage(data)) {
-        const SweepStore::Taken taken = sweeps.Take(station.settings.controller, *message);
-        if (taken != SweepStore::Taken::Refused)
-            TellSweep(station, *message, taken);
-    } else if (const auto alarm = DecodeAlarmMessage(data)) {
-        Tell(station, EventKind::Alarm,
-            {{u"globalId"_s, alarm->globalId}, {u"stamp"_s, alarm->stamp}, {u"code"_s, alarm->code}});
-    }
-}
-
-void Hub::TellSweep(const Station& station, const SweepMessage& message, SweepStore::Taken taken)
-{
-    const bool isReadings = message.kind == SweepMessage::Kind::Readings;
-    QJsonObject data{{u"sweep"_s, isReadings ? u"readings"_s : u"clocks"_s}, {u"file"_s, message.fileName},
-        {u"rows"_s, message.Records()}, {u"written"_s, taken == SweepStore::Taken::Written}};
-    if (isReadings)
-        data[u"read"_s] = std::ranges::count_if(message.readings,
-            [](const SweepReading& row) { return row.status == 0 && row.energyKWh != std::array<float, 5>{}; });
-    Tell(station, EventKind::Sweep, data);
+    const SiteLedgerSettings window{settings.ledgerDays, settings.deadline};
+    auto* const ledger = new SiteLedger(station.settings.vars, "ledger "_L1 + station.Name(), window, this);
+    station.ledger = ledger;
+    connect(ledger, &SiteLedger::ReadingsChanged, this, [this, &station] {
+        KeepModels(station);
+        AnnounceRegister(station);
+    });
+    const auto tell = [this, &station](const QJsonObject& incident, bool isOpen) {
+        QJsonObject data = incident;
+        data[u"open"_s] = isOpen;
+        Tell(station, EventKind::Incident, data);
+    };
+    connect(ledger, &SiteLedger::IncidentBegan, this, [tell](const QJsonObject& incident) { tell(incident, true); });
+    connect(ledger, &SiteLedger::IncidentEnded, this, [tell](const QJsonObject& incident) { tell(incident, false); });
+    connect(ledger, &SiteLedger::DatabaseChanged, this, [&station] {
+        const SiteLedger::Database& state = station.ledger->DatabaseState();
+        if (state.isReachable)
+            Log(tr("The database of %1 can be read").arg(station.Name()));
+        else
+            Log(tr("The database of %1 cannot be read: %2").arg(station.Name(), state.error), Severity::Warning);
+    });
+    ledger->Start();
 }
 
 void Hub::TellLink(Station& station)
@@ -118,27 +132,18 @@ void Hub::TellLink(Station& station)
         {{u"adminLink"_s, station.link->HasAdmin()}, {u"peerLink"_s, station.link->HasPeer()}});
     if (std::exchange(station.wasConnected, isConnected) == isConnected)
         return;
-    Log(isConnected ? tr("The daemon %1 is connected").arg(station.settings.controller)
-                    : tr("The daemon %1 is not connected any more").arg(station.settings.controller),
+    Log(isConnected ? tr("The daemon %1 is connected").arg(station.Name())
+                    : tr("The daemon %1 is not connected any more").arg(station.Name()),
         isConnected ? Severity::Info : Severity::Warning);
     TellThatItWorks();
-}
-
-/// In pieces that every reader's buffer has room for.
-void Hub::TellTraffic(const Station& station, bool fromSubstationMeter, const QByteArray& bytes)
-{
-    constexpr qsizetype MostBytes = 4096;
-    for (qsizetype at = 0; at < bytes.size(); at += MostBytes)
-        Tell(station, EventKind::Traffic,
-            {{u"port"_s, fromSubstationMeter ? u"substation"_s : u"modem"_s},
-                {u"bytes"_s, QString::fromLatin1(bytes.mid(at, MostBytes).toHex())}});
+    if (isConnected)
+        ListNodes(station);
 }
 
 void Hub::Tell(const Station& station, QLatin1StringView kind, QJsonObject data)
 {
-    const QDateTime now = CurrentDateTime();
-    data[u"at"_s] = now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODateWithMs);
-    data[u"controller"_s] = station.settings.controller;
+    data[u"at"_s] = LocalText(CurrentDateTime(), Qt::ISODateWithMs);
+    data[u"controller"_s] = station.Name();
     events.Append(kind, data);
 }
 
@@ -148,9 +153,9 @@ void Hub::TellThatItWorks()
     Service::Work().TickBegins();
     Service::Work().TickEnds(true);
     QStringList away;
-    for (const Station& station : std::as_const(stations))
-        if (!station.link->IsConnected())
-            away.append(station.settings.controller);
+    for (const auto& station : stations)
+        if (!station->link->IsConnected())
+            away.append(station->Name());
     Service::Status(away.isEmpty() ? tr("all daemons are connected")
                                    : tr("daemons that are not connected: %1").arg(away.join(u' ')));
 }
@@ -158,14 +163,14 @@ void Hub::TellThatItWorks()
 /// What a daemon has said already is kept, too.
 void Hub::Leave()
 {
-    for (const Station& station : std::as_const(stations))
-        station.link->ReadAll();
+    for (const auto& station : stations)
+        station->link->ReadAll();
     sweeps.WriteWaiting();
 }
 
-Hub::Station* Hub::Find(QStringView controller)
+Station* Hub::Find(QStringView controller) const
 {
-    const auto found = std::ranges::find_if(
-        stations, [controller](const Station& station) { return station.settings.controller == controller; });
-    return found == stations.end() ? nullptr : &*found;
+    const auto found =
+        std::ranges::find_if(stations, [controller](const auto& station) { return station->Name() == controller; });
+    return found == stations.end() ? nullptr : found->get();
 }

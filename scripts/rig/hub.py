@@ -46,6 +46,10 @@ class Hub(Process):
         is_json = "json" in answer.getheader("Content-Type", "")
         return answer.status, json.loads(text) if is_json else text.decode()
 
+    def port_locks(self):
+        """It opens no serial line; those that lie there are the daemon's."""
+        return []
+
     def files(self, daemon="probe"):
         """Of the daemon's sweeps, with what begins with a dot."""
         try:

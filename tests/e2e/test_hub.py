@@ -12,6 +12,8 @@ from rig import BUILD
 from rig import buspeer as bus
 from rig.hub import Hub, PlayedDaemon, clock, reading
 from rig.process import Process, wait_for, write_file
+from rig.sqlite import Sqlite
+from rig.substation import NODE, SETTINGS, Site
 
 DAEMON = "[Base]\nServerName=probe\nAdminServerName=admin\nConnections=other hub\n"
 NAME = "2014-03-04-08-30-00.db"
@@ -171,6 +173,81 @@ class SweepFiles(Played):
         self.hub.signal(signal.SIGCONT)
         self.assertEqual(self.hub.wait(), 0)
         self.assertEqual(self.hub.files(), names)
+
+
+class Beside(unittest.TestCase):
+    """A hub beside a real daemon and the virtual substation."""
+
+    def setUp(self):
+        settings = SETTINGS.replace("[Main]", "[Field]\nRemedies=all\nPacing=answers\n[Main]\nTimeOfQuery=never")
+        self.database = Sqlite()
+        self.site = self.enterContext(Site(self.database.keys, start="2014-03-04 08:20:00", speed=40, settings=settings,
+                                            scenario=f"[all]\nseed = 3\n[node {NODE % 8}]\nsilent = yes\n"))
+        self.site.start_substation()
+        self.hub = self.enterContext(Hub(self.site)).start()
+        self.site.start()
+        self.hub.wait_for_log("The daemon probe is connected")
+
+    def command(self, name, argument=None):
+        return self.hub.ask("POST", f"/api/commands/{name}", None if argument is None else {"argument": argument})
+
+    def traffic(self):
+        with open(self.site.path("traffic"), encoding="ascii") as file:
+            return file.read()
+
+    def test_commands(self):
+        """Each acts or answers; what is none does neither."""
+        self.assertEqual(len(self.hub.ask("GET", "/api/commands")[1]["commands"]), 14)
+        status, said = self.command("About")
+        self.assertEqual((status, said["command"]), (200, "About"))
+        self.assertIn(f"База данных: {self.site.path('z.db')}\n", said["reply"])
+        self.assertEqual(sorted(self.command("Get_ZDevices")[1]["reply"])[1:], [NODE % i for i in range(1, 9)])
+        for name in ("Reset_KS", "Query_counter", "Send_counter_number", "Send_KI_number"):
+            for argument in (None, "", "x", NODE % 1 + "\r"):
+                self.assertEqual(self.command(name, argument)[0], 400, name)
+        self.assertEqual(self.command("Need_query", "x")[0], 400)
+        for name in ("need_query", "Watch_Arrow_On", "", "..%2F", "Get_ZDevices2"):
+            self.assertEqual(self.command(name)[0], 404, name)
+        seen = [("Write_direct_in_port", "61 74 69 0d 0a", "daemon ati\\r\\n"), ("Send_counter_number", NODE % 2, "\\xc0\\x07"),
+                ("Send_KI_number", NODE % 3, "\\xc0\\x063\\xc1"), ("Reset_KS", NODE % 1, f"ATREMS:{NODE % 1},16=00f8"),
+                ("Send_main_UIN", None, "\\xc0\\x05000D6F0000000001"), ("Query_counter", NODE % 4, "\\xc0\\x02\\xc1")]
+        for name, argument, on_the_line in seen:
+            before = self.traffic().count(on_the_line)
+            self.assertEqual(self.command(name, argument), (202, {"command": name, "sent": True}))
+            wait_for(lambda: self.traffic().count(on_the_line) > before, name)
+        for name in ("Send_04_command", "Input_Data_On", "Input_Data_Off", "Send_counters_numbers", "Need_query"):
+            self.assertEqual(self.command(name)[0], 202, name)
+        wait_for(self.hub.files, "the sweep that was asked for", 60)
+        self.assertEqual(self.command("QuitSignal")[0], 202)
+        self.assertEqual(self.site.wait(), 0)
+        self.hub.wait_for_log("The daemon probe is not connected any more")
+        self.assertEqual(self.command("About"), (503, {"error": "The daemon is not connected."}))
+        self.assertIn("daemon", [problem["key"] for problem in self.hub.ask("GET", "/api/status")[1]["problems"]])
+
+    def test_restarts(self):
+        """Sweeps of a daemon before and after either was started anew are files with the daemon's rows."""
+        self.command("Need_query")
+        wait_for(self.hub.files, "the first sweep", 60)
+        self.hub.signal(signal.SIGTERM)
+        self.assertEqual(self.hub.wait(), 0)
+        self.site.wait_for_log("The administrative server admin is lost, and will be connected again")
+        self.hub.start()
+        self.hub.wait_for_log("The daemon probe is connected", 2)
+        self.command("Need_query")
+        wait_for(lambda: len(self.hub.files()) == 2, "the second sweep", 60)
+        self.site.signal(signal.SIGKILL)
+        self.site.wait()
+        for lock in self.site.port_locks():
+            os.unlink(lock)
+        self.site.start()
+        self.hub.wait_for_log("The daemon probe is connected", 3)
+        self.command("Need_query")
+        wait_for(lambda: len(self.hub.files()) == 3, "the third sweep", 60)
+        kept = sorted(row for name in self.hub.files() for row in rows(os.path.join(self.hub.sweeps, "probe", name)))
+        stored = self.database.rows(self.site, 'SELECT * FROM "Main_Data" WHERE time_r IN (%s)' % ", ".join(f"'{row[7]}'" for row in kept))
+        as_floats = lambda row: (row[0], *(struct.pack("f", energy) for energy in row[1:6]), *row[6:])
+        self.assertEqual(sorted(map(as_floats, kept)), sorted(map(as_floats, stored)))
+        self.assertEqual(len(kept), 27)
 
 
 if __name__ == "__main__":

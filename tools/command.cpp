@@ -102,7 +102,10 @@ CommandLine::CommandLine(const QString& about, Takes takes_) : takes(takes_)
     else if (takes == Takes::Controller)
         parser.addPositionalArgument(
             u"controller"_s, Texts::tr("The controller's name, which its role has, too."), u"CONTROLLER"_s);
-    else if (takes == Takes::NewFile)
+    else if (takes == Takes::NameAndArgument) {
+        parser.addPositionalArgument(u"name"_s, Texts::tr("Of the command."), u"[NAME"_s);
+        parser.addPositionalArgument(u"argument"_s, Texts::tr("What it takes, if it does."), u"[ARGUMENT]]"_s);
+    } else if (takes == Takes::NewFile)
         parser.addPositionalArgument(u"file"_s, Texts::tr("The file to write."), u"FILE"_s);
     else if (takes != Takes::Nothing)
         parser.addPositionalArgument(u"file"_s, Texts::tr("The register as comma-separated values."),
@@ -152,7 +155,8 @@ std::optional<int> CommandLine::Parse(const QStringList& words)
         return Refuse(Texts::tr("A global_id is missing."), way);
     if (given.isEmpty() && takes == Takes::Controller)
         return Refuse(Texts::tr("The name of a controller is missing."), way);
-    if (takes != Takes::GlobalIds && given.size() > (takes == Takes::Nothing ? 0 : 1))
+    const int most = takes == Takes::Nothing ? 0 : takes == Takes::NameAndArgument ? 2 : 1;
+    if (takes != Takes::GlobalIds && given.size() > most)
         return Refuse(Texts::tr("Too many words: \"%1\".").arg(given.constLast()), way);
     return std::nullopt;
 }

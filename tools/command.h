@@ -28,7 +28,7 @@ struct Subcommand {
 /// The options of one command and what it takes beside them.
 class CommandLine final {
 public:
-    enum class Takes { Nothing, OptionalFile, File, NewFile, GlobalIds, Controller };
+    enum class Takes { Nothing, OptionalFile, File, NewFile, GlobalIds, Controller, NameAndArgument };
 
     CommandLine(const QString& about, Takes takes);
 
@@ -44,6 +44,10 @@ public:
     [[nodiscard]] QString FileName() const { return parser.positionalArguments().value(0); }
 
     [[nodiscard]] QString Controller() const { return parser.positionalArguments().value(0); }
+
+    /// Both empty when they were not given.
+    [[nodiscard]] QString Name() const { return parser.positionalArguments().value(0); }
+    [[nodiscard]] QString Argument() const { return parser.positionalArguments().value(1); }
 
     /// At least one.
     [[nodiscard]] QStringList GlobalIds() const { return parser.positionalArguments(); }

@@ -7,13 +7,16 @@
 #include "incidentscommand.h"
 #include "readingscommand.h"
 #include "registercommands.h"
+#include "remotecommand.h"
 #include "reportcommand.h"
 #include "retaincommand.h"
 #include "schedulecommand.h"
 #include "setupcommand.h"
+#include "statuscommand.h"
 #include "supportcommand.h"
 #include "texts.h"
 #include "version.h"
+#include "watchcommand.h"
 
 #include <QCoreApplication>
 #include <QLocale>
@@ -50,6 +53,9 @@ int main(int argc, char* argv[])
         {u"incidents"_s, Texts::tr("Why readings are missing: one finding for one cause."), RunIncidents},
         {u"readings"_s, Texts::tr("Writes the rows of the readings: a table, csv or json."), RunReadings},
         {u"bill"_s, Texts::tr("What each meter used in a month; each meter without it, and why."), RunBill},
+        {u"status"_s, Texts::tr("How the daemon fares; the exit code tells it to a script."), RunStatus},
+        {u"watch"_s, Texts::tr("What the modem, the meters and the daemon do, as it happens."), RunWatch},
+        {u"command"_s, Texts::tr("Has the daemon do something."), RunRemoteCommand},
         {u"fleet"_s, Texts::tr("The centre of many controllers: its schema, their roles, its months."), RunFleet},
     };
     return RunOneOf(commands, Texts::tr("Looks after what the daemon works with."),

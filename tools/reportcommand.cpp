@@ -48,7 +48,7 @@ std::optional<Asked> Understood(const CommandLine& line, QDate today)
         return std::nullopt;
     }
     asked.deadline = QTime::fromString(line.Option(u"deadline"_s), u"hh:mm"_s);
-    const QString format = line.Option(u"format"_s);
+    const QString format = line.HasFlag(u"json"_s) ? u"json"_s : line.Option(u"format"_s);
     for (const auto& [name, write] :
         {std::pair(u"text"_s, &ReportAsText), {u"json"_s, &ReportAsJson}, {u"csv"_s, &ReportAsCsv}})
         if (format == name)
@@ -137,6 +137,7 @@ void AddOptions(CommandLine& line)
     line.AddOption(u"month"_s, Texts::tr("month"), Texts::tr("A month instead, yyyy-MM."), {});
     line.AddOption(u"format"_s, Texts::tr("format"),
         Texts::tr("text, json, or csv: a line of counts for each meter and day (default: text)."), u"text"_s);
+    line.AddFlag(u"json"_s, Texts::tr("The same as --format json."));
     line.AddOption(u"deadline"_s, Texts::tr("time"),
         Texts::tr("By when a day's readings are to be there, hh:mm of the day after (default 06:00)."), u"06:00"_s);
     line.AddOption(u"at-least"_s, Texts::tr("percent"),

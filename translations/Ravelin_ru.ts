@@ -728,236 +728,12 @@
 <context>
     <name>forward</name>
     <message>
-        <source>no memory</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>the centre does not answer</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>date_r is no date yyyy-MM-dd</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>time_r is no time hh:mm:ss</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 is damaged and begun anew</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The notes are kept again</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The notes in %1 cannot be kept; the delivery goes on: %2</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>older than what the centre keeps, since %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>its date is in the future: the controller&apos;s clock was wrong</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>the centre&apos;s mark stands elsewhere: another forwarder delivers this source, or an earlier transaction has ended just now</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>the centre rolled the rows back</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>the centre has no table for %1; there, run &quot;ravelinctl fleet months&quot;</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>the centre does not know this controller any more</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
         <source>none</source>
         <translation type="unfinished">нет</translation>
     </message>
     <message>
-        <source>%1 more rows became dead letters</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>All rows are at the centre again</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>all rows are at the centre</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The daemon&apos;s rows cannot be read: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Rows are not delivered: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre cannot be reached: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre cannot be used: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre&apos;s schema has another version: %1, not %2</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre does not know the controller %1; there, run &quot;ravelinctl fleet add %1&quot;</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The connection to the centre is that of the controller %1, not of %2: the user in Centre and Controller must be the same</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre&apos;s marks cannot be read: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Connected to the centre as %1. Delivered of %2 (%3): readings up to row %4, clock readings up to row %5</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre does not take a new source: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 is not the file that was delivered before, or was put back from a copy. Its rows are delivered as those of another source</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre cannot be told how far the delivery is: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre&apos;s register cannot be used: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre refuses row %1 of the %2, which becomes a dead letter: %3</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1 must be a number from 1 to %2, not %3</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>%1: BDType is &quot;%2&quot;; only rows in SQLite (sqlite3) can be delivered</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Register must be local or centre, not &quot;%1&quot;</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Controller is missing: the name of this controller at the centre</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Centre is missing: host=... dbname=... user=...</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Centre is no connection string: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>the name %1 cannot be looked up</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>no name server tells the address of %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is not understood here; --help tells what is</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>the centre&apos;s register, global_id %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The register was carried to the centre, meters: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre refuses the register: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre&apos;s register is empty; the one here stays as it is</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre&apos;s register is refused, the one here stays as it is: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The centre&apos;s register waits for the end of a sweep</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The register is not changed: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The register of the centre holds from now on; %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>there is no such file yet</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>a sweep has begun</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>another forwarder delivers this source, lock file %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Controller: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Source: %1</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The forwarder runs.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>The forwarder does not run.</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
         <source>unknown</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Rows that wait, of the %1: %2, for %3 s; delivered up to row %4</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Dead letters: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>неизвестно</translation>
     </message>
 </context>
 <context>
@@ -2436,6 +2212,318 @@ daemon&apos;s database, or of one controller at a centre.</source>
     <message>
         <source>Which of them; for a role that may read all of them.</source>
         <translation>Какой из них; для роли, которой видны все.</translation>
+    </message>
+    <message>
+        <source>Of the command.</source>
+        <translation>Название команды.</translation>
+    </message>
+    <message>
+        <source>What it takes, if it does.</source>
+        <translation>Её аргумент, если он есть.</translation>
+    </message>
+    <message>
+        <source>substation</source>
+        <translation>подстанция</translation>
+    </message>
+    <message>
+        <source>a sweep of the clocks has closed, clocks read: %1 (%2)</source>
+        <translation>опрос часов закрыт, прочитано часов: %1 (%2)</translation>
+    </message>
+    <message>
+        <source>a sweep has closed, read: %1 of %2 (%3)</source>
+        <translation>опрос закрыт, прочитано: %1 из %2 (%3)</translation>
+    </message>
+    <message>
+        <source>ALARM: the case of meter %1 was opened</source>
+        <translation>ТРЕВОГА: вскрыт корпус счётчика %1</translation>
+    </message>
+    <message>
+        <source>ALARM: the modem was lost and is started anew</source>
+        <translation>ТРЕВОГА: модем пропал и запускается заново</translation>
+    </message>
+    <message>
+        <source>ALARM: the modem refuses, error %1</source>
+        <translation>ТРЕВОГА: модем отказывает, ошибка %1</translation>
+    </message>
+    <message>
+        <source>the daemon is connected</source>
+        <translation>демон подключён</translation>
+    </message>
+    <message>
+        <source>the daemon is connected by one of two links</source>
+        <translation>демон подключён одним из двух соединений</translation>
+    </message>
+    <message>
+        <source>the daemon is not connected</source>
+        <translation>демон не подключён</translation>
+    </message>
+    <message>
+        <source>The hub refuses with status %1.</source>
+        <translation>Хаб отказывает с кодом %1.</translation>
+    </message>
+    <message>
+        <source>The hub answers: %1</source>
+        <translation>Хаб отвечает: %1</translation>
+    </message>
+    <message>
+        <source>What answers at %1 is no hub.</source>
+        <translation>По адресу %1 отвечает не хаб.</translation>
+    </message>
+    <message>
+        <source>The hub has ended the stream.</source>
+        <translation>Хаб завершил поток.</translation>
+    </message>
+    <message>
+        <source>The hub at %1 did not answer within %2 s.</source>
+        <translation>Хаб по адресу %1 не ответил за %2 с.</translation>
+    </message>
+    <message>
+        <source>The hub at %1 cannot be asked: %2.</source>
+        <translation>Хаб по адресу %1 нельзя спросить: %2.</translation>
+    </message>
+    <message>
+        <source>Nobody listens at %1: the hub has ended.</source>
+        <translation>По адресу %1 никто не слушает: хаб завершился.</translation>
+    </message>
+    <message>
+        <source>There is no hub at %1. Does the service ravelin-hub run? --hub names another socket.</source>
+        <translation>По адресу %1 хаба нет. Работает ли служба ravelin-hub? --hub задаёт другой сокет.</translation>
+    </message>
+    <message>
+        <source>You may not ask the hub at %1: that is for the user %2 and the group %3.</source>
+        <translation>Спрашивать хаб по адресу %1 вам нельзя: это могут пользователь %2 и группа %3.</translation>
+    </message>
+    <message>
+        <source>You may not ask the hub at %1: %2.</source>
+        <translation>Спрашивать хаб по адресу %1 вам нельзя: %2.</translation>
+    </message>
+    <message>
+        <source>The socket where the hub listens (default: %1).</source>
+        <translation>Сокет, где слушает хаб (по умолчанию: %1).</translation>
+    </message>
+    <message>
+        <source>One of the hub&apos;s daemons, by its ServerName; --settings names it, too, by its file.</source>
+        <translation>Один из демонов хаба, по его ServerName; --settings тоже указывает его, по файлу.</translation>
+    </message>
+    <message>
+        <source>%1 has no ServerName.</source>
+        <translation>В %1 нет ServerName.</translation>
+    </message>
+    <message>
+        <source>How the daemon fares; the exit code tells it to a script.</source>
+        <translation>Как дела у демона; скрипту об этом говорит код завершения.</translation>
+    </message>
+    <message>
+        <source>What the modem, the meters and the daemon do, as it happens.</source>
+        <translation>Что делают модем, счётчики и демон, по мере событий.</translation>
+    </message>
+    <message>
+        <source>Has the daemon do something.</source>
+        <translation>Даёт демону команду.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be written: %2</source>
+        <translation>%1 не записывается: %2</translation>
+    </message>
+    <message>
+        <source>%1 takes no argument.</source>
+        <translation>%1 не принимает аргумента.</translation>
+    </message>
+    <message>
+        <source>%1 takes a node&apos;s UIN, 16 hexadecimal digits.</source>
+        <translation>%1 принимает UIN узла, 16 шестнадцатеричных цифр.</translation>
+    </message>
+    <message>
+        <source>%1 takes bytes, two hexadecimal digits each, as &quot;61 74 69 0d&quot;.</source>
+        <translation>%1 принимает байты, по две шестнадцатеричные цифры, например «61 74 69 0d».</translation>
+    </message>
+    <message>
+        <source>The daemon has no command &quot;%1&quot;; --list tells them.</source>
+        <translation>У демона нет команды «%1»; список — --list.</translation>
+    </message>
+    <message>
+        <source>%1 stops or resets something: --yes confirms it.</source>
+        <translation>%1 что-то останавливает или сбрасывает: --yes подтверждает.</translation>
+    </message>
+    <message>
+        <source>Go on? yes or no</source>
+        <translation>Продолжить? да или нет</translation>
+    </message>
+    <message>
+        <source>no</source>
+        <translation>нет</translation>
+    </message>
+    <message>
+        <source>yes</source>
+        <translation>да</translation>
+    </message>
+    <message>
+        <source>Sent; the daemon does not answer to it.</source>
+        <translation>Отправлено; демон на это не отвечает.</translation>
+    </message>
+    <message>
+        <source>Has the daemon do something, through the hub. --list tells the commands that there are.
+Exit code: 0 it was sent, or answered; 1 the hub or the daemon is away, or does not answer; 2 wrong
+usage, or not confirmed.</source>
+        <translation>Даёт демону команду через хаб. --list показывает, какие команды есть.
+Код завершения: 0 отправлена или отвечена; 1 хаба или демона нет, или ответа нет; 2 неверная
+командная строка или нет подтверждения.</translation>
+    </message>
+    <message>
+        <source>Tells the commands, what they take and what they do.</source>
+        <translation>Показывает команды, их аргументы и действие.</translation>
+    </message>
+    <message>
+        <source>Does not ask before something is stopped or reset.</source>
+        <translation>Не спрашивает перед остановкой или сбросом.</translation>
+    </message>
+    <message>
+        <source>Tells the answer as one JSON object on stdout.</source>
+        <translation>Выводит ответ одним объектом JSON.</translation>
+    </message>
+    <message>
+        <source>The name of a command is missing; --list tells them.</source>
+        <translation>Не хватает названия команды; список — --list.</translation>
+    </message>
+    <message>
+        <source>The same as --format json.</source>
+        <translation>То же, что --format json.</translation>
+    </message>
+    <message>
+        <source>unknown</source>
+        <translation>неизвестно</translation>
+    </message>
+    <message>
+        <source>connected since %1, last heard of %2</source>
+        <translation>подключён с %1, последнее сообщение %2</translation>
+    </message>
+    <message>
+        <source>not connected since %1</source>
+        <translation>не подключён с %1</translation>
+    </message>
+    <message>
+        <source>working</source>
+        <translation>работает</translation>
+    </message>
+    <message>
+        <source>deaf since %1</source>
+        <translation>не отвечает с %1</translation>
+    </message>
+    <message>
+        <source>not known whether it works</source>
+        <translation>неизвестно, работает ли</translation>
+    </message>
+    <message>
+        <source>%1, can be read</source>
+        <translation>%1, читается</translation>
+    </message>
+    <message>
+        <source>%1, cannot be read: %2</source>
+        <translation>%1, не читается: %2</translation>
+    </message>
+    <message>
+        <source>none is known</source>
+        <translation>неизвестен</translation>
+    </message>
+    <message>
+        <source>%1, %2 of %3 meters read</source>
+        <translation>%1, прочитано счётчиков: %2 из %3</translation>
+    </message>
+    <message>
+        <source>, in %1 s</source>
+        <translation>, за %1 с</translation>
+    </message>
+    <message>
+        <source>%1, %2: all is well</source>
+        <translation>%1, %2: всё в порядке</translation>
+    </message>
+    <message>
+        <source>%1, %2: not all is well</source>
+        <translation>%1, %2: не всё в порядке</translation>
+    </message>
+    <message>
+        <source>daemon</source>
+        <translation>демон</translation>
+    </message>
+    <message>
+        <source>modem</source>
+        <translation>модем</translation>
+    </message>
+    <message>
+        <source>database</source>
+        <translation>база данных</translation>
+    </message>
+    <message>
+        <source>last sweep</source>
+        <translation>последний опрос</translation>
+    </message>
+    <message>
+        <source>next sweep</source>
+        <translation>следующий опрос</translation>
+    </message>
+    <message>
+        <source>%1, of the clocks %2</source>
+        <translation>%1, часов %2</translation>
+    </message>
+    <message>
+        <source>today</source>
+        <translation>сегодня</translation>
+    </message>
+    <message>
+        <source>open incidents</source>
+        <translation>открытых происшествий</translation>
+    </message>
+    <message>
+        <source>connected</source>
+        <translation>подключён</translation>
+    </message>
+    <message>
+        <source>not connected</source>
+        <translation>не подключён</translation>
+    </message>
+    <message>
+        <source>Asks the hub how its daemons fare, and says in words what is not well.
+Exit code: 0 daemon, modem and database work and the last due sweep was made, 3 something is not
+well, 1 the hub cannot be asked, 2 wrong usage.</source>
+        <translation>Спрашивает хаб, как дела у его демонов, и словами говорит, что не в порядке.
+Код завершения: 0 демон, модем и база данных работают и последний назначенный опрос проведён, 3 что-то
+не в порядке, 1 хаб нельзя спросить, 2 неверная командная строка.</translation>
+    </message>
+    <message>
+        <source>The hub answers again.</source>
+        <translation>Хаб снова отвечает.</translation>
+    </message>
+    <message>
+        <source>It is tried again every second.</source>
+        <translation>Попытки повторяются каждую секунду.</translation>
+    </message>
+    <message>
+        <source>The recording ends here.</source>
+        <translation>Запись на этом кончается.</translation>
+    </message>
+    <message>
+        <source>Shows as it happens what the hub sees: the modem&apos;s traffic with what the meters answer, what the daemon
+does, sweeps, incidents, alarms. Goes on when the hub or the daemon was away. Ends with Ctrl-C.
+Exit code: 0 it was ended, 1 the hub cannot be asked, 2 wrong usage.</source>
+        <translation>Показывает по мере событий, что видит хаб: обмен с модемом и ответы счётчиков, действия демона,
+опросы, происшествия, тревоги. Продолжает, когда хаб или демон пропадали. Завершается по Ctrl-C.
+Код завершения: 0 завершён пользователем, 1 хаб нельзя спросить, 2 неверная командная строка.</translation>
+    </message>
+    <message>
+        <source>kinds</source>
+        <translation>виды</translation>
+    </message>
+    <message>
+        <source>Only these, with commas between them: traffic, log, sweep, incident, alarm, link, command.</source>
+        <translation>Только эти, через запятую: traffic, log, sweep, incident, alarm, link, command.</translation>
+    </message>
+    <message>
+        <source>Writes what the modem sends into this new file, too; ravelin-sim --replay plays it.</source>
+        <translation>Записывает то, что передаёт модем, и в этот новый файл; ravelin-sim --replay воспроизводит его.</translation>
+    </message>
+    <message>
+        <source>Tells each event as a JSON object in a line of its own.</source>
+        <translation>Выводит каждое событие объектом JSON в отдельной строке.</translation>
     </message>
 </context>
 <context>

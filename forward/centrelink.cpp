@@ -68,13 +68,11 @@ bool CentreLink::IsOpen() const
     return connection && PQstatus(connection) == CONNECTION_OK;
 }
 
-QString CentreLink::ProblemWith(const QByteArray& connectionString)
+bool CentreLink::Understands(const QByteArray& connectionString)
 {
-    char* problem = nullptr;
-    PQconninfoFree(PQconninfoParse(connectionString.constData(), &problem));
-    const QString text = OneLine(problem);
-    PQfreemem(problem);
-    return text;
+    PQconninfoOption* const options = PQconninfoParse(connectionString.constData(), nullptr);
+    PQconninfoFree(options);
+    return options;
 }
 
 CentreLink::Outcome CentreLink::Connect(const QByteArray& connectionString)

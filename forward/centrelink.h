@@ -34,8 +34,8 @@ public:
         [[nodiscard]] bool LacksMonth() const { return sqlState == "23514" && !hasConstraint; }
     };
 
-    /// What is wrong with the words of a connection string; empty when nothing is.
-    [[nodiscard]] static QString ProblemWith(const QByteArray& connectionString);
+    /// The words of a connection string make sense to libpq. Its own complaint might quote a part of the password.
+    [[nodiscard]] static bool Understands(const QByteArray& connectionString);
 
     /// `connectionString` as libpq takes it: key=value words or an URI. Closes an earlier connection.
     [[nodiscard]] Outcome Connect(const QByteArray& connectionString);

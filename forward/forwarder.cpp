@@ -151,10 +151,12 @@ QString Forwarder::ChooseSource()
     QList<SourceChoice::Known> known;
     if (const QString why = KnownSources(known); !why.isEmpty())
         return why;
-    for (const SourceTable& table : SourceTables) // what cannot be read must not be taken for another file
-        if (!file.Rows(table, 0, 1))
-            return ForwardTexts::tr("The daemon's rows cannot be read: %1").arg(file.Error());
+    file.BeginLook();
     const auto choice = SourceChoice::Choose(File(), notes.Source(), known, QUuid::createUuid());
+    for (const SourceTable& table : SourceTables)
+        static_cast<void>(file.NewestRow(table)); // is there, and can be read
+    if (file.LookFailed())
+        return ForwardTexts::tr("The daemon's rows cannot be read: %1").arg(file.Error());
     if (choice.isNew)
         if (const QString why = Begin(choice); !why.isEmpty())
             return why;
@@ -210,9 +212,12 @@ QString Forwarder::DeliverTable(std::size_t table)
         auto rows = file.Rows(SourceTables[table], mark.number, settings.batchRows + 1);
         if (!rows)
             return file.Error();
+        file.BeginLook();
         const bool hasMark = !rows->isEmpty() && rows->first().number == mark.number;
         const bool isSame =
             hasMark ? rows->first().digest == mark.digest : SourceChoice::Continues(File(), table, mark);
+        if (file.LookFailed())
+            return file.Error();
         if (!isSame) {
             delivery.reset();
             if (const QString why = ChooseSource(); !why.isEmpty())

@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int MostBatchRows = 100000;
+constexpr int MostBatchRows = 10000;
 constexpr int MostSeconds = 3600;
 
 int Number(SettingsFile& file, const QString& key, int defaultValue, int most)
@@ -65,15 +65,19 @@ ForwardSettings ReadForwardSettings(const QString& name)
     settings.everySeconds = Number(file, u"Forward/EverySeconds"_s, settings.everySeconds, MostSeconds);
     settings.which = ReadRegister(file);
     settings.log = file.Integer(u"Forward/Log"_s, 1) != 0;
-    settings.logName = file.Text(u"Forward/LogName"_s, TLog::getDirPathDefault(u"ravelin-forward"_s));
+    settings.logName = file.Text(u"Forward/LogName"_s, {});
+    if (settings.logName.isEmpty())
+        settings.logName = TLog::getDirPathDefault(u"ravelin-forward"_s);
     if (file.FileProblem().isEmpty()) {
         ReadSource(settings, file.Text(u"Forward/Source"_s, u"/etc/ravelin/ravelin.ini"_s));
         if (settings.controller.isEmpty())
             file.AddProblem(ForwardTexts::tr("Controller is missing: the name of this controller at the centre"));
         if (settings.centre.isEmpty())
             file.AddProblem(ForwardTexts::tr("Centre is missing: host=... dbname=... user=..."));
-        else if (const QString why = CentreLink::ProblemWith(settings.centre); !why.isEmpty())
-            file.AddProblem(ForwardTexts::tr("Centre is no connection string: %1").arg(why));
+        else if (!CentreLink::Understands(settings.centre))
+            file.AddProblem(
+                ForwardTexts::tr("Centre is no connection string: words key=value with blanks between them, a value "
+                                 "with blanks in single quotes"));
     }
     settings.problems += file.Problems();
     return settings;

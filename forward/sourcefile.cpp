@@ -195,7 +195,7 @@ bool SourceFile::ReplaceRegister(const QList<RegisterRow>& rows, const std::arra
 
 bool SourceFile::Fail(const QString& why)
 {
-    error = why.simplified();
+    error = why.isEmpty() ? ForwardTexts::tr("it cannot be read") : why.simplified();
     return false;
 }
 

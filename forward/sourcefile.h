@@ -49,6 +49,10 @@ public:
     /// of `newest` any more: a sweep has begun.
     [[nodiscard]] bool ReplaceRegister(const QList<RegisterRow>& rows, const std::array<qint64, 2>& newest);
 
+    /// Whether a question has failed since BeginLook(): what was not read must not be taken for rows that are gone.
+    void BeginLook() { error.clear(); }
+    [[nodiscard]] bool LookFailed() const { return !error.isEmpty(); }
+
     [[nodiscard]] QString Path() const { return path; }
     [[nodiscard]] QString Error() const { return path + QLatin1StringView(": ") + error; }
 

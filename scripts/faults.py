@@ -7,7 +7,7 @@ import time
 import traceback
 from functools import partial
 
-from faultplays import buses, clocks, ends, ports, powercut, radio, remedies, servers, storage
+from faultplays import buses, clocks, ends, forward, ports, powercut, radio, remedies, servers, storage
 
 NEXT = "the sweep closes with a row for every meter, the next one is complete"
 NO_ROWS = "the sweep passes without rows, what was stored stays, the next sweep is complete"
@@ -60,6 +60,10 @@ PLAYS = [
     ("strangers", "unknown nodes, reports nobody waits for, refusals: told, no rows; " + NEXT, radio.strangers),
     ("noise-sqlite", "loss, refusals, garbage, cut lines: every sweep closes with a row for every meter", partial(radio.noise, False)),
     ("noise-postgres", "the same into PostgreSQL", partial(radio.noise, True)),
+    ("forward-killed", "50,000 rows arrive while the forwarder is killed 50 times and the centre crashes 10 times: each row is there once", forward.killed),
+    ("forward-cut", "the link is cut, or the centre crashes, before and behind each step of a delivery: each row is there once", forward.cut_at_each_step),
+    ("forward-disk-full", "no room here, then at the centre: told, each row is there once when there is room", forward.full_disks),
+    ("forward-week", "the centre is away for a week's rows of 200 meters: each is there once when it is back", forward.week_away),
     remedy("reports", "delivery reports lost and late, statuses are those of other nodes", remedies.reports),
     remedy("ntp", "ntpq is not installed, no sweep any more", partial(remedies.ntp, "missing"), "-missing"),
     remedy("ntp", "ntpq hangs, no sweep any more", partial(remedies.ntp, "hangs"), "-hangs"),
@@ -80,7 +84,7 @@ PLAYS = [
 ]
 QUICK = ["killed", "admin-lost", "told-to-quit", "modem-unplugged", "substation-unplugged", "database-missing",
          "database-locked", "disk-full", "postgres-word-lost", "power-cut", "bus-peers", "bus-deaf", "register-changes",
-         "alarms", "strangers", "noise-sqlite"]
+         "alarms", "strangers", "noise-sqlite", "forward-killed"]
 
 
 def played(seed, name, promise, play):
@@ -113,6 +117,7 @@ def main():
     chosen = options.names or names
     if options.quick:
         chosen, ends.KILLS = QUICK, 2
+        forward.ROWS, forward.KILLS, forward.CRASHES = 4000, 6, 2
     rows = [played(options.seed, *play) for play in PLAYS if play[0] in chosen]
     print("\n| fault | promise | seen | | s |\n|---|---|---|---|---|")
     for row in rows:

@@ -162,7 +162,7 @@ class Forward(unittest.TestCase):
     def test_wrong_use(self):
         one = self.controller()
         for keys, what in [("Register=both", "Register must be"), ("BatchRows=0", "BatchRows must be"),
-                           ("Controller=", "Controller is missing"), ("Centre=nonsense", "missing \"=\""),
+                           ("Controller=", "Controller is missing"), ("Centre=password=ge heim", "no connection string"),
                            ("Source=/nowhere.ini", "/nowhere.ini")]:
             with Controller(self.centre, one.name) as other:
                 with open(other.settings, "a", encoding="utf-8") as file:

@@ -39,3 +39,12 @@ install(FILES share/service/ravelin-hub.ini DESTINATION ${CMAKE_INSTALL_FULL_SYS
 install(FILES share/ravelin-hub.ini.example share/service/hub-network.conf DESTINATION ${hub_docs}/examples
     COMPONENT ravelin-hub)
 install(FILES docs/hub.md DESTINATION ${hub_docs} COMPONENT ravelin-hub)
+
+set(forward_docs ${CMAKE_INSTALL_DATADIR}/doc/ravelin-forward)
+configure_file(share/service/ravelin-forward.service.in ${CMAKE_BINARY_DIR}/service/ravelin-forward.service @ONLY)
+install(TARGETS ravelin-forward COMPONENT ravelin-forward)
+install(FILES ${CMAKE_BINARY_DIR}/service/ravelin-forward.service DESTINATION ${RAVELIN_UNIT_DIR} COMPONENT ravelin-forward)
+install(FILES share/service/ravelin-forward.ini DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/ravelin
+    COMPONENT ravelin-forward)
+install(FILES share/ravelin-forward.ini.example DESTINATION ${forward_docs}/examples COMPONENT ravelin-forward)
+install(FILES docs/forwarder.md DESTINATION ${forward_docs} COMPONENT ravelin-forward)

@@ -16,7 +16,7 @@ import settingstext
 
 HERE = pathlib.Path(__file__).parent
 SOURCE = HERE.parent
-PROGRAMS = ["ravelin", "ravelinctl", "ravelin-hub", "ravelin-sim"]
+PROGRAMS = ["ravelin", "ravelinctl", "ravelin-hub", "ravelin-forward", "ravelin-sim"]
 
 
 def arguments():
@@ -49,18 +49,21 @@ def main():
     options = arguments()
     output = pathlib.Path(options.output)
     said = helps(options.programs, options.bindir)
-    settings, hub_settings = (settingstext.read((SOURCE / f"share/{name}.ini.example").read_text(encoding="utf-8"))
-                              for name in ("ravelin", "ravelin-hub"))
+    settings, hub_settings, forward_settings = (
+        settingstext.read((SOURCE / f"share/{name}.ini.example").read_text(encoding="utf-8"))
+        for name in ("ravelin", "ravelin-hub", "ravelin-forward"))
     remedies = markdown.table((SOURCE / "docs/operations.md").read_text(encoding="utf-8"), "Remedies")
     frame = {"date": date(), "version": options.version, "docdir": options.docdir}
     for name, pieces in {"ravelin.8": pages.program(said["ravelin"]), "ravelinctl.1": pages.tool(said["ravelinctl"]),
                          "ravelin-sim.1": pages.program(said["ravelin-sim"]),
                          "ravelin-hub.8": pages.program(said["ravelin-hub"]),
                          "ravelin-hub.ini.5": pages.settings(*hub_settings, []),
+                         "ravelin-forward.8": pages.program(said["ravelin-forward"]),
+                         "ravelin-forward.ini.5": pages.settings(*forward_settings, []),
                          "ravelin.ini.5": pages.settings(*settings, remedies)}.items():
         fill(name + ".in", frame | pieces, output / name)
     (output / "completions").mkdir(exist_ok=True)
-    for name in ("ravelin", "ravelinctl", "ravelin-hub"):
+    for name in ("ravelin", "ravelinctl", "ravelin-hub", "ravelin-forward"):
         fill("completion.bash.in", {"program": name, "cases": completion.case(said[name])}, output / "completions" / name)
 
 

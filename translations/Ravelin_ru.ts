@@ -729,11 +729,239 @@
     <name>forward</name>
     <message>
         <source>none</source>
-        <translation type="unfinished">нет</translation>
+        <translation>нет</translation>
     </message>
     <message>
         <source>unknown</source>
         <translation>неизвестно</translation>
+    </message>
+    <message>
+        <source>no memory</source>
+        <translation>нет памяти</translation>
+    </message>
+    <message>
+        <source>the centre does not answer</source>
+        <translation>центр не отвечает</translation>
+    </message>
+    <message>
+        <source>date_r is no date yyyy-MM-dd</source>
+        <translation>date_r — не дата вида yyyy-MM-dd</translation>
+    </message>
+    <message>
+        <source>time_r is no time hh:mm:ss</source>
+        <translation>time_r — не время вида hh:mm:ss</translation>
+    </message>
+    <message>
+        <source>%1 is damaged and begun anew</source>
+        <translation>Файл %1 повреждён и начат заново</translation>
+    </message>
+    <message>
+        <source>The notes are kept again</source>
+        <translation>Заметки снова ведутся</translation>
+    </message>
+    <message>
+        <source>The notes in %1 cannot be kept; the delivery goes on: %2</source>
+        <translation>Заметки в %1 не ведутся, доставка продолжается: %2</translation>
+    </message>
+    <message>
+        <source>older than what the centre keeps, since %1</source>
+        <translation>старше того, что хранит центр (с %1)</translation>
+    </message>
+    <message>
+        <source>its date is in the future: the controller&apos;s clock was wrong</source>
+        <translation>дата в будущем: часы контроллера были неверны</translation>
+    </message>
+    <message>
+        <source>the centre&apos;s mark stands elsewhere: another forwarder delivers this source, or an earlier transaction has ended just now</source>
+        <translation>отметка центра стоит в другом месте: этот источник доставляет другая программа, или только что завершилась прежняя транзакция</translation>
+    </message>
+    <message>
+        <source>the centre rolled the rows back</source>
+        <translation>центр откатил строки</translation>
+    </message>
+    <message>
+        <source>the centre has no table for %1; there, run &quot;ravelinctl fleet months&quot;</source>
+        <translation>в центре нет таблицы за %1; выполните там «ravelinctl fleet months»</translation>
+    </message>
+    <message>
+        <source>the centre does not know this controller any more</source>
+        <translation>центр больше не знает этого контроллера</translation>
+    </message>
+    <message>
+        <source>%1 more rows became dead letters</source>
+        <translation>Ещё строк отложено как непринятые: %1</translation>
+    </message>
+    <message>
+        <source>All rows are at the centre again</source>
+        <translation>Все строки снова в центре</translation>
+    </message>
+    <message>
+        <source>all rows are at the centre</source>
+        <translation>все строки в центре</translation>
+    </message>
+    <message>
+        <source>The daemon&apos;s rows cannot be read: %1</source>
+        <translation>Строки службы не читаются: %1</translation>
+    </message>
+    <message>
+        <source>Rows are not delivered: %1</source>
+        <translation>Строки не доставляются: %1</translation>
+    </message>
+    <message>
+        <source>The centre cannot be reached: %1</source>
+        <translation>Центр недоступен: %1</translation>
+    </message>
+    <message>
+        <source>The centre cannot be used: %1</source>
+        <translation>С центром нельзя работать: %1</translation>
+    </message>
+    <message>
+        <source>The centre&apos;s schema has another version: %1, not %2</source>
+        <translation>У центра другая версия схемы: %1, а не %2</translation>
+    </message>
+    <message>
+        <source>The centre does not know the controller %1; there, run &quot;ravelinctl fleet add %1&quot;</source>
+        <translation>Центр не знает контроллера %1; выполните там «ravelinctl fleet add %1»</translation>
+    </message>
+    <message>
+        <source>The connection to the centre is that of the controller %1, not of %2: the user in Centre and Controller must be the same</source>
+        <translation>Соединение с центром принадлежит контроллеру %1, а не %2: пользователь в Centre и Controller должны совпадать</translation>
+    </message>
+    <message>
+        <source>The centre&apos;s marks cannot be read: %1</source>
+        <translation>Отметки центра не читаются: %1</translation>
+    </message>
+    <message>
+        <source>Connected to the centre as %1. Delivered of %2 (%3): readings up to row %4, clock readings up to row %5</source>
+        <translation>Есть связь с центром, контроллер %1. Из %2 (%3) доставлены показания до строки %4, показания часов до строки %5</translation>
+    </message>
+    <message>
+        <source>The centre does not take a new source: %1</source>
+        <translation>Центр не принимает новый источник: %1</translation>
+    </message>
+    <message>
+        <source>%1 is not the file that was delivered before, or was put back from a copy. Its rows are delivered as those of another source</source>
+        <translation>%1 — не тот файл, что доставлялся раньше, или восстановлен из копии. Его строки доставляются как строки другого источника</translation>
+    </message>
+    <message>
+        <source>The centre cannot be told how far the delivery is: %1</source>
+        <translation>Центру нельзя сообщить, докуда дошла доставка: %1</translation>
+    </message>
+    <message>
+        <source>The centre&apos;s register cannot be used: %1</source>
+        <translation>Реестром центра нельзя пользоваться: %1</translation>
+    </message>
+    <message>
+        <source>The centre refuses row %1 of the %2, which becomes a dead letter: %3</source>
+        <translation>Центр не принимает строку %1 (%2), она отложена: %3</translation>
+    </message>
+    <message>
+        <source>%1 must be a number from 1 to %2, not %3</source>
+        <translation>%1 должно быть числом от 1 до %2, а не %3</translation>
+    </message>
+    <message>
+        <source>%1: BDType is &quot;%2&quot;; only rows in SQLite (sqlite3) can be delivered</source>
+        <translation>%1: BDType — «%2»; доставляются только строки из SQLite (sqlite3)</translation>
+    </message>
+    <message>
+        <source>Register must be local or centre, not &quot;%1&quot;</source>
+        <translation>Register должно быть local или centre, а не «%1»</translation>
+    </message>
+    <message>
+        <source>Controller is missing: the name of this controller at the centre</source>
+        <translation>Нет Controller: имени этого контроллера в центре</translation>
+    </message>
+    <message>
+        <source>Centre is missing: host=... dbname=... user=...</source>
+        <translation>Нет Centre: host=... dbname=... user=...</translation>
+    </message>
+    <message>
+        <source>Centre is no connection string: words key=value with blanks between them, a value with blanks in single quotes</source>
+        <translation>Centre — не строка соединения: слова вида ключ=значение через пробелы, значение с пробелами в одинарных кавычках</translation>
+    </message>
+    <message>
+        <source>the name %1 cannot be looked up</source>
+        <translation>имя %1 нельзя найти</translation>
+    </message>
+    <message>
+        <source>no name server tells the address of %1</source>
+        <translation>ни один сервер имён не сообщает адрес %1</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not understood here; --help tells what is</source>
+        <translation>«%1» здесь не понято; что понимается, говорит --help</translation>
+    </message>
+    <message>
+        <source>the centre&apos;s register, global_id %1</source>
+        <translation>реестр центра, global_id %1</translation>
+    </message>
+    <message>
+        <source>The register was carried to the centre, meters: %1</source>
+        <translation>Реестр передан в центр, счётчиков: %1</translation>
+    </message>
+    <message>
+        <source>The centre refuses the register: %1</source>
+        <translation>Центр не принимает реестр: %1</translation>
+    </message>
+    <message>
+        <source>The centre&apos;s register is empty; the one here stays as it is</source>
+        <translation>Реестр центра пуст; здешний остаётся как есть</translation>
+    </message>
+    <message>
+        <source>The centre&apos;s register is refused, the one here stays as it is: %1</source>
+        <translation>Реестр центра отвергнут, здешний остаётся как есть: %1</translation>
+    </message>
+    <message>
+        <source>The centre&apos;s register waits for the end of a sweep</source>
+        <translation>Реестр центра ждёт конца опроса</translation>
+    </message>
+    <message>
+        <source>The register is not changed: %1</source>
+        <translation>Реестр не изменён: %1</translation>
+    </message>
+    <message>
+        <source>The register of the centre holds from now on; %1</source>
+        <translation>Теперь действует реестр центра; %1</translation>
+    </message>
+    <message>
+        <source>there is no such file yet</source>
+        <translation>такого файла ещё нет</translation>
+    </message>
+    <message>
+        <source>a sweep has begun</source>
+        <translation>начался опрос</translation>
+    </message>
+    <message>
+        <source>it cannot be read</source>
+        <translation>не читается</translation>
+    </message>
+    <message>
+        <source>another forwarder delivers this source, lock file %1</source>
+        <translation>этот источник уже доставляет другая программа, файл блокировки %1</translation>
+    </message>
+    <message>
+        <source>Controller: %1</source>
+        <translation>Контроллер: %1</translation>
+    </message>
+    <message>
+        <source>Source: %1</source>
+        <translation>Источник: %1</translation>
+    </message>
+    <message>
+        <source>The forwarder runs.</source>
+        <translation>Доставка работает.</translation>
+    </message>
+    <message>
+        <source>The forwarder does not run.</source>
+        <translation>Доставка не работает.</translation>
+    </message>
+    <message>
+        <source>Rows that wait, of the %1: %2, for %3 s; delivered up to row %4</source>
+        <translation>Ждут строк (%1): %2, в течение %3 с; доставлено до строки %4</translation>
+    </message>
+    <message>
+        <source>Dead letters: %1</source>
+        <translation>Отложено непринятых: %1</translation>
     </message>
 </context>
 <context>

@@ -9,7 +9,8 @@ import unittest
 from rig import BUILD, ROOT
 
 MANUALS = os.path.join(BUILD, "manuals")
-PAGES = ["ravelin.8", "ravelin.ini.5", "ravelin-hub.8", "ravelin-hub.ini.5", "ravelin-sim.1", "ravelinctl.1"]
+PAGES = ["ravelin.8", "ravelin.ini.5", "ravelin-hub.8", "ravelin-hub.ini.5", "ravelin-forward.8", "ravelin-forward.ini.5",
+         "ravelin-sim.1", "ravelinctl.1"]
 
 # The words of a command line, the last one is to be completed; what bash is given. FILES: the names of files.
 FILES = ["-o default"]
@@ -99,7 +100,7 @@ class Manuals(unittest.TestCase):
                 self.assertEqual([line for line in text.splitlines() if len(line) > 80], [])
 
     def test_every_key_with_its_default_and_text(self):
-        for name in ("ravelin", "ravelin-hub"):
+        for name in ("ravelin", "ravelin-hub", "ravelin-forward"):
             self.look_for_keys(*shown(name + ".ini.5")[:1], os.path.join(ROOT, "share", name + ".ini.example"))
 
     def look_for_keys(self, page, path):
@@ -121,7 +122,7 @@ class Manuals(unittest.TestCase):
             self.assertIn(f" {name} ", meanings)
 
     def test_every_command_and_option(self):
-        for page in ("ravelin.8", "ravelin-hub.8", "ravelin-sim.1", "ravelinctl.1"):
+        for page in ("ravelin.8", "ravelin-hub.8", "ravelin-forward.8", "ravelin-sim.1", "ravelinctl.1"):
             text = shown(page)[0]
             for words, said in helps(page[:-2]).items():
                 with self.subTest(page, words=words):

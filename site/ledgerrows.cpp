@@ -2,6 +2,7 @@
 
 #include "walltime.h"
 
+#include <QMap>
 #include <QSqlError>
 #include <QVariant>
 
@@ -14,12 +15,13 @@ const auto RowsOfDay =
     u"SELECT CAST(time_r AS text), global_id, status, pwr, pwr1, pwr2, pwr3, pwr4 FROM \"Main_Data\" "
     "WHERE date_r = ? ORDER BY time_r"_s;
 // The index knows a day's stamps and then the meters under each: from stamp to stamp is the short way to one meter.
+// To ask for their order would make SQLite three times slower.
 const auto RowsOfMeter =
     u"WITH RECURSIVE stamps(time_r) AS (SELECT min(time_r) FROM \"Main_Data\" WHERE date_r = :day UNION ALL "
     "SELECT (SELECT min(m.time_r) FROM \"Main_Data\" m WHERE m.date_r = :day AND m.time_r > stamps.time_r) FROM stamps "
     "WHERE stamps.time_r IS NOT NULL) "
     "SELECT CAST(r.time_r AS text), r.global_id, r.status, r.pwr, r.pwr1, r.pwr2, r.pwr3, r.pwr4 FROM stamps "
-    "JOIN \"Main_Data\" r ON r.date_r = :day AND r.time_r = stamps.time_r AND r.global_id = :meter ORDER BY r.time_r"_s;
+    "CROSS JOIN \"Main_Data\" r WHERE r.date_r = :day AND r.time_r = stamps.time_r AND r.global_id = :meter"_s;
 const auto OldestDayFrom = u"SELECT min(date_r) FROM \"Main_Data\" WHERE date_r >= ?"_s;
 const auto ReadingsOfDays = u"SELECT count(*) FROM \"Main_Data\" WHERE date_r >= ? AND date_r <= ?"_s;
 const auto ClockCountOfDays = u"SELECT count(*) FROM time_table WHERE date_r >= ? AND date_r <= ?"_s;
@@ -117,15 +119,18 @@ std::optional<StoredDay> LedgerRows::OfMeter(
             return std::nullopt;
         if (!next->isValid() || WallTime(*next, QTime(0, 0)) >= to)
             break;
-        if (!TakeDayOfMeter(globalId, *next, sweeps))
+        const std::optional<StoredDay> found = DayOfMeter(globalId, *next);
+        if (!found)
             return std::nullopt;
+        for (const StoredSweep& sweep : *found)
+            if (sweep.stamp >= from && sweep.stamp < to)
+                sweeps.append(sweep);
         day = next->addDays(1);
     }
-    sweeps.removeIf([&](const StoredSweep& sweep) { return sweep.stamp < from || sweep.stamp >= to; });
     return sweeps;
 }
 
-bool LedgerRows::TakeDayOfMeter(qint32 globalId, QDate day, StoredDay& sweeps)
+std::optional<StoredDay> LedgerRows::DayOfMeter(qint32 globalId, QDate day)
 {
     QSqlQuery query(base);
     query.setForwardOnly(true);
@@ -133,18 +138,20 @@ bool LedgerRows::TakeDayOfMeter(qint32 globalId, QDate day, StoredDay& sweeps)
     query.bindValue(u":day"_s, DateText(day));
     query.bindValue(u":meter"_s, globalId);
     asked = asked && query.exec();
-    if (!asked)
+    if (!asked) {
         error = query.lastError().text().simplified();
-    while (asked && query.next()) {
+        return std::nullopt;
+    }
+    QMap<QTime, StoredSweep> sweeps;
+    while (query.next()) {
         const QTime time = QTime::fromString(query.value(0).toString(), u"hh:mm:ss"_s);
         if (!time.isValid())
             continue;
-        const QDateTime stamp = WallTime(day, time);
-        if (sweeps.isEmpty() || sweeps.constLast().stamp != stamp)
-            sweeps.append(StoredSweep{stamp, {}});
-        sweeps.last().rows.append(RowIn(query));
+        StoredSweep& sweep = sweeps[time];
+        sweep.stamp = WallTime(day, time);
+        sweep.rows.append(RowIn(query));
     }
-    return asked;
+    return sweeps.values();
 }
 
 /// The first day from `day` on that has rows; invalid when there is none.

@@ -43,7 +43,7 @@ public:
     [[nodiscard]] QString Error() const { return error; }
 
 private:
-    [[nodiscard]] bool TakeDayOfMeter(qint32 globalId, QDate day, StoredDay& sweeps);
+    [[nodiscard]] std::optional<StoredDay> DayOfMeter(qint32 globalId, QDate day);
     [[nodiscard]] std::optional<QDate> DayFrom(QDate day);
     [[nodiscard]] std::optional<qint64> Count(const QString& statement, QDate first, QDate last);
     [[nodiscard]] bool Ask(QSqlQuery& query, const QString& statement, const QStringList& values);

@@ -9,5 +9,7 @@
 /// What the clock of this computer's zone shows at `moment`, as rows have it.
 [[nodiscard]] QDateTime WallTimeAt(const QDateTime& moment);
 
-/// "2024-03-04T05:06:07+03:00", of a wall time. Of an invalid one null.
+/// "2024-03-04T05:06:07+03:00", of a valid wall time.
+[[nodiscard]] QByteArray IsoBytes(const QDateTime& wall);
+/// Of an invalid one null.
 [[nodiscard]] QJsonValue IsoText(const QDateTime& wall);

@@ -4,6 +4,7 @@
 #include "shown.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonValue>
 
 using namespace Qt::StringLiterals;
@@ -119,7 +120,10 @@ QJsonObject IncidentObject(const Incident& incident, const QList<LedgerMeter>& m
         {u"text"_s, LedgerWords::SentenceOf(incident, meters)}};
 }
 
-QJsonObject ReportObject(const SiteReport& report, TimeText time)
+namespace {
+
+/// All but the days.
+QJsonObject HeadOf(const SiteReport& report, TimeText time)
 {
     QJsonArray meters;
     const QList<ReadingCounts> counts = report.ByMeter();
@@ -133,6 +137,66 @@ QJsonObject ReportObject(const SiteReport& report, TimeText time)
         clocks.append(AsJson(clock, report.meters, time));
     return {{u"from"_s, DateText(report.range.first)}, {u"to"_s, DateText(report.range.last)},
         {u"deadline"_s, report.deadline.toString(u"hh:mm"_s)}, {u"sum"_s, AsJson(report.Sum())}, {u"meters"_s, meters},
-        {u"days"_s, DaysAsJson(report)}, {u"readings"_s, readings}, {u"clocks"_s, clocks},
-        {u"unreadable"_s, report.unreadable}};
+        {u"readings"_s, readings}, {u"clocks"_s, clocks}, {u"unreadable"_s, report.unreadable}};
+}
+
+/// The members of `object`, without the braces.
+QByteArray MembersOf(const QJsonObject& object)
+{
+    const QByteArray text = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    return text.sliced(1, text.size() - 2);
+}
+
+void AppendMeters(QByteArray& text, const DayCounts& day, const QList<QByteArray>& names)
+{
+    bool isFirst = true;
+    for (qsizetype place = 0; place < day.meters.size(); ++place) {
+        const ReadingCounts& counts = day.meters[place];
+        if (counts.due == 0)
+            continue;
+        const auto percent = [&counts](int part) { return QByteArray::number(Percent(part, counts.due), 'g', 4); };
+        text += isFirst ? "{" : ",{";
+        isFirst = false;
+        text += names[place] + ",\"due\":" + QByteArray::number(counts.due)
+            + ",\"read\":" + QByteArray::number(counts.read) + ",\"late\":" + QByteArray::number(counts.late)
+            + ",\"byDeadline\":" + QByteArray::number(counts.byDeadline) + ",\"perhapsByDeadline\":"
+            + QByteArray::number(counts.perhapsByDeadline) + ",\"percent\":" + percent(counts.read)
+            + ",\"percentByDeadline\":" + percent(counts.byDeadline) + ",\"gaps\":{";
+        const char* between = "\"";
+        for (size_t gap = 0; gap < GapKinds; ++gap)
+            if (counts.gaps[gap] > 0) {
+                text += between + QByteArray(LedgerWords::KeyOf(static_cast<Gap>(gap)).data())
+                    + "\":" + QByteArray::number(counts.gaps[gap]);
+                between = ",\"";
+            }
+        text += "}}";
+    }
+}
+
+} // namespace
+
+QJsonObject ReportObject(const SiteReport& report, TimeText time)
+{
+    QJsonObject object = HeadOf(report, time);
+    object.insert(u"days"_s, DaysAsJson(report));
+    return object;
+}
+
+QByteArray ReportJson(const SiteReport& report, TimeText time)
+{
+    QList<QByteArray> names;
+    for (const LedgerMeter& meter : report.meters)
+        names.append(MembersOf(Named(meter, {})));
+    constexpr qsizetype UsualSize = 250; // of one meter and day
+    QByteArray text;
+    text.reserve(UsualSize * report.meters.size() * (report.days.size() + 2));
+    text += '{' + MembersOf(HeadOf(report, time)) + ",\"days\":[";
+    for (const DayCounts& day : report.days) {
+        const QJsonObject head{{u"day"_s, DateText(day.day)}, {u"sweepsDue"_s, day.sweepsDue},
+            {u"sweepsMade"_s, day.sweepsMade}, {u"sum"_s, AsJson(day.Sum())}};
+        text += (text.endsWith('[') ? "{" : ",{") + MembersOf(head) + ",\"meters\":[";
+        AppendMeters(text, day, names);
+        text += "]}";
+    }
+    return text + "]}";
 }

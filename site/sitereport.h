@@ -38,4 +38,6 @@ using TimeText = QJsonValue (*)(const QDateTime& wall);
 
 /// Texts of strangers are made harmless.
 [[nodiscard]] QJsonObject ReportObject(const SiteReport& report, TimeText time);
+/// The same as text. Of two months and 200 meters it is 2 MB, and as an object 20 MB.
+[[nodiscard]] QByteArray ReportJson(const SiteReport& report, TimeText time);
 [[nodiscard]] QJsonObject IncidentObject(const Incident& incident, const QList<LedgerMeter>& meters, TimeText time);

@@ -32,12 +32,14 @@ constexpr std::array<QLatin1StringView, 3> WithRange{{"controller"_L1, "from"_L1
 constexpr std::array<QLatin1StringView, 4> WithMeterAndRange{{"controller"_L1, "meter"_L1, "from"_L1, "to"_L1}};
 constexpr std::array<QLatin1StringView, 2> WithKinds{{"controller"_L1, "kinds"_L1}};
 
+HttpResponse Json(const QByteArray& text, int status = 200)
+{
+    return {.status = status, .contentType = "application/json"_ba, .body = text + '\n', .headers = {}};
+}
+
 HttpResponse Json(const QJsonObject& object, int status = 200)
 {
-    return {.status = status,
-        .contentType = "application/json"_ba,
-        .body = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n',
-        .headers = {}};
+    return Json(QJsonDocument(object).toJson(QJsonDocument::Compact), status);
 }
 
 HttpResponse Response(const ApiError& error)
@@ -47,8 +49,10 @@ HttpResponse Response(const ApiError& error)
 
 HttpResponse Response(const ApiAnswer& answer)
 {
-    const auto* const error = std::get_if<ApiError>(&answer);
-    return error ? Response(*error) : Json(std::get<QJsonObject>(answer));
+    if (const auto* const error = std::get_if<ApiError>(&answer))
+        return Response(*error);
+    const auto* const text = std::get_if<QByteArray>(&answer);
+    return text ? Json(*text) : Json(std::get<QJsonObject>(answer));
 }
 
 HttpResponse NotAllowed(const QByteArray& allowed)

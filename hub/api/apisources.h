@@ -17,7 +17,8 @@ struct ApiError {
     QString text;
 };
 
-using ApiAnswer = std::variant<QJsonObject, ApiError>;
+/// An object, or one as text: what is too large to be built of values.
+using ApiAnswer = std::variant<QJsonObject, QByteArray, ApiError>;
 
 /// One event as its readers get it.
 struct ApiEvent {

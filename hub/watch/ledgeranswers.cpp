@@ -176,7 +176,7 @@ QList<LedgerAnswers::Sums> LedgerAnswers::SumsOf(const LedgerSnapshot& known, QD
     return sums;
 }
 
-QJsonObject LedgerAnswers::Report(const LedgerSnapshot& known, QDate first, QDate last, QTime deadline)
+QByteArray LedgerAnswers::Report(const LedgerSnapshot& known, QDate first, QDate last, QTime deadline)
 {
     SiteReport report;
     report.range = {std::max(first, known.first), std::min(last, known.today)};
@@ -189,7 +189,7 @@ QJsonObject LedgerAnswers::Report(const LedgerSnapshot& known, QDate first, QDat
     report.meterOfReading = known.book.MetersOfReadings();
     report.clocks = known.clocks;
     report.unreadable = known.unreadable;
-    return ReportObject(report, IsoText);
+    return ReportJson(report, IsoText);
 }
 
 QJsonObject LedgerAnswers::Incidents(const LedgerSnapshot& known)

@@ -17,7 +17,8 @@ namespace LedgerAnswers {
 /// `from` and `to` are wall times.
 [[nodiscard]] QJsonObject Sweeps(const LedgerSnapshot& known, const QDateTime& from, const QDateTime& to);
 
-[[nodiscard]] QJsonObject Report(const LedgerSnapshot& known, QDate first, QDate last, QTime deadline);
+/// JSON text: as an object it would be many times larger.
+[[nodiscard]] QByteArray Report(const LedgerSnapshot& known, QDate first, QDate last, QTime deadline);
 
 [[nodiscard]] QJsonObject Incidents(const LedgerSnapshot& known);
 

@@ -85,6 +85,20 @@ char LetterOfDigit(int digit)
     }
 }
 
+OutcomeStore::Outcome Decoded(char code)
+{
+    OutcomeStore::Outcome outcome;
+    size_t gaps = 0;
+    for (const int digit : DigitsOf(code)) {
+        outcome.due += digit == 0 ? 0 : 1;
+        outcome.read += digit == Read || digit == Late ? 1 : 0;
+        outcome.late += digit == Late ? 1 : 0;
+        if (digit >= FirstGap && digit < Base)
+            outcome.gaps[gaps++] = static_cast<Gap>(digit - FirstGap);
+    }
+    return outcome;
+}
+
 } // namespace
 
 void OutcomeStore::Add(const SweepOutcome& outcome, const QList<LedgerMeter>& meters)
@@ -107,16 +121,13 @@ void OutcomeStore::Add(const SweepOutcome& outcome, const QList<LedgerMeter>& me
 
 OutcomeStore::Outcome OutcomeStore::OutcomeOf(char code)
 {
-    Outcome outcome;
-    size_t gaps = 0;
-    for (const int digit : DigitsOf(code)) {
-        outcome.due += digit == 0 ? 0 : 1;
-        outcome.read += digit == Read || digit == Late ? 1 : 0;
-        outcome.late += digit == Late ? 1 : 0;
-        if (digit >= FirstGap)
-            outcome.gaps[gaps++] = static_cast<Gap>(digit - FirstGap);
-    }
-    return outcome;
+    static const auto outcomes = [] { // hundreds of thousands are asked for at a time
+        std::array<Outcome, 256> all;
+        for (size_t i = 0; i < all.size(); ++i)
+            all[i] = Decoded(static_cast<char>(i));
+        return all;
+    }();
+    return outcomes[static_cast<quint8>(code)];
 }
 
 char OutcomeStore::LetterOf(char code)

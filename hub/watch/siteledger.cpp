@@ -201,7 +201,7 @@ QJsonObject SiteLedger::Sweeps(const QDateTime& from, const QDateTime& to) const
     return LedgerAnswers::Sweeps(Known(), WallTimeAt(from), WallTimeAt(to));
 }
 
-QJsonObject SiteLedger::Ledger(QDate first, QDate last) const
+QByteArray SiteLedger::Ledger(QDate first, QDate last) const
 {
     return LedgerAnswers::Report(Known(), first, last, deadline);
 }

@@ -80,8 +80,8 @@ public:
     /// Of one meter, with the readings of its clock in the last 30 days.
     [[nodiscard]] LedgerAnswer Clocks(qint64 globalId) const;
 
-    /// The report of these days, both included, as far as they are known.
-    [[nodiscard]] QJsonObject Ledger(QDate first, QDate last) const;
+    /// The report of these days, both included, as far as they are known; JSON text of a megabyte a month.
+    [[nodiscard]] QByteArray Ledger(QDate first, QDate last) const;
 
     /// All of the days that are known; "until" is null while one lasts.
     [[nodiscard]] QJsonObject IncidentsNow() const;
@@ -89,7 +89,7 @@ public:
     /// Each node of the register, and each other that the modem has told of.
     [[nodiscard]] QJsonObject Nodes() const;
 
-    static constexpr int MostReadings = 2000;
+    static constexpr int MostReadings = 1000;
 
     // --- what only the bus tells, for Nodes()
 

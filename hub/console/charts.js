@@ -19,7 +19,7 @@ export function chart(host, {name, series, rows, unit, digits = 2, stacked = fal
         ...Options, ...colours(series), labels: ['time', ...series.map((one, i) => `s${i}`)],
         series: Object.fromEntries(series.map((one, i) => [`s${i}`, kindOptions(one.kind, barSeconds)])),
         stackedGraph: stacked, includeZero: stacked || series.some(one => one.kind === 'bars' || one.kind === 'step'),
-        dateWindow: seen, xRangePad: barSeconds ? 0 : 6, yRangePad: series[0].kind === 'points' ? 10 : 0,
+        dateWindow: seen, xRangePad: barSeconds ? 0 : 6, yRangePad: series[0].kind === 'points' ? 10 : null,
         axes: {
             x: {valueFormatter: ms => wallText(ms), pixelsPerLabel: 70, axisLabelFormatter: axisTime},
             y: {axisLabelWidth: 64, axisLabelFormatter: value => number(value, axisDigits(value)), valueFormatter: value => value},

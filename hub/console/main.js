@@ -108,13 +108,14 @@ function chooser() {
     return place;
 }
 
-/// Pages tell which controllers the hub has as soon as they know.
-app.tellControllers = names => {
-    if (String(names) === String(controllers))
-        return;
-    controllers = names;
-    chooser.draw();
-};
+async function learnControllers() {
+    try {
+        ({controllers} = await api.get('status'));
+        chooser.draw();
+    } catch {
+        // the page says what is wrong; "back" comes here again
+    }
+}
 
 function changeLanguage(event) {
     localStorage.setItem('language', event.target.value);
@@ -132,6 +133,7 @@ function askToken() {
         return;
     const input = h('input', {type: 'password', autocomplete: 'off', spellcheck: 'false', value: api.token()});
     const close = keep => {
+        hasDeclined = !keep;
         if (keep)
             api.keepToken(input.value.trim());
         dialog.close();
@@ -147,6 +149,7 @@ function askToken() {
 }
 
 let asking = 0;
+let hasDeclined = false; // to give a token: not asked again, the button is there
 
 function away() {
     fill(banner, errorWords(new api.ApiError(0, '')));
@@ -157,6 +160,7 @@ function away() {
 function back() {
     clearInterval(asking);
     banner.hidden = true;
+    learnControllers();
     open({keepFocus: true});
 }
 
@@ -164,10 +168,10 @@ setLanguage(preferredLanguage());
 frame();
 api.hub.addEventListener('away', away);
 api.hub.addEventListener('back', back);
-api.hub.addEventListener('token', () => api.token() || askToken());
+api.hub.addEventListener('token', () => api.token() || hasDeclined || askToken());
 window.addEventListener('hashchange', route);
-window.addEventListener('popstate', route);
 // A page that the browser keeps for "back" would keep its connections, too.
 window.addEventListener('pagehide', () => shown?.close());
 window.addEventListener('pageshow', event => event.persisted && open({keepFocus: true}));
 route();
+learnControllers();

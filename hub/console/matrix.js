@@ -15,7 +15,8 @@ const Font = '11px system-ui, sans-serif';
 
 export class Matrix {
     /// `model`: {rows, columns, at(row, column) -> letter, outcomes, label(row), mark(column) -> text above or '',
-    /// tell(row, column) -> words, open(row) or null, openWords}. `name` is what a screen reader says.
+    /// labelWidth, tell(row, column) -> words,
+    /// open(row) or null, openWords}. `name` is what a screen reader says.
     constructor(host, model, name) {
         this.model = model;
         this.canvas = h('canvas', {'aria-hidden': 'true'});
@@ -81,7 +82,7 @@ export class Matrix {
     // --- geometry
 
     get left() {
-        return this.rowHeight >= LeastForLabel ? Math.min(150, this.box.clientWidth / 3) : 34;
+        return this.rowHeight >= LeastForLabel ? Math.min(this.model.labelWidth, this.box.clientWidth / 3) : 34;
     }
 
     fit() {

@@ -108,6 +108,7 @@ class Coverage {
         return {
             rows: rows.length, columns: sweeps.length, outcomes,
             at: (row, column) => sweeps[column].outcomes[rows[row].place] ?? '.',
+            labelWidth: 205,
             label: (row, short) => short ? String(rows[row].meter.globalId) : meterName(rows[row].meter),
             mark: (column, width) => markOf(sweeps, column, width),
             tell: (row, column) => this.tell(rows[row], sweeps[column]),

@@ -15,6 +15,7 @@ import {t, words} from '../texts.js';
 import {dayUse, halfHourUse} from '../use.js';
 
 const Tariffs = [1, 2, 3, 4];
+const Day = 86400000; // ms
 
 export function show(root, parameters, app) {
     return new Meter(root, parameters, app);
@@ -31,7 +32,7 @@ class Meter {
         this.app = app;
         this.item = parameters.item;
         this.charts = [];
-        this.places = {trouble: h('div'), controls: h('div.controls'), facts: h('div'), findings: h('section'), register: h('section'),
+        this.places = {trouble: h('div'), controls: h('div.controls'), facts: h('section'), findings: h('section'), register: h('section'),
             halfHours: h('section'), days: h('section'), clock: h('section'), history: h('section')};
         const {trouble, controls, ...rest} = this.places;
         fill(root, controls, trouble, Object.values(rest));
@@ -142,16 +143,16 @@ class Meter {
             series: [{words: t('meter.measured'), colour: 's1', kind: 'step'}, {words: t('meter.spread'), colour: 's2', kind: 'step'}]});
         const tariffs = Tariffs.filter(tariff => known.some(row => row.energy[tariff] > 0));
         const columns = tariffs.length ? tariffs : [0];
-        const days = dayUse(known, columns);
-        this.plot('days', tariffs.length ? t('meter.daysByTariff') : t('meter.days'), {rows: days, unit: t('kWh'), stacked: columns.length > 1,
-            barSeconds: 86400, window: [days[0][0], days.at(-1)[0] + 86400000],
+        this.plot('days', tariffs.length ? t('meter.daysByTariff') : t('meter.days'), {rows: dayUse(known, columns), unit: t('kWh'),
+            stacked: columns.length > 1, barSeconds: Day / 1000,
             series: columns.map(column => ({words: column ? t('tariff', {n: column}) : t('total'), colour: `s${column || 1}`, kind: 'bars'}))});
     }
 
     plot(place, name, options) {
         const host = h('div.chart');
         fill(this.places[place], h('h2', name), host);
-        this.charts.push(chart(host, {name, ...options}));
+        this.charts.push(chart(host, {name, window: place === 'clock' ? undefined
+            : [wallMs(this.range.first), wallMs(this.range.last) + Day], ...options}));
     }
 
     drawClock() {
@@ -164,7 +165,7 @@ class Meter {
         }
         const last = wallMs(clock.asked);
         const line = ms => typeof clock.driftSecondsPerDay === 'number'
-            ? clock.offsetSeconds + clock.driftSecondsPerDay * (ms - last) / 86400000 : null;
+            ? clock.offsetSeconds + clock.driftSecondsPerDay * (ms - last) / Day : null;
         this.plot('clock', t('meter.clock'), {digits: 1, unit: t('s'),
             rows: asked.filter(one => typeof one.offsetSeconds === 'number').map(one => [wallMs(one.asked), one.offsetSeconds, line(wallMs(one.asked))]),
             series: [{words: t('clocks.offset'), colour: 's1', kind: 'points'}, {words: t('clocks.drift'), colour: 's2', kind: 'dashed'}]});
@@ -195,6 +196,7 @@ class Meter {
         this.matrix = new Matrix(host, {
             rows: rows.length, columns: slots.length, outcomes,
             at: (row, column) => sweepAt(row, column)?.outcomes[place] ?? '.',
+            labelWidth: 50,
             label: row => rows[row][0].due.slice(5, 10),
             mark: (column, width) => column % Math.max(1, Math.ceil(44 / width)) ? '' : slots[column],
             tell: (row, column) => {

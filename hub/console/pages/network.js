@@ -15,11 +15,16 @@ export function show(root, parameters, app) {
     return new Loader(trouble, async signal => {
         const [{now}, {nodes}] = await Promise.all([get('status', {}, signal), get('nodes', {}, signal)]);
         const strangers = nodes.filter(node => !node.inRegister), ours = nodes.filter(node => node.inRegister);
-        fill(summary, t('network.summary', {nodes: ours.length, quiet: ours.filter(node => !node.heard).length, unknown: strangers.length}));
+        fill(summary, t('network.summary', {nodes: ours.length, quiet: ours.filter(node => !heardAt(node)).length, unknown: strangers.length}));
         fill(unknown, strangers.length > 0 && [h('h2', t('network.unknown')), h('p', t('network.unknownAbout')),
             nodeTable(t('network.unknown'), strangers, now, app)]);
         fill(known, h('h2', t('network.known')), ours.length ? nodeTable(t('network.known'), ours, now, app) : h('p.quiet', t('network.none')));
     }, {seconds: Refresh, kinds: ['sweep']});
+}
+
+/// The hub hears nodes while somebody watches the traffic; a reading says the same.
+function heardAt({heard, lastReading}) {
+    return [heard, lastReading].filter(Boolean).sort().at(-1);
 }
 
 function nodeTable(caption, nodes, now, app) {
@@ -29,8 +34,8 @@ function nodeTable(caption, nodes, now, app) {
     return table(caption, [
         {words: t('network.node'), cell: node => node.uin, sort: node => node.uin},
         isKnown && {words: t('meter'), cell: node => meterLink(app, {globalId: node.globalId}), sort: node => node.globalId},
-        {words: t('network.heard'), time: true, sort: node => node.heard ?? '0',
-            cell: node => node.heard ? t('ago', {time: since(node.heard, now)}) : t('network.notHeard')},
+        {words: t('network.heard'), time: true, sort: node => heardAt(node) || '0',
+            cell: node => heardAt(node) ? t('ago', {time: since(heardAt(node), now)}) : t('network.notHeard')},
         isKnown && {words: t('failing.lastReading'), time: true, cell: node => when(node.lastReading, now), sort: node => node.lastReading ?? '0'},
         isKnown && count(t('network.undelivered'), 'undelivered24h'),
         isKnown && count(t('network.silent'), 'silent24h'),

@@ -24,8 +24,7 @@ async function load(places, app, signal) {
     const [status, incidents, {clocks}, register] = await Promise.all(['status', 'incidents', 'clocks', 'meters'].map(
         question => get(question, {}, signal)));
     const meters = new Map(register.meters.map(meter => [meter.globalId, meter]));
-    app.tellControllers(status.controllers);
-    const open = incidents.incidents.filter(incident => !incident.until);
+    const open = incidents.incidents.filter(incident => !incident.until).sort(byWeight);
     fill(places.verdict, verdict(status, open));
     fill(places.incidents, incidentList(open, incidents.incidents.filter(incident => incident.until), status.now, app));
     fill(places.parts, h('h2', t('overview.parts')), parts(status));
@@ -40,9 +39,16 @@ async function load(places, app, signal) {
 function verdict(status, open) {
     const problems = status.problems.map(problem => words('problem', problem.key, problem.text));
     const isWell = !problems.length && !open.length;
-    const text = isWell ? t('overview.well') : [open.length ? t('overview.open', {n: open.length}) : '', ...problems].filter(Boolean).join('; ');
+    const all = [open.length ? t('overview.open', {n: open.length}) : '', ...problems].filter(Boolean).join('; ');
+    const text = isWell ? t('overview.well') : all[0].toUpperCase() + all.slice(1);
     return h(`p.verdict.${isWell ? 'good' : 'bad'}`, h('span.sign', {'aria-hidden': 'true'}, isWell ? '✓' : '!'),
         h('span', text), h('span.time', t('overview.asOf', {time: when(status.now)})));
+}
+
+/// What concerns the whole site first, then by the number of meters; of these the newest.
+function byWeight(a, b) {
+    const weight = incident => incident.meters.length || Infinity;
+    return weight(b) === weight(a) ? Date.parse(b.since) - Date.parse(a.since) : weight(b) - weight(a);
 }
 
 function incidentList(open, ended, now, app) {
@@ -125,12 +131,13 @@ function parts(status) {
 function clockTable(clocks, meters, app) {
     if (!clocks.length)
         return h('p.quiet', t('clocks.none'));
+    const remark = row => [row.unreadable > 0 && t('clocks.unreadable', {n: row.unreadable}), row.referenced && t('clocks.referenced')]
+        .filter(Boolean).join('; ');
     return table(t('overview.clocks'), [
         {words: t('meter'), cell: row => meterLink(app, meters.get(row.globalId) ?? row), sort: row => row.globalId},
         {words: t('clocks.offset'), number: true, cell: row => `${signed(row.offsetSeconds, 0)} ${t('s')}`, sort: row => row.offsetSeconds},
         {words: t('clocks.drift'), number: true, cell: row => signed(row.driftSecondsPerDay, 2), sort: row => row.driftSecondsPerDay},
         {words: t('clocks.asked'), time: true, cell: row => when(row.asked), sort: row => row.asked},
-        {words: t('clocks.remark'), cell: row => [row.unreadable > 0 && t('clocks.unreadable', {n: row.unreadable}),
-            row.referenced === false && t('clocks.unreferenced')].filter(Boolean).join('; ')},
-    ], [...clocks].sort((a, b) => Math.abs(b.offsetSeconds ?? 0) - Math.abs(a.offsetSeconds ?? 0)));
+        clocks.some(remark) && {words: t('clocks.remark'), cell: remark},
+    ].filter(Boolean), [...clocks].sort((a, b) => Math.abs(b.offsetSeconds ?? 0) - Math.abs(a.offsetSeconds ?? 0)));
 }

@@ -88,8 +88,13 @@ class Traffic {
         const {node, kind, withLog} = this.filter;
         if (entry.event !== 'traffic')
             return withLog && !kind && (!node || entry.text.toUpperCase().includes(node));
-        return (!node || entry.lines.some(line => line.uin.toUpperCase().includes(node)) || entry.text.toUpperCase().includes(node))
-            && (!kind || entry.lines.some(line => line.kind === kind));
+        return (!node && !kind) || entry.lines.some(line => this.fitsLine(line));
+    }
+
+    fitsLine({uin, kind, words}) {
+        const wanted = this.filter;
+        return (!wanted.kind || wanted.kind === kind)
+            && (!wanted.node || uin.toUpperCase().includes(wanted.node) || words.toUpperCase().includes(wanted.node));
     }
 
     item(entry) {
@@ -97,7 +102,7 @@ class Traffic {
         if (entry.event !== 'traffic')
             return h('li.log', time, h('span.port', words('event', entry.event)), h('span.words', entry.text));
         return h('li', time, h('span.port', words('port', entry.port)),
-            h('span.words', entry.lines.map(line => h('span.line', h('span.kind', words('kind', line.kind)),
+            h('span.words', entry.lines.filter(line => this.fitsLine(line)).map(line => h('span.line', h('span.kind', words('kind', line.kind)),
                 line.uin && h('span.uin', line.uin), ` ${line.words}`))),
             h('code.bytes', entry.shown));
     }

@@ -12,7 +12,7 @@ export default {
     'error.0': 'The hub does not answer. This page tries again by itself.',
     'error.400': 'The hub does not accept this.', 'error.401': 'A token is needed: the button “Token” above.',
     'error.403': 'The hub refuses this.', 'error.404': 'The hub does not know this.',
-    'error.500': 'The hub failed at this.', 'error.503': 'The daemon is away.', 'error.504': 'The daemon did not answer in time.',
+    'error.500': 'The hub failed at this.', 'error.503': 'Not to be had just now.', 'error.504': 'No answer in time.',
     'error.other': 'The hub answered with an error, {status}.', 'error.page': 'This page failed: {text}',
 
     'never': 'never', 'unknown': 'unknown', 's': 's', 'kWh': 'kWh', 'total': 'Total', 'tariff': 'Tariff {n}', 'meter': 'Meter',
@@ -24,6 +24,9 @@ export default {
     'overview.failing': 'Meters without a reading in the last sweep', 'overview.parts': 'Sweeps and parts',
     'overview.clocks': 'Clocks that are off or drift', 'overview.well': 'All is well.',
     'overview.open': '{n} incident open|{n} incidents open', 'overview.asOf': 'as of {time}',
+    'problem.daemon': 'the daemon is not connected', 'problem.peer': 'the daemon sends no sweeps to the hub',
+    'problem.reading': 'the rows of the last days are still being read', 'problem.database': 'the database cannot be read',
+    'problem.modem': 'the modem hears nobody', 'problem.sweep': 'the last due sweep was not made', 'problem.files': 'sweep files cannot be written',
     'incident.none': 'No incident is open.', 'incident.recent': '{n} that ended of late|{n} that ended of late',
     'incident.lasts': 'since {time}, for {long}', 'incident.ended': '{time} to {until}', 'incident.before': '{time} or before',
     'incident.sweeps': '{n} due sweep|{n} due sweeps', 'incident.times': 'in {n} stretch|in {n} stretches',
@@ -45,7 +48,7 @@ export default {
     'part.mqtt': 'MQTT broker', 'part.forwarder': 'Forwarder', 'part.lag': '{n} rows wait, {time} behind', 'part.hub': 'Hub',
     'modem.working': 'working', 'modem.deaf': 'deaf: no node is heard', 'modem.unknown': 'not known yet',
     'clocks.none': 'No clock is off or drifts.', 'clocks.offset': 'Offset', 'clocks.drift': 'Drift, s a day', 'clocks.asked': 'Asked',
-    'clocks.remark': 'Remark', 'clocks.unreadable': 'answers that are no time: {n}', 'clocks.unreferenced': 'by the controller’s own clock',
+    'clocks.remark': 'Remark', 'clocks.unreadable': 'answers that are no time: {n}', 'clocks.referenced': 'by the reference clock',
 
     'range.span': 'Span', 'range.day': 'Day', 'range.week': 'Week', 'range.month': 'Month', 'range.last': 'Last day',
     'range.earlier': 'Earlier', 'range.later': 'Later',

@@ -1,5 +1,6 @@
 """The hub beside a site: on its bus, with the settings of its daemon; and asked at its socket."""
 
+import contextlib
 import http.client
 import json
 import os
@@ -20,7 +21,8 @@ class Hub(Process):
         self.stderr_path, self.socket_path = self.path("hub-stderr"), self.path("hub.sock")
         self.sweeps = self.path("sweeps")
         with open(self.settings_path, "w", encoding="utf-8") as file:
-            file.write(f"[Hub]\nDaemons={site.settings_path}\nSweepsDirectory={self.sweeps}\nSocket={self.socket_path}\n"
+            daemons = "" if "Daemons=" in keys else f"Daemons={site.settings_path}\n"
+            file.write(f"[Hub]\n{daemons}SweepsDirectory={self.sweeps}\nSocket={self.socket_path}\n"
                        f"LogName={self.log_path}\n{keys}")
 
     def path(self, name):
@@ -46,6 +48,15 @@ class Hub(Process):
         is_json = "json" in answer.getheader("Content-Type", "")
         return answer.status, json.loads(text) if is_json else text.decode()
 
+    def follow(self, path):
+        """The events as they come: kind and what the JSON says. It is followed before the function returns."""
+        connection = http.client.HTTPConnection("localhost", timeout=60)
+        connection.sock = socket.socket(socket.AF_UNIX)
+        connection.sock.settimeout(60)
+        connection.sock.connect(self.socket_path)
+        connection.request("GET", path)
+        return events_of(connection, connection.getresponse())
+
     def port_locks(self):
         """It opens no serial line; those that lie there are the daemon's."""
         return []
@@ -62,13 +73,31 @@ class Hub(Process):
         return os.path.join(self.sweeps, daemon, name)
 
 
-class PlayedDaemon:
-    """Plays a daemon to a hub."""
+def events_of(connection, answer):
+    kind = None
+    with contextlib.closing(connection):
+        for line in answer:
+            field, _, value = line.decode().rstrip("\n").partition(": ")
+            if field == "event":
+                kind = value
+            elif field == "data":
+                yield kind, json.loads(value)
 
-    def __init__(self, hub, name="probe"):
-        self.admin, self.peer = hub.connect("admin"), hub.connect("hub")
-        for link in (self.admin, self.peer):
+
+class PlayedDaemon:
+    """Plays a daemon to a hub. `peer` is its connection to the hub, if the hub has made it."""
+
+    def __init__(self, hub, name="probe", peer=None):
+        self.admin, self.peer = hub.connect("admin"), peer or hub.connect("hub")
+        for link in (self.admin,) if peer else (self.admin, self.peer):
             link.send(bus.identify(name.encode()))
+
+    def read_command(self):
+        """The next command: its name, its data, its caller."""
+        frame = self.admin.read_frame(20)
+        assert frame[4] == bus.COMMAND, frame
+        size = struct.unpack(">i", frame[5:9])[0]
+        return frame[9:9 + size], frame[9 + size:-4], struct.unpack(">i", frame[-4:])[0]
 
     def send_sweep(self, name, records, word=b"tempdb"):
         self.peer.send(bus.data(0, bus.byte_array(word) + bus.byte_array(name.encode("utf-16-be")) + bus.byte_array(records)))

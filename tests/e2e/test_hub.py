@@ -1,5 +1,6 @@
 """The hub: strangers on its bus, the files of sweeps through faults, and beside a real daemon."""
 
+import concurrent.futures
 import contextlib
 import os
 import signal
@@ -173,6 +174,84 @@ class SweepFiles(Played):
         self.hub.signal(signal.SIGCONT)
         self.assertEqual(self.hub.wait(), 0)
         self.assertEqual(self.hub.files(), names)
+
+
+class Links(unittest.TestCase):
+    """Two daemons, one that connects to its peer and one that the hub connects to, played by the test."""
+
+    def setUp(self):
+        self.site = self.enterContext(Process(settings=DAEMON, speed=20))
+        west = write_file(self.site.directory, "west.ini", "[Base]\nServerName=west\nAdminServerName=admin\n")
+        self.hub = self.enterContext(Hub(self.site, f"Daemons={self.site.settings_path} {west}\n"))
+        self.west_server = self.hub.listen("west")
+        self.hub.start()
+        self.probe = PlayedDaemon(self.hub)
+        self.west = PlayedDaemon(self.hub, "west", self.hub.accept(self.west_server))
+        self.assertEqual(self.west.peer.read_frame(), bus.identify(b"hub"))
+        for daemon in (self.probe, self.west):
+            self.assertEqual(daemon.read_command()[0], b"Input_Data_Off")
+            self.assertEqual(daemon.read_command()[0], b"Get_ZDevices")
+
+    def ask_later(self, *words):
+        return self.enterContext(concurrent.futures.ThreadPoolExecutor()).submit(self.hub.ask, "POST", *words)
+
+    def test_replies_find_their_callers(self):
+        first, second = [self.ask_later("/api/commands/About?controller=west") for _ in range(2)]
+        ids = [self.west.read_command()[2] for _ in range(2)]
+        noise = [(b"About", ids[0] + 1000), (b"Get_ZDevices", ids[0]), (b"InData", ids[0]), (b"", -1)]
+        for name, connection in noise:
+            self.west.admin.send(bus.action(name, b"wrong", b"", connection))
+        self.probe.admin.send(bus.action(b"About", b"wrong", b"", ids[0]))
+        for connection in reversed(ids):
+            self.west.admin.send(bus.action(b"About", b"%d" % connection, b"", connection) * 2)
+        self.assertEqual({first.result(20)[1]["reply"], second.result(20)[1]["reply"]}, {str(connection) for connection in ids})
+
+    def test_no_answer(self):
+        silent = self.ask_later("/api/commands/About")
+        self.probe.read_command()
+        self.assertEqual(silent.result(20)[0], 504)
+        lost = self.ask_later("/api/commands/Get_ZDevices")
+        self.probe.read_command()
+        self.probe.close()
+        self.assertEqual(lost.result(20)[0], 503)
+        self.assertEqual(self.hub.ask("POST", "/api/commands/Need_query")[0], 503)
+        self.assertEqual(self.hub.ask("POST", "/api/commands/Need_query?controller=west")[0], 202)
+
+    def test_directories(self):
+        """Each daemon has its own, and one that connects again has one still."""
+        self.west.send_sweep(NAME, reading(2))
+        self.probe.send_sweep(NAME, reading(1))
+        again = PlayedDaemon(self.hub)
+        self.assertIsNone(self.probe.peer.read_frame(20))
+        again.send_sweep(NAME.replace("08", "09"), reading(3))
+        self.hub.wait_for_file(NAME.replace("08", "09"))
+        wait_for(lambda: [self.hub.files("probe"), self.hub.files("west")] == [[NAME, NAME.replace("08", "09")], [NAME]], "the files")
+        self.west.peer.close()
+        self.west.peer = self.hub.accept(self.west_server)  # the hub connects again
+        self.west.send_sweep(NAME.replace("08", "10"), reading(4))
+        self.hub.wait_for_file(NAME.replace("08", "10"), "west")
+
+    def test_live_view(self):
+        """On while somebody follows the traffic, also in a daemon that was started meanwhile."""
+        reader = self.hub.follow("/api/events?kinds=traffic,log,alarm")
+        self.assertEqual([self.probe.read_command()[0], self.west.read_command()[0]], [b"Input_Data_On"] * 2)
+        for message, data in ((b"COM-port data", b"\r\nFFD:000D6F0000001001\r\n"), ("Данные COM-порта".encode(), b"\xff"),
+                              (b"COM-port data counter port", b"42"), (b"\x1b]0;odd\xff", b"")):
+            self.west.admin.send(bus.action(b"InData", message, data, -1))
+        self.probe.peer.send(bus.data(0, b"".join(map(bus.byte_array, (
+            b"error", "Error-x".encode("utf-16-be"), b"1#2014-03-04 08:30:00#ERROR:256#\n")))))
+        seen = sorted((next(reader) for _ in range(5)), key=lambda event: event[1]["controller"] == "west")
+        kinds = [(kind, data["controller"], data.get("port"), data.get("bytes"), data.get("code")) for kind, data in seen]
+        self.assertEqual(kinds, [("alarm", "probe", None, None, 256), ("traffic", "west", "modem", b"\r\nFFD:000D6F0000001001\r\n".hex(), None),
+                                 ("traffic", "west", "modem", "ff", None), ("traffic", "west", "substation", "3432", None),
+                                 ("log", "west", None, None, None)])
+        self.assertEqual(seen[1][1]["lines"][0]["uin"], "000D6F0000001001")
+        self.west.close()
+        west = PlayedDaemon(self.hub, "west", self.hub.accept(self.west_server))
+        self.assertEqual(west.read_command()[0], b"Input_Data_On")
+        reader.close()
+        commands = iter(self.probe.read_command, None)
+        self.assertEqual(next(commands)[0], b"Input_Data_Off")
 
 
 class Beside(unittest.TestCase):

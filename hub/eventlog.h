@@ -20,7 +20,8 @@ inline constexpr QLatin1StringView Command{"command"}; ///< somebody had the dae
 inline constexpr QLatin1StringView All[] = {Traffic, Log, Sweep, Incident, Alarm, Link, Command};
 } // namespace EventKind
 
-/// What has happened of late, to be followed and to be resumed. Bounded: the oldest events go.
+/// What has happened of late, to be followed and to be resumed. Bounded: the oldest events go. Traffic and log, of
+/// which there may be thousands a minute, have bounds of their own and push nothing else out.
 class EventLog final : public QObject {
     Q_OBJECT
 
@@ -31,9 +32,14 @@ public:
         QByteArray data; ///< a JSON object, in one line
     };
 
-    /// Keeps at most `mostEvents`, and at most `mostBytes` of their data, but always the newest one. `firstId` is the
-    /// first event's number: larger than any of an earlier run, so that who resumes after a restart misses nothing.
-    EventLog(quint64 firstId, qsizetype mostEvents, qsizetype mostBytes, QObject* parent = nullptr);
+    struct Bounds {
+        qsizetype events = 0;
+        qsizetype bytes = 0; ///< of their data; but the newest one always stays
+    };
+
+    /// `firstId` is the first event's number: larger than any of an earlier run, so that who resumes after a restart
+    /// misses nothing.
+    EventLog(quint64 firstId, Bounds chatter, Bounds others, QObject* parent = nullptr);
 
     /// The new event's number: one more than the number before.
     quint64 Append(QLatin1StringView kind, const QJsonObject& data);
@@ -42,17 +48,19 @@ public:
     /// another run: then all that is kept.
     [[nodiscard]] QList<Event> Since(quint64 id) const;
 
-    /// The newest event's number; with none yet, the one before the first.
-    [[nodiscard]] quint64 LastId() const { return nextId - 1; }
-
 signals:
     void Appended(const EventLog::Event& event);
 
 private:
+    struct Kept {
+        Bounds bounds;
+        qsizetype bytes = 0;
+        std::deque<Event> events;
+    };
+    static void Keep(Kept& kept, const Event& event);
+
     const quint64 firstId;
-    const qsizetype mostEvents;
-    const qsizetype mostBytes;
     quint64 nextId;
-    qsizetype bytes = 0;
-    std::deque<Event> events;
+    Kept chatter; ///< traffic and log
+    Kept others;
 };

@@ -9,7 +9,9 @@
 
 #include <QObject>
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class Api;
@@ -50,6 +52,7 @@ private:
 
     // --- HTTP: interface.cpp
     void JoinInterface();
+    void KeepListening(const QString& place, const std::function<std::optional<QString>()>& listen);
     [[nodiscard]] ApiSources Sources();
     void SendCommand(
         const QString& controller, const QString& name, const QString& argument, const ApiSources::CommandReply& reply);

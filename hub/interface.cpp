@@ -41,12 +41,6 @@ QJsonObject CommandList()
     return {{u"commands"_s, list}};
 }
 
-void TellProblem(const QString& text)
-{
-    Necessity().Fails(text);
-    Log(text, Severity::Error);
-}
-
 } // namespace
 
 void Hub::JoinInterface()
@@ -55,8 +49,11 @@ void Hub::JoinInterface()
     if (!settings.tokenFile.isEmpty()) {
         const TokenFile file = TokenFile::Read(settings.tokenFile);
         access.token = file.token;
-        if (!file.problem.isEmpty())
-            TellProblem(tr("Nobody can command over TCP: %1").arg(file.problem));
+        if (!file.problem.isEmpty()) {
+            const QString text = tr("Nobody can command over TCP: %1").arg(file.problem);
+            Necessity().Fails(text);
+            Log(text, Severity::Error);
+        }
     }
     api = new Api(Sources(), access, this);
     connect(
@@ -64,12 +61,29 @@ void Hub::JoinInterface()
     server = new HttpServer(
         [this](const HttpRequest& request, const HttpResponder& responder) { api->Handle(request, responder); }, {},
         this);
-    if (const auto problem = server->ListenAtFile(settings.socket, settings.socketGroup))
-        TellProblem(tr("The interface is not at %1: %2").arg(settings.socket, *problem));
-    if (settings.listen.isEmpty())
-        return;
-    if (const auto problem = server->ListenAtAddress(settings.listen))
-        TellProblem(tr("The interface is not at %1: %2").arg(settings.listen, *problem));
+    KeepListening(settings.socket, [this] { return server->ListenAtFile(settings.socket, settings.socketGroup); });
+    if (!settings.listen.isEmpty())
+        KeepListening(settings.listen, [this] { return server->ListenAtAddress(settings.listen); });
+}
+
+/// `listen` says why it cannot; then it is tried again until it can.
+void Hub::KeepListening(const QString& place, const std::function<std::optional<QString>()>& listen)
+{
+    constexpr int TryAgainMs = 30000;
+    auto* const again = new QTimer(this);
+    const auto attempt = [place, listen, again, necessity = Necessity()]() mutable {
+        const std::optional<QString> problem = listen();
+        if (problem && necessity.Fails(tr("The interface is not at %1: %2").arg(place, *problem)))
+            Log(tr("The interface is not at %1: %2").arg(place, *problem), Severity::Error);
+        if (problem)
+            return;
+        necessity.Works(tr("The interface is at %1").arg(place));
+        Log(tr("The interface is at %1").arg(place));
+        again->deleteLater();
+    };
+    connect(again, &QTimer::timeout, again, attempt);
+    again->start(TryAgainMs);
+    QMetaObject::invokeMethod(again, "timeout", Qt::DirectConnection);
 }
 
 ApiSources Hub::Sources()

@@ -20,8 +20,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype MostEvents = 5000;
-constexpr qsizetype MostEventBytes = qsizetype{2} * 1024 * 1024;
+constexpr EventLog::Bounds Chatter{5000, qsizetype{2} * 1024 * 1024};
+constexpr EventLog::Bounds OtherEvents{1000, qsizetype{1024} * 1024};
 constexpr int WorkEveryMs = 10000;
 
 /// Later than those of any earlier run, unless the clock was set back.
@@ -37,7 +37,7 @@ Hub::Hub(HubSettings hubSettings, std::optional<AnnounceSettings> announceSettin
       settings(std::move(hubSettings)),
       announce(std::move(announceSettings)),
       began(CurrentDateTime()),
-      events(FirstEventId(), MostEvents, MostEventBytes),
+      events(FirstEventId(), Chatter, OtherEvents),
       sweeps(settings.sweepsDirectory, settings.keepDays)
 {
     for (const HubDaemon& daemon : settings.daemons)

@@ -159,28 +159,28 @@ private slots:
         QTEST(DaemonCommands::Reply(*DaemonCommands::Find(u"Get_ZDevices"), "ignored", data).toArray(), "nodes");
     }
 
-    /// Events 100 to 104, of which three are kept, or fewer large ones.
+    /// Events 100 to 105: a sweep, then traffic, of which three are kept, or fewer large ones.
     static void events_data()
     {
         QTest::addColumn<qsizetype>("mostBytes");
         QTest::addColumn<quint64>("since");
         QTest::addColumn<QString>("found");
-        QTest::addRow("of the last run") << qsizetype(1000) << quint64(7) << u"102 103 104 "_s;
-        QTest::addRow("before the first") << qsizetype(1000) << quint64(99) << u"102 103 104 "_s;
-        QTest::addRow("a gap") << qsizetype(1000) << quint64(100) << u"102 103 104 "_s;
-        QTest::addRow("resumed") << qsizetype(1000) << quint64(102) << u"103 104 "_s;
-        QTest::addRow("nothing new") << qsizetype(1000) << quint64(104) << u""_s;
-        QTest::addRow("never given out") << qsizetype(1000) << quint64(105) << u"102 103 104 "_s;
-        QTest::addRow("room for two") << qsizetype(14) << quint64(99) << u"103 104 "_s;
-        QTest::addRow("no room") << qsizetype(1) << quint64(99) << u"104 "_s;
+        QTest::addRow("of the last run") << qsizetype(1000) << quint64(7) << u"100 103 104 105 "_s;
+        QTest::addRow("before the first") << qsizetype(1000) << quint64(99) << u"100 103 104 105 "_s;
+        QTest::addRow("a gap") << qsizetype(1000) << quint64(100) << u"103 104 105 "_s;
+        QTest::addRow("resumed") << qsizetype(1000) << quint64(103) << u"104 105 "_s;
+        QTest::addRow("nothing new") << qsizetype(1000) << quint64(105) << u""_s;
+        QTest::addRow("never given out") << qsizetype(1000) << quint64(106) << u"100 103 104 105 "_s;
+        QTest::addRow("room for two") << qsizetype(14) << quint64(99) << u"100 104 105 "_s;
+        QTest::addRow("no room") << qsizetype(1) << quint64(99) << u"100 105 "_s;
     }
     static void events()
     {
         QFETCH(qsizetype, mostBytes);
         QFETCH(quint64, since);
-        EventLog log(100, 3, mostBytes);
-        for (int i = 0; i < 5; ++i)
-            log.Append(EventKind::Log, {{u"n"_s, i}}); // 7 bytes
+        EventLog log(100, {3, mostBytes}, {1, 1});
+        for (int i = 0; i < 6; ++i)
+            log.Append(i == 0 ? EventKind::Sweep : EventKind::Traffic, {{u"n"_s, i}}); // 7 bytes
         QString found;
         for (const EventLog::Event& event : log.Since(since))
             found += QString::number(event.id) + u' ';

@@ -140,6 +140,10 @@
         <source>The database of %1 cannot be read: %2</source>
         <translation>База данных %1 не читается: %2</translation>
     </message>
+    <message>
+        <source>The interface is at %1</source>
+        <translation>Интерфейс доступен на %1</translation>
+    </message>
 </context>
 <context>
     <name>HubSettings</name>

@@ -62,17 +62,24 @@ QStringList LinkWords(const QJsonObject& data)
                               : Texts::tr("the daemon is not connected")};
 }
 
+/// The hub's answer to who was away for long.
+QStringList GapWords(const QJsonObject&)
+{
+    return {Texts::tr("events are missing here: more happened meanwhile than the hub keeps")};
+}
+
 struct Kind {
     QLatin1StringView key;
     QStringList (*words)(const QJsonObject& data);
 };
 
-constexpr std::array<Kind, 5> Kinds{{
+constexpr std::array<Kind, 6> Kinds{{
     {"traffic"_L1, TrafficWords},
     {"log"_L1, LogWords},
     {"sweep"_L1, SweepWords},
     {"alarm"_L1, AlarmWords},
     {"link"_L1, LinkWords},
+    {"gap"_L1, GapWords},
 }};
 
 /// Of a kind without words of its own: its text, or all that it tells.
@@ -97,6 +104,7 @@ QStringList EventWords(const QString& kind, const QJsonObject& data, bool withCo
     const QString controller = withController ? data[u"controller"_s].toString() + u' ' : QString();
     QStringList lines;
     for (const QString& words : known == Kinds.end() ? AnyWords(data) : known->words(data))
-        lines.append(TerminalText::OfLine(time + u' ' + controller + kind.leftJustified(KindSize) + u' ' + words));
+        lines.append(TerminalText::OfLine(
+            time.leftJustified(TimeSize) + u' ' + controller + kind.leftJustified(KindSize) + u' ' + words));
     return lines;
 }

@@ -23,7 +23,7 @@ struct Described {
     QString name;
     QString argument; ///< "none", "uin" or "bytes"
     QString about;
-    bool stops = false;
+    bool stops = false; ///< the daemon ends
 };
 
 /// None after the reason was told.
@@ -95,11 +95,17 @@ std::optional<Described> Find(const QList<Described>& commands, const QString& n
     return std::nullopt;
 }
 
-/// Whoever stops something is to be sure of it.
+/// Changes what a person may not want changed.
+bool IsGrave(const Described& command)
+{
+    return command.stops || command.name == "Reset_KS"_L1 || command.name == "Write_direct_in_port"_L1;
+}
+
+/// Whoever stops or resets something is to be sure of it.
 bool IsConfirmed(const Described& command)
 {
     if (::isatty(STDIN_FILENO) == 0) {
-        Complain(Texts::tr("%1 stops or resets something: --yes confirms it.").arg(command.name));
+        Complain(Texts::tr("%1 can stop or reset something: --yes confirms it.").arg(command.name));
         return false;
     }
     Tell(TerminalText::OfLine(command.about));
@@ -142,7 +148,7 @@ int Send(const HubClient& hub, const QString& controller, const QString& name, c
         Complain(problem);
         return WrongUsage;
     }
-    if (command->stops && !line.HasFlag(u"yes"_s) && !IsConfirmed(*command))
+    if (IsGrave(*command) && !line.HasFlag(u"yes"_s) && !IsConfirmed(*command))
         return WrongUsage;
     const HubAnswer answer = hub.Post(HubCommand::Target(u"/api/commands/"_s + command->name, controller),
         argument.isEmpty() ? QJsonObject() : QJsonObject{{u"argument"_s, argument}});

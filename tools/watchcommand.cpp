@@ -102,7 +102,8 @@ void Watch::TellLost(const QString& problem)
 
 void Watch::Show(const HubEvent& event)
 {
-    lastId = event.id;
+    if (!event.id.isEmpty())
+        lastId = event.id;
     const QJsonObject data = QJsonDocument::fromJson(event.data).object();
     if (event.kind == "traffic" && recorder)
         Record(data);

@@ -2574,10 +2574,6 @@ daemon&apos;s database, or of one controller at a centre.</source>
         <translation>У демона нет команды «%1»; список — --list.</translation>
     </message>
     <message>
-        <source>%1 stops or resets something: --yes confirms it.</source>
-        <translation>%1 что-то останавливает или сбрасывает: --yes подтверждает.</translation>
-    </message>
-    <message>
         <source>Go on? yes or no</source>
         <translation>Продолжить? да или нет</translation>
     </message>
@@ -2756,6 +2752,14 @@ Exit code: 0 it was ended, 1 the hub cannot be asked, 2 wrong usage.</source>
     <message>
         <source>Tells each event as a JSON object in a line of its own.</source>
         <translation>Выводит каждое событие объектом JSON в отдельной строке.</translation>
+    </message>
+    <message>
+        <source>events are missing here: more happened meanwhile than the hub keeps</source>
+        <translation>здесь не хватает событий: за это время произошло больше, чем хранит хаб</translation>
+    </message>
+    <message>
+        <source>%1 can stop or reset something: --yes confirms it.</source>
+        <translation>%1 может что-то остановить или сбросить: --yes подтверждает.</translation>
     </message>
 </context>
 <context>

@@ -75,7 +75,7 @@ export class Matrix {
     }
 
     tellHint() {
-        this.words.textContent = t('matrix.hint');
+        this.words.textContent = t(this.model.open ? 'matrix.hint' : 'matrix.hintAlone');
         this.link.hidden = true;
     }
 

@@ -151,7 +151,7 @@ class Console(unittest.TestCase):
         meter = next(one for one in self.api("meters")["meters"] if one["globalId"] == 11)
         self.show("meter/11?span=week", "Clock offset", language="en")
         self.assertIn(f"{meter['lastReading']['energy'][0]:,.7g} kWh", self.browser.text(".facts"))
-        self.assertEqual(self.browser.run("return document.querySelectorAll('.plot canvas').length") // 2, 4)
+        self.assertEqual(self.browser.run("return document.querySelectorAll('.plot:has(canvas)').length"), 4)
         self.browser.click(".controls > button")
         wait_for(lambda: glob.glob(os.path.join(self.browser.downloads, "meter-11-*.csv")), "the file", pause=0.05)
         with open(glob.glob(os.path.join(self.browser.downloads, "meter-11-*.csv"))[0], encoding="utf-8", newline="") as file:
@@ -191,8 +191,8 @@ class Console(unittest.TestCase):
                        "a node's answer", 60, 0.05)
         self.assertIn(uin, [node["uin"] for node in self.api("nodes")["nodes"]])
         self.browser.type("[type=search]", uin.lower())
-        wait_for(lambda: set(self.browser.run("return [...document.querySelectorAll('.traffic li:not(.log) .uin')].map(u => u.innerText)"))
-                 == {uin}, "the one node alone", pause=0.05)
+        wait_for(lambda: set(self.browser.run("return [...document.querySelectorAll('.traffic li:not(.log)')].map(li => "
+                                              "li.querySelector('.uin')?.innerText ?? '')")) == {uin}, "the one node alone", pause=0.05)
         self.browser.click("[aria-pressed]")
         self.browser.click("[aria-pressed] + button")
         wait_for(lambda: glob.glob(os.path.join(self.browser.downloads, "traffic-*.txt")), "the recording", pause=0.05)

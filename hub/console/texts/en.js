@@ -58,6 +58,7 @@ export default {
     'coverage.open': 'Open the meter', 'coverage.noSweeps': 'No sweep was due in these days.', 'coverage.noGaps': 'No meter has a gap.',
     'coverage.swept': 'swept at {time}', 'coverage.table': 'The same in figures',
     'matrix.role': 'matrix', 'matrix.zoom': 'Zoom', 'matrix.in': 'Zoom in', 'matrix.out': 'Zoom out', 'matrix.fit': 'Fit', 'matrix.fitAll': 'Show all',
+    'matrix.hintAlone': 'Point at a cell, or move with the arrow keys; + and − zoom, 0 shows all.',
     'matrix.hint': 'Point at a cell, or move with the arrow keys; Enter opens the meter; + and − zoom, 0 shows all.',
     'outcome.not_expected': 'not expected', 'outcome.read': 'read', 'outcome.late': 'read, late', 'outcome.undecodable': 'answer not decodable (1)',
     'outcome.substation_silent': 'substation meter silent (1)', 'outcome.no_reading': 'node heard, no reading (2)',

@@ -58,6 +58,7 @@ export default {
     'coverage.open': 'Открыть счётчик', 'coverage.noSweeps': 'В эти дни опросов не было назначено.', 'coverage.noGaps': 'Пропусков нет ни у одного счётчика.',
     'coverage.swept': 'опрос в {time}', 'coverage.table': 'То же в цифрах',
     'matrix.role': 'матрица', 'matrix.zoom': 'Масштаб', 'matrix.in': 'Крупнее', 'matrix.out': 'Мельче', 'matrix.fit': 'Всё', 'matrix.fitAll': 'Показать всё',
+    'matrix.hintAlone': 'Наведите указатель на клетку или выберите её стрелками; + и − меняют масштаб, 0 показывает всё.',
     'matrix.hint': 'Наведите указатель на клетку или выберите её стрелками; Enter открывает счётчик; + и − меняют масштаб, 0 показывает всё.',
     'outcome.not_expected': 'не ожидалось', 'outcome.read': 'прочитано', 'outcome.late': 'прочитано с опозданием', 'outcome.undecodable': 'ответ не разобран (1)',
     'outcome.substation_silent': 'счётчик подстанции молчит (1)', 'outcome.no_reading': 'узел слышен, показания нет (2)',

@@ -1,9 +1,11 @@
 """The main job on a table: a virtual substation, the daemon, one sweep over all meters, and what is stored of it."""
 
 import argparse
+import contextlib
 import csv
 import os
 import re
+import secrets
 import signal
 import sys
 import threading
@@ -11,8 +13,12 @@ import time
 
 from rig import ROOT
 from rig import buspeer as bus
+from rig.hub import Hub
+from rig.process import wait_for
 from rig.sqlite import Sqlite
 from rig.substation import SITE, Site, read_message
+
+ADDRESS = "127.0.0.1:8480"
 
 SILENT, SPOILED, DEAF = "000D6F0000173425", "000D6F000017341C", "000D6F0000190B17"
 SCENARIO = f"""[all]
@@ -140,19 +146,44 @@ def database(options):
     return Postgres()
 
 
+def ask_alone(site):
+    """This script is administrator and peer; returns the peer's connection."""
+    admin, peer = site.start_all()
+    tell('administrator connected; asks for a sweep now ("Need_query")')
+    admin.send(bus.command(b"Need_query"))
+    return peer
+
+
+def ask_hub(site, stack):
+    """The hub is the administrator, and a peer as well; what it shows is there until the end."""
+    token = secrets.token_hex(16)
+    site.write("token", token + "\n")
+    os.chmod(site.path("token"), 0o600)
+    hub = stack.enter_context(Hub(site, f"Listen={ADDRESS}\nTokenFile={site.path('token')}\nOpenReading=yes\n")).start()
+    tell(f"the console: http://{ADDRESS}/  its token for commands: {token}")
+    site.start_substation()
+    site.start()
+    site.wait_for_log("Start server: probe Ok!!!! ", timeout=60)
+    peer = site.connect("probe")
+    peer.send(bus.identify(b"peer"))
+    wait_for(lambda: hub.ask("GET", "/api/status")[1]["daemon"]["connected"], "the daemon at the hub")
+    tell('the hub is the administrator; it asks for a sweep now ("Need_query")')
+    status, answer = hub.ask("POST", "/api/commands/Need_query", {})
+    assert status == 202, answer
+    return peer
+
+
 def play(options):
     register, meters = read_register(os.path.join(ROOT, "share", "register.csv.example"))
     # A tick that starts a sweep on schedule must outlast its minute, or the next one finds the minute due again.
     settings = SETTINGS.replace("{broadcast_pause}", "30000" if options.keep else "3000")
-    with database(options) as base, Site(base.keys, speed=0, scenario=SCENARIO, register=register, settings=settings) as site:
+    with contextlib.ExitStack() as stack, database(options) as base, Site(base.keys, speed=0, scenario=SCENARIO, register=register, settings=settings) as site:
         tell(f"database provisioned, {len(meters)} meters registered, virtual substation and daemon start")
         tell("modem start-up, 13 s")
         open(site.stderr_path, "a", encoding="utf-8").close()
         progress = Progress(site.stderr_path, len(meters) - 1)
         threading.Thread(target=progress.follow, daemon=True).start()
-        admin, peer = site.start_all()
-        tell('administrator connected; asks for a sweep now ("Need_query")')
-        admin.send(bus.command(b"Need_query"))
+        peer = ask_hub(site, stack) if options.keep else ask_alone(site)
         right = sweep(site, peer, base.rows, meters)
         while options.keep:
             tell("goes on as scheduled: a sweep every half hour; Ctrl-C ends it")
@@ -166,7 +197,7 @@ def play(options):
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser(prog="scripts/demo", description=__doc__)
-    parser.add_argument("--keep", action="store_true", help="go on with a sweep every half hour")
+    parser.add_argument("--keep", action="store_true", help="go on with a sweep every half hour, and show it in a browser: the hub runs, too")
     parser.add_argument("--postgres", action="store_true", help="store into a private PostgreSQL server, not into SQLite")
     try:
         sys.exit(play(parser.parse_args()))

@@ -177,6 +177,9 @@ def play(options):
     register, meters = read_register(os.path.join(ROOT, "share", "register.csv.example"))
     # A tick that starts a sweep on schedule must outlast its minute, or the next one finds the minute due again.
     settings = SETTINGS.replace("{broadcast_pause}", "30000" if options.keep else "3000")
+    if options.fleet:
+        import demofleet
+        return demofleet.play(tell, register, settings, SCENARIO)
     with contextlib.ExitStack() as stack, database(options) as base, Site(base.keys, speed=0, scenario=SCENARIO, register=register, settings=settings) as site:
         tell(f"database provisioned, {len(meters)} meters registered, virtual substation and daemon start")
         tell("modem start-up, 13 s")
@@ -199,6 +202,8 @@ if __name__ == "__main__":
     parser = argparse.ArgumentParser(prog="scripts/demo", description=__doc__)
     parser.add_argument("--keep", action="store_true", help="go on with a sweep every half hour, and show it in a browser: the hub runs, too")
     parser.add_argument("--postgres", action="store_true", help="store into a private PostgreSQL server, not into SQLite")
+    parser.add_argument("--fleet", action="store_true",
+                        help="three substations and one centre, which goes away in a sweep and comes back")
     try:
         sys.exit(play(parser.parse_args()))
     except KeyboardInterrupt:

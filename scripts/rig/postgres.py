@@ -17,9 +17,11 @@ KEYS = "BDType=postgres\nBaseName=postgres\nSqlHostName={directory}\nSqlLogin=po
 
 
 class Postgres:
-    """Running from `with` on. The one role, postgres, needs PASSWORD; the one database is postgres."""
+    """Running from `with` on. The one role, postgres, needs PASSWORD; the one database is postgres. `options` are the
+    server's: "name=value"."""
 
-    def __init__(self):
+    def __init__(self, options=()):
+        self.options = [word for option in options for word in ("-c", option)]
         self.home = tempfile.TemporaryDirectory(prefix="ravelin-postgres-")
         self.directory = self.home.name  # where the socket is: the SqlHostName of a settings file
         self.data = os.path.join(self.directory, "data")
@@ -51,7 +53,7 @@ class Postgres:
         with open(os.path.join(self.directory, "server.log"), "ab") as log:
             self.process = subprocess.Popen(
                 self._run("postgres", "-c", "listen_addresses=", "-c", f"unix_socket_directories={self.directory}",
-                          "-c", "fsync=off"),
+                          "-c", "fsync=off", *self.options),
                 cwd=self.directory, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         wait_for(self._answers, "the PostgreSQL server answers")
 

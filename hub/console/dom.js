@@ -43,7 +43,7 @@ export function fill(element, ...children) {
 
 /// The same for controls that are drawn anew while one of them has the focus: the one in its place gets it.
 export function refill(element, ...children) {
-    const controls = () => [...element.querySelectorAll('button, input, select')];
+    const controls = () => [...element.querySelectorAll('a, button, input, select, summary')];
     const focused = controls().indexOf(document.activeElement);
     fill(element, ...children);
     controls()[focused]?.focus();
@@ -62,27 +62,26 @@ export function select(choices, chosen, attributes) {
 }
 
 /// A table that a reader can sort by its heads. `columns`: [{words, cell(row) -> text or node, sort(row)?, number?,
-/// time?}].
-export function table(caption, columns, rows, {sortedBy = -1, descending = false, none = ''} = {}) {
+/// time?}]. `order` is how it is sorted, and keeps the reader's choice for the next table.
+export function table(caption, columns, rows, order = {}) {
     const body = h('tbody');
     const heads = columns.map((column, place) => h('th', {scope: 'col', class: column.number ? 'number' : null},
-        column.sort ? h('button.sort', {type: 'button', onclick: () => sort(place, place === sortedBy && !descending)}, column.words)
+        column.sort ? h('button.sort', {type: 'button', onclick: () => sort(place, place === order.sortedBy && !order.descending)}, column.words)
             : column.words));
     function sort(place, down) {
-        sortedBy = place;
-        descending = down;
-        const key = place < 0 ? null : columns[place].sort;
+        Object.assign(order, {sortedBy: place, descending: down});
+        const key = columns[place]?.sort;
         const sorted = key ? [...rows].sort((a, b) => compare(key(a), key(b)) * (down ? -1 : 1)) : rows;
         heads.forEach((head, i) => i === place ? head.setAttribute('aria-sort', down ? 'descending' : 'ascending')
             : head.removeAttribute('aria-sort'));
-        fill(body, sorted.length ? sorted.map(rowOf) : h('tr', h('td', {colspan: columns.length}, none)));
+        fill(body, sorted.map(rowOf));
     }
     function rowOf(row) {
         return h('tr', columns.map((column, i) =>
             h(i ? 'td' : 'th', {scope: i ? null : 'row', class: column.number ? 'number' : column.time ? 'nowrap' : null, 'data-words': i ? column.words : null},
                 column.cell(row))));
     }
-    sort(sortedBy, descending);
+    sort(order.sortedBy, order.descending);
     return h('div.scroll', {tabindex: 0, role: 'region', 'aria-label': caption},
         h('table', h('caption.hidden', caption), h('thead', h('tr', heads)), body));
 }

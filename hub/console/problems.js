@@ -28,6 +28,7 @@ export class Loader {
         this.place = place;
         this.load = load;
         this.kinds = kinds;
+        this.isLive = seconds > 0 || kinds.length > 0;
         this.stop = new AbortController();
         this.timer = seconds ? setInterval(() => document.hidden || this.again(), 1000 * seconds) : 0;
         document.addEventListener('visibilitychange', () => this.see(), {signal: this.stop.signal});
@@ -41,7 +42,8 @@ export class Loader {
             return;
         if (this.kinds.length)
             this.stopListening = listen(this.kinds, () => this.again());
-        this.again();
+        if (this.isLive || !this.hasLoaded)
+            this.again();
     }
 
     async again() {
@@ -52,6 +54,7 @@ export class Loader {
         this.runs = true;
         try {
             await this.load(this.stop.signal);
+            this.hasLoaded = true;
             fill(this.place);
         } catch (error) {
             if (!this.stop.signal.aborted)

@@ -59,6 +59,10 @@ class Coverage {
         const [{now}, {meters}] = await Promise.all([get('status', {}, signal), get('meters', {}, signal)]);
         this.range.setNow(now);
         const answer = await get('sweeps', this.range.query(), signal);
+        const text = JSON.stringify(answer);
+        if (text === this.drawn) // whoever looks at a cell goes on looking at it
+            return;
+        this.drawn = text;
         const byId = new Map(meters.map(meter => [meter.globalId, meter]));
         this.data = {...answer, sweeps: answer.sweeps.filter(sweep => sweep.outcomes), outcomes: new Outcomes(answer.letters)};
         this.data.rows = answer.meters.map((globalId, place) => this.rowOf(byId.get(globalId) ?? {globalId}, place));

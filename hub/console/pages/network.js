@@ -1,7 +1,7 @@
 // The radio nodes: when each was heard last, and what went wrong on the way in a day.
 
 import {get} from '../api.js';
-import {fill, h, table} from '../dom.js';
+import {fill, h, refill, table} from '../dom.js';
 import {number, since, when} from '../format.js';
 import {meterLink} from '../meters.js';
 import {Loader} from '../problems.js';
@@ -12,13 +12,14 @@ const Refresh = 30; // seconds
 export function show(root, parameters, app) {
     const trouble = h('div'), summary = h('p'), unknown = h('section'), known = h('section');
     fill(root, trouble, summary, unknown, known);
+    const orders = {known: {sortedBy: 2}, unknown: {sortedBy: 1}};
     return new Loader(trouble, async signal => {
         const [{now}, {nodes}] = await Promise.all([get('status', {}, signal), get('nodes', {}, signal)]);
         const strangers = nodes.filter(node => !node.inRegister), ours = nodes.filter(node => node.inRegister);
         fill(summary, t('network.summary', {nodes: ours.length, quiet: ours.filter(node => !heardAt(node)).length, unknown: strangers.length}));
-        fill(unknown, strangers.length > 0 && [h('h2', t('network.unknown')), h('p', t('network.unknownAbout')),
-            nodeTable(t('network.unknown'), strangers, now, app)]);
-        fill(known, h('h2', t('network.known')), ours.length ? nodeTable(t('network.known'), ours, now, app) : h('p.quiet', t('network.none')));
+        refill(unknown, strangers.length > 0 && [h('h2', t('network.unknown')), h('p', t('network.unknownAbout')),
+            nodeTable(t('network.unknown'), strangers, now, orders.unknown, app)]);
+        refill(known, h('h2', t('network.known')), ours.length ? nodeTable(t('network.known'), ours, now, orders.known, app) : h('p.quiet', t('network.none')));
     }, {seconds: Refresh, kinds: ['sweep']});
 }
 
@@ -27,7 +28,7 @@ function heardAt({heard, lastReading}) {
     return [heard, lastReading].filter(Boolean).sort().at(-1);
 }
 
-function nodeTable(caption, nodes, now, app) {
+function nodeTable(caption, nodes, now, order, app) {
     const count = (words, key) => ({words, number: true, sort: node => node[key] ?? null,
         cell: node => h('span', {class: node[key] ? 'some' : null}, number(node[key]))});
     const isKnown = nodes.some(node => node.inRegister);
@@ -40,5 +41,5 @@ function nodeTable(caption, nodes, now, app) {
         isKnown && count(t('network.undelivered'), 'undelivered24h'),
         isKnown && count(t('network.silent'), 'silent24h'),
         isKnown && count(t('network.late'), 'late24h'),
-    ].filter(Boolean), nodes, {sortedBy: isKnown ? 2 : 1});
+    ].filter(Boolean), nodes, order);
 }

@@ -1,7 +1,7 @@
 // What is wrong now, first; then how today goes, and the parts that it needs.
 
 import {get} from '../api.js';
-import {fill, h, table} from '../dom.js';
+import {fill, h, refill, table} from '../dom.js';
 import {dayOf, duration, number, percent, percentOf, signed, since, wallMs, when} from '../format.js';
 import {incidentTimes, incidentWords, meterLink, meterLinks} from '../meters.js';
 import {Outcomes} from '../outcomes.js';
@@ -17,23 +17,32 @@ export function show(root, parameters, app) {
         places[name] = h('section', {'aria-label': t(`overview.${name}`)});
     places.verdict.setAttribute('role', 'status');
     fill(root, trouble, places.verdict, places.incidents, h('div.columns', places.today, places.parts), places.failing, places.clocks);
-    return new Loader(trouble, signal => load(places, app, signal), {seconds: Refresh, kinds: ['sweep', 'incident', 'link']});
+    const orders = {failing: {sortedBy: 2}, clocks: {}}, drawn = {};
+    // Drawn anew only when something is new: whoever reads or walks through the links is not thrown out.
+    const put = (name, data, draw) => {
+        const text = JSON.stringify(data);
+        if (drawn[name] !== text)
+            refill(places[name], draw());
+        drawn[name] = text;
+    };
+    return new Loader(trouble, signal => load(put, orders, app, signal), {seconds: Refresh, kinds: ['sweep', 'incident', 'link']});
 }
 
-async function load(places, app, signal) {
+async function load(put, orders, app, signal) {
     const [status, incidents, {clocks}, register] = await Promise.all(['status', 'incidents', 'clocks', 'meters'].map(
         question => get(question, {}, signal)));
     const meters = new Map(register.meters.map(meter => [meter.globalId, meter]));
     const open = incidents.incidents.filter(incident => !incident.until).sort(byWeight);
-    fill(places.verdict, verdict(status, open));
-    fill(places.incidents, incidentList(open, incidents.incidents.filter(incident => incident.until), status.now, app));
-    fill(places.parts, h('h2', t('overview.parts')), parts(status));
-    fill(places.clocks, h('h2', t('overview.clocks')),
-        clockTable(clocks.filter(clock => clock.isOff || clock.drifts || clock.unreadable), meters, app));
+    const ended = incidents.incidents.filter(incident => incident.until);
+    put('verdict', [status.problems, open.length, status.now.slice(0, 16)], () => verdict(status, open));
+    put('incidents', [open, ended, open.map(incident => since(incident.since, status.now))], () => incidentList(open, ended, status.now, app));
+    put('parts', {...status, now: status.now.slice(0, 10), daemon: {...status.daemon, lastHeard: ''}}, () => [h('h2', t('overview.parts')), parts(status)]);
+    const odd = clocks.filter(clock => clock.isOff || clock.drifts || clock.unreadable);
+    put('clocks', odd, () => [h('h2', t('overview.clocks')), clockTable(odd, meters, orders.clocks, app)]);
     const day = dayOf(wallMs(status.now));
     const sweeps = await get('sweeps', {from: day, to: day}, signal);
-    fill(places.today, h('h2', t('overview.today')), today(status), sweepBars(sweeps));
-    fill(places.failing, h('h2', t('overview.failing')), failing(sweeps, meters, app));
+    put('today', [status.today, sweeps], () => [h('h2', t('overview.today')), today(status), sweepBars(sweeps)]);
+    put('failing', [sweeps, register], () => [h('h2', t('overview.failing')), failing(sweeps, meters, orders.failing, app)]);
 }
 
 function verdict(status, open) {
@@ -85,7 +94,7 @@ function sweepBars({sweeps, letters, meters}) {
 }
 
 /// Meters without the reading of the last sweep that was made, with since when and why.
-function failing({sweeps, letters, meters: ids}, meters, app) {
+function failing({sweeps, letters, meters: ids}, meters, order, app) {
     const outcomes = new Outcomes(letters);
     const made = sweeps.filter(sweep => sweep.outcomes && sweep.made);
     const last = made.at(-1);
@@ -101,7 +110,7 @@ function failing({sweeps, letters, meters: ids}, meters, app) {
         {words: t('why'), cell: row => [swatch(outcomes, row.letter), outcomes.words(row.letter)], sort: row => outcomes.words(row.letter)},
         {words: t('failing.lastReading'), cell: row => when(row.meter.lastReading?.at), time: true, sort: row => row.meter.lastReading?.at ?? '0'},
         {words: t('failing.missed'), number: true, cell: row => t('of', {n: row.missed, all: made.length}), sort: row => row.missed},
-    ], rows, {sortedBy: 2});
+    ], rows, order);
 }
 
 function swatch(outcomes, letter) {
@@ -121,14 +130,12 @@ function parts(status) {
             + (modem.since && modem.state !== 'unknown' ? `, ${t('since', {time: when(modem.since, now)})}` : ''))],
         [t('part.database'), state(database.reachable, [database.kind, ' · ', database.reachable ? t('part.reachable') : database.error || t('part.unreachable')])],
         mqtt?.configured && [t('part.mqtt'), state(mqtt.connected, mqtt.connected ? t('part.reachable') : t('part.unreachable'))],
-        status.forwarder && [t('part.forwarder'), state(!status.forwarder.error, status.forwarder.error
-            || t('part.lag', {n: number(status.forwarder.waitingRows ?? 0), time: duration(status.forwarder.lagSeconds ?? 0)}))],
         status.hub && [t('part.hub'), `${status.hub.version} · ${t('since', {time: when(status.hub.since, now)})}`],
     ].filter(Boolean);
     return h('dl.parts', rows.map(([name, value]) => h('div', h('dt', name), h('dd', value))));
 }
 
-function clockTable(clocks, meters, app) {
+function clockTable(clocks, meters, order, app) {
     if (!clocks.length)
         return h('p.quiet', t('clocks.none'));
     const remark = row => [row.unreadable > 0 && t('clocks.unreadable', {n: row.unreadable}), row.referenced && t('clocks.referenced')]
@@ -139,5 +146,5 @@ function clockTable(clocks, meters, app) {
         {words: t('clocks.drift'), number: true, cell: row => signed(row.driftSecondsPerDay, 2), sort: row => row.driftSecondsPerDay},
         {words: t('clocks.asked'), time: true, cell: row => when(row.asked), sort: row => row.asked},
         clocks.some(remark) && {words: t('clocks.remark'), cell: remark},
-    ].filter(Boolean), [...clocks].sort((a, b) => Math.abs(b.offsetSeconds ?? 0) - Math.abs(a.offsetSeconds ?? 0)));
+    ].filter(Boolean), [...clocks].sort((a, b) => Math.abs(b.offsetSeconds ?? 0) - Math.abs(a.offsetSeconds ?? 0)), order);
 }

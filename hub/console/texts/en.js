@@ -45,7 +45,7 @@ export default {
     'part.lastSweep': 'Last sweep', 'part.sweepRead': '{read} of {n} read', 'part.nextSweep': 'Next sweep', 'part.nextClockSweep': 'Next clock sweep',
     'part.noneDue': 'none is due', 'part.daemon': 'Daemon', 'part.connected': 'connected since {time}', 'part.away': 'away',
     'part.modem': 'Radio modem', 'part.database': 'Database', 'part.reachable': 'reachable', 'part.unreachable': 'not reachable',
-    'part.mqtt': 'MQTT broker', 'part.forwarder': 'Forwarder', 'part.lag': '{n} rows wait, {time} behind', 'part.hub': 'Hub',
+    'part.mqtt': 'MQTT broker', 'part.hub': 'Hub',
     'modem.working': 'working', 'modem.deaf': 'deaf: no node is heard', 'modem.unknown': 'not known yet',
     'clocks.none': 'No clock is off or drifts.', 'clocks.offset': 'Offset', 'clocks.drift': 'Drift, s a day', 'clocks.asked': 'Asked',
     'clocks.remark': 'Remark', 'clocks.unreadable': 'answers that are no time: {n}', 'clocks.referenced': 'by the reference clock',

@@ -45,7 +45,7 @@ export default {
     'part.lastSweep': 'Последний опрос', 'part.sweepRead': 'прочитано {read} из {n}', 'part.nextSweep': 'Следующий опрос', 'part.nextClockSweep': 'Следующий опрос часов',
     'part.noneDue': 'не ожидается', 'part.daemon': 'Служба сбора', 'part.connected': 'на связи с {time}', 'part.away': 'недоступна',
     'part.modem': 'Радиомодем', 'part.database': 'База данных', 'part.reachable': 'доступно', 'part.unreachable': 'недоступно',
-    'part.mqtt': 'Брокер MQTT', 'part.forwarder': 'Пересылка', 'part.lag': 'ждут записей: {n}, отставание {time}', 'part.hub': 'Концентратор',
+    'part.mqtt': 'Брокер MQTT', 'part.hub': 'Концентратор',
     'modem.working': 'работает', 'modem.deaf': 'не слышит ни одного узла', 'modem.unknown': 'пока неизвестно',
     'clocks.none': 'Все часы идут верно.', 'clocks.offset': 'Отклонение', 'clocks.drift': 'Уход, с/сут', 'clocks.asked': 'Спрошены',
     'clocks.remark': 'Замечание', 'clocks.unreadable': 'ответов без времени: {n}', 'clocks.referenced': 'по эталонным часам',

@@ -38,7 +38,8 @@ install(FILES share/service/hub-sysusers.conf DESTINATION lib/sysusers.d RENAME 
 install(FILES share/service/ravelin-hub.ini DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/ravelin COMPONENT ravelin-hub)
 install(FILES share/ravelin-hub.ini.example share/service/hub-network.conf DESTINATION ${hub_docs}/examples
     COMPONENT ravelin-hub)
-install(FILES docs/hub.md DESTINATION ${hub_docs} COMPONENT ravelin-hub)
+install(DIRECTORY share/prometheus DESTINATION ${hub_docs}/examples COMPONENT ravelin-hub)
+install(FILES docs/hub.md docs/metrics.md docs/mqtt.md DESTINATION ${hub_docs} COMPONENT ravelin-hub)
 
 set(forward_docs ${CMAKE_INSTALL_DATADIR}/doc/ravelin-forward)
 configure_file(share/service/ravelin-forward.service.in ${CMAKE_BINARY_DIR}/service/ravelin-forward.service @ONLY)

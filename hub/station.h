@@ -3,7 +3,7 @@
 #include "daemonlink.h"
 #include "hubsettings.h"
 #include "metricstext.h"
-#include "risingcounts.h"
+#include "namedcounts.h"
 #include "siteledger.h"
 #include "trafficwords.h"
 

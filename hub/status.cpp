@@ -141,8 +141,8 @@ ControllerMetrics Hub::MetricsOf(const Station& station) const
             meter.lastRow = MeterRow{now.readingAt, 0, now.energy};
         if (now.clock && now.clock->IsKnown())
             meter.clockOffset = now.clock->offset;
-        meter.expected = static_cast<quint64>(now.dueEver);
-        meter.received = static_cast<quint64>(now.readEver);
+        meter.expected = now.dueEver;
+        meter.received = now.readEver;
         metrics.meters.append(meter);
     }
     metrics.incidents = station.ledger->OpenIncidents();

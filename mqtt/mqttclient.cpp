@@ -56,7 +56,7 @@ MqttClient::MqttClient(const MqttSettings& settings_, QObject* parent) : QObject
     InitialiseLibrary();
     // A clean session: what the broker would keep for us meanwhile are the retained messages, and these come anyway.
     library = mosquitto_new(settings.clientId.constData(), true, this);
-    setUpProblem = library != nullptr ? SetUp() : u"no memory"_s;
+    setUpProblem = library != nullptr ? SetUp() : tr("no memory");
 
     misc.setInterval(MiscMs);
     retry.setSingleShot(true);
@@ -93,7 +93,7 @@ QString MqttClient::SetUp()
     const QByteArray key = OrNull(settings.keyFile);
     code = mosquitto_tls_set(
         library, settings.caFile.toUtf8().constData(), nullptr, DataOrNull(cert), DataOrNull(key), NoPassword);
-    return code == MOSQ_ERR_SUCCESS ? QString() : u"the files for TLS cannot be read"_s;
+    return code == MOSQ_ERR_SUCCESS ? QString() : tr("the files for TLS cannot be read");
 }
 
 void MqttClient::Start()
@@ -122,7 +122,7 @@ void MqttClient::TakeAddresses(const QHostInfo& found)
         return;
     untried = found.addresses();
     if (untried.isEmpty())
-        Lose(u"the host's address is not found: "_s + found.errorString());
+        Lose(tr("the host's address is not found: %1").arg(found.errorString()));
     else
         TryNextAddress();
 }

@@ -1,7 +1,7 @@
 // The text of the metrics, each checked by promtool too.
 
 #include "metricstext.h"
-#include "risingcounts.h"
+#include "namedcounts.h"
 
 #include <QProcess>
 #include <QSet>
@@ -70,7 +70,6 @@ class TestMetrics : public QObject {
 private slots:
     void text_data();
     void text();
-    void counts();
     void names();
 };
 
@@ -142,25 +141,6 @@ void TestMetrics::text()
         QVERIFY2(line.isEmpty() || line.startsWith('#') || !series.contains(name), name);
         series.insert(name);
     }
-}
-
-void TestMetrics::counts()
-{
-    const QDate day(2026, 3, 1);
-    RisingCounts counts;
-    const auto shown = [&] { return QPair<quint64, quint64>(counts.Of(1).expected, counts.Of(1).received); };
-    using Pair = QPair<quint64, quint64>;
-    counts.Take(1, day, {10, 8});
-    counts.Take(1, day, {9, 9}); // left the register, and a late reading came
-    QCOMPARE(shown(), Pair(10, 9));
-    counts.Take(1, day.addDays(-1), {48, 48});
-    QCOMPARE(shown(), Pair(10, 9));
-    for (int i = 1; i <= 100; ++i)
-        counts.Take(1, day.addDays(i), {48, 47});
-    counts.Take(1, day.addDays(99), {48, 48});
-    counts.Take(1, day.addDays(50), {60, 60}); // long closed
-    QCOMPARE(shown(), Pair(10 + 4800, 9 + 4701));
-    QCOMPARE(counts.Of(2).expected, 0U);
 }
 
 void TestMetrics::names()

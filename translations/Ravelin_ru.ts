@@ -2,6 +2,45 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="ru" sourcelanguage="en">
 <context>
+    <name>AnnounceSettings</name>
+    <message>
+        <source>MQTT/%1: the file %2 cannot be read: %3</source>
+        <translation>MQTT/%1: файл %2 не читается: %3</translation>
+    </message>
+    <message>
+        <source>MQTT/Broker is &quot;%1&quot;, neither HOST nor HOST:PORT</source>
+        <translation>MQTT/Broker: &quot;%1&quot; — не УЗЕЛ и не УЗЕЛ:ПОРТ</translation>
+    </message>
+    <message>
+        <source>MQTT/PasswordFile: a password needs MQTT/User</source>
+        <translation>MQTT/PasswordFile: к паролю нужен MQTT/User</translation>
+    </message>
+    <message>
+        <source>MQTT/CertFile and MQTT/KeyFile: one needs the other</source>
+        <translation>MQTT/CertFile и MQTT/KeyFile: одно не бывает без другого</translation>
+    </message>
+    <message>
+        <source>MQTT/CertFile: without MQTT/CaFile there is no TLS</source>
+        <translation>MQTT/CertFile: без MQTT/CaFile нет TLS</translation>
+    </message>
+    <message>
+        <source>MQTT/Prefix is &quot;%1&quot;, with which no topic can begin</source>
+        <translation>MQTT/Prefix: с &quot;%1&quot; тема начинаться не может</translation>
+    </message>
+    <message>
+        <source>MQTT/Discovery is &quot;%1&quot;, with which no topic can begin</source>
+        <translation>MQTT/Discovery: с &quot;%1&quot; тема начинаться не может</translation>
+    </message>
+    <message>
+        <source>The broker gets nothing until that is mended</source>
+        <translation>Пока это не исправлено, брокер ничего не получает</translation>
+    </message>
+    <message>
+        <source>it is a directory</source>
+        <translation>это каталог</translation>
+    </message>
+</context>
+<context>
     <name>BusListener</name>
     <message>
         <source>... and %1 more refusals</source>
@@ -209,6 +248,21 @@
     <message>
         <source>The database can be read again</source>
         <translation>База данных снова читается</translation>
+    </message>
+</context>
+<context>
+    <name>MqttClient</name>
+    <message>
+        <source>no memory</source>
+        <translation>нет памяти</translation>
+    </message>
+    <message>
+        <source>the files for TLS cannot be read</source>
+        <translation>файлы для TLS не читаются</translation>
+    </message>
+    <message>
+        <source>the host&apos;s address is not found: %1</source>
+        <translation>адрес узла не найден: %1</translation>
     </message>
 </context>
 <context>

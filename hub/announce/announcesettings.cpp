@@ -3,6 +3,7 @@
 #include "meterannouncer.h"
 #include "settingsfile.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -10,6 +11,10 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+class Texts final {
+    Q_DECLARE_TR_FUNCTIONS(AnnounceSettings)
+};
 
 constexpr quint16 PlainPort = 1883;
 constexpr quint16 TlsPort = 8883;
@@ -30,18 +35,19 @@ bool ReadBroker(const QString& text, MqttSettings& broker)
     return isNumber && broker.port > 0;
 }
 
+/// Empty: it can be read.
 QString WhyUnreadable(const QString& path)
 {
+    if (QFileInfo(path).isDir())
+        return Texts::tr("it is a directory");
     QFile file(path);
-    return QFileInfo(path).isDir()       ? u"it is a directory"_s
-        : file.open(QIODevice::ReadOnly) ? QString()
-                                         : file.errorString();
+    return file.open(QIODevice::ReadOnly) ? QString() : file.errorString();
 }
 
 void CheckFile(const QString& key, const QString& path, QStringList& problems)
 {
     if (const QString why = path.isEmpty() ? QString() : WhyUnreadable(path); !why.isEmpty())
-        problems += u"MQTT/%1: the file %2 cannot be read: %3."_s.arg(key, path, why);
+        problems += Texts::tr("MQTT/%1: the file %2 cannot be read: %3").arg(key, path, why);
 }
 
 QByteArray ReadPassword(const QString& path)
@@ -77,22 +83,24 @@ std::optional<AnnounceSettings> ReadAnnounceSettings(const SettingsFile& file, Q
     broker.port = broker.caFile.isEmpty() ? PlainPort : TlsPort;
 
     if (!ReadBroker(brokerText, broker))
-        problems += u"MQTT/Broker: \"%1\" is not HOST or HOST:PORT."_s.arg(brokerText);
+        problems += Texts::tr("MQTT/Broker is \"%1\", neither HOST nor HOST:PORT").arg(brokerText);
     for (const auto& [key, path] : {std::pair(u"PasswordFile"_s, passwordFile), std::pair(u"CaFile"_s, broker.caFile),
              std::pair(u"CertFile"_s, broker.certFile), std::pair(u"KeyFile"_s, broker.keyFile)})
         CheckFile(key, path, problems);
     if (!passwordFile.isEmpty() && broker.user.isEmpty())
-        problems += u"MQTT/PasswordFile: a password needs MQTT/User."_s;
+        problems += Texts::tr("MQTT/PasswordFile: a password needs MQTT/User");
     if (broker.certFile.isEmpty() != broker.keyFile.isEmpty())
-        problems += u"MQTT/CertFile and MQTT/KeyFile: one needs the other."_s;
+        problems += Texts::tr("MQTT/CertFile and MQTT/KeyFile: one needs the other");
     if (!broker.certFile.isEmpty() && broker.caFile.isEmpty())
-        problems += u"MQTT/CertFile: without MQTT/CaFile there is no TLS."_s;
+        problems += Texts::tr("MQTT/CertFile: without MQTT/CaFile there is no TLS");
     if (!MeterAnnouncements::IsTopicPrefix(settings.prefix))
-        problems += u"MQTT/Prefix: \"%1\" cannot begin a topic."_s.arg(settings.prefix);
+        problems += Texts::tr("MQTT/Prefix is \"%1\", with which no topic can begin").arg(settings.prefix);
     if (!settings.discovery.isEmpty() && !MeterAnnouncements::IsTopicPrefix(settings.discovery))
-        problems += u"MQTT/Discovery: \"%1\" cannot begin a topic."_s.arg(settings.discovery);
-    if (problems.size() > before)
+        problems += Texts::tr("MQTT/Discovery is \"%1\", with which no topic can begin").arg(settings.discovery);
+    if (problems.size() > before) {
+        problems += Texts::tr("The broker gets nothing until that is mended");
         return std::nullopt;
+    }
     broker.password = ReadPassword(passwordFile);
     return settings;
 }

@@ -16,7 +16,8 @@ struct AnnounceSettings {
     QString discovery; ///< empty: nothing for Home Assistant
 };
 
-/// None when `Broker` is empty, and when something is wrong: then `problems` says what, a sentence each. Reads the file
+/// None when `Broker` is empty, and when something is wrong: then `problems` says what, a sentence each without its
+/// full stop. Reads the file
 /// of the password, its first line.
 [[nodiscard]] std::optional<AnnounceSettings> ReadAnnounceSettings(const SettingsFile& file, QStringList& problems);
 

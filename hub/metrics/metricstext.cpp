@@ -155,7 +155,7 @@ const QList<Metric>& Metrics()
             })},
         {"ravelin_meter_clock_offset_seconds", "gauge", "How fast the meter's clock was when it was last read.",
             OfMeters([](const MeterMetrics& meter) { return meter.clockOffset; })},
-        {"ravelin_meter_readings_expected_total", "counter", "Readings that were due since the hub began to count.",
+        {"ravelin_meter_readings_expected_total", "counter", "Readings that were due, since the hub was started.",
             OfMeters([](const MeterMetrics& meter) { return std::optional(static_cast<double>(meter.expected)); })},
         {"ravelin_meter_readings_received_total", "counter", "Of the readings that were due, those that came.",
             OfMeters([](const MeterMetrics& meter) { return std::optional(static_cast<double>(meter.received)); })},

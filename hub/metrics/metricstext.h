@@ -23,8 +23,8 @@ struct MeterMetrics {
     qint32 globalId = 0;
     std::optional<MeterRow> lastRow; ///< not exported unless it is a reading
     std::optional<double> clockOffset; ///< s, positive: the clock was fast
-    quint64 expected = 0; ///< readings, since the hub began to count; see RisingCounts
-    quint64 received = 0;
+    qint64 expected = 0; ///< readings, since the hub was started; never less than before
+    qint64 received = 0;
 };
 
 struct SweepMetrics {
@@ -55,6 +55,3 @@ struct MetricsInput {
 /// and of two controllers with one name, the first counts. Values that are no finite numbers are left out, and so are
 /// energies below 0: a counter has none.
 [[nodiscard]] QByteArray MetricsText(const MetricsInput& input);
-
-/// The content type to send it with.
-inline constexpr const char* MetricsContentType = "text/plain; version=0.0.4; charset=utf-8";

@@ -60,7 +60,8 @@ void DaemonLink::Touch()
     lastHeard = CurrentDateTime();
 }
 
-void DaemonLink::Send(const QByteArray& name, const QByteArray& data, bool answers, int timeoutMs, WhenDone whenDone)
+void DaemonLink::Send(
+    const QByteArray& name, const QByteArray& data, bool answers, int timeoutMs, const WhenDone& whenDone)
 {
     if (!admin) {
         whenDone({Outcome::Away, {}, {}});

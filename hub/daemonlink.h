@@ -52,7 +52,7 @@ public:
 
     /// Sends the command `name`; `data` is the Command frame's. `whenDone` is called once: from within this function
     /// with Sent or Away, or, when the command `answers`, at most `timeoutMs` later.
-    void Send(const QByteArray& name, const QByteArray& data, bool answers, int timeoutMs, WhenDone whenDone);
+    void Send(const QByteArray& name, const QByteArray& data, bool answers, int timeoutMs, const WhenDone& whenDone);
 
     /// Whether the daemon is to show its traffic and what it does; also after it was started anew.
     void WantLiveView(bool wanted);

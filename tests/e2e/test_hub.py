@@ -4,6 +4,7 @@ import concurrent.futures
 import contextlib
 import os
 import signal
+import socket
 import sqlite3
 import struct
 import subprocess
@@ -49,6 +50,19 @@ class Settings(Played):
                 line = f"Settings file {hub.settings_path}: {sentence}"
                 self.assertIn(line, hub.log_texts())
                 self.assertIn(line + "\n", hub.stderr())
+
+    def test_service_manager(self):
+        """It is told that the hub is up, which daemons are away, again and again that it works, and that it ends."""
+        with contextlib.closing(socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)) as manager, Hub(self.site, "AdminName=a\nPeerName=b\n") as hub:
+            manager.bind(hub.path("notify"))
+            manager.settimeout(20)
+            hub.environment = {"NOTIFY_SOCKET": hub.path("notify"), "WATCHDOG_USEC": "4000000"}
+            hub.start()
+            self.assertEqual({manager.recv(999) for _ in range(5)}, {b"STATUS=daemons that are not connected: probe", b"READY=1", b"WATCHDOG=1"})
+            hub.signal(signal.SIGTERM)
+            self.assertEqual(hub.wait(), 0)
+            while manager.recv(999) != b"STOPPING=1":
+                pass
 
     def test_no_daemon(self):
         for text, sentence in (("", "has no ServerName: that daemon cannot be connected"),

@@ -19,11 +19,11 @@ bool IsShown(const QString& text)
 
 /// An error has a text that any terminal may show.
 template <typename Answer>
-const Answer* ValueOf(const std::variant<Answer, ApiError>& answer)
+std::optional<Answer> ValueOf(std::variant<Answer, ApiError> answer)
 {
     const auto* const error = std::get_if<ApiError>(&answer);
     Require(!error || ((error->status == 400 || error->status == 404) && IsShown(error->text)));
-    return std::get_if<Answer>(&answer);
+    return error ? std::nullopt : std::optional(std::get<Answer>(std::move(answer)));
 }
 
 } // namespace
@@ -34,17 +34,16 @@ extern "C" int LLVMFuzzerTestOneInput(const quint8* bytes, size_t size)
     if (!target)
         return 0;
     Require(target->path.startsWith(u'/') && !target->path.contains(QChar(0)));
-    const auto taken = ApiParameters::Take(target->query, Known);
-    const auto* const parameters = ValueOf(taken);
+    const std::optional<ApiParameters> parameters = ValueOf(ApiParameters::Take(target->query, Known));
     if (!parameters)
         return 0;
     static_cast<void>(ValueOf(parameters->Controller({u"a"_s, u"b"_s})));
     static_cast<void>(ValueOf(parameters->Meter()));
-    if (const auto* const range = ValueOf(parameters->Times(QDateTime({2014, 3, 4}, {8, 30}))))
+    if (const auto range = ValueOf(parameters->Times(QDateTime({2014, 3, 4}, {8, 30}))))
         Require(range->from.isValid() && range->from <= range->to && range->from.daysTo(range->to) <= 366);
-    if (const auto* const days = ValueOf(parameters->Days({2014, 3, 4})))
+    if (const auto days = ValueOf(parameters->Days({2014, 3, 4})))
         Require(days->from.isValid() && days->from <= days->to && days->from.daysTo(days->to) < 366);
-    if (const auto* const kinds = ValueOf(parameters->Kinds(Kinds)))
+    if (const auto kinds = ValueOf(parameters->Kinds(Kinds)))
         Require(kinds->size() <= 2);
     return 0;
 }

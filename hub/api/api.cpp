@@ -115,25 +115,25 @@ std::span<const Api::Route> Api::Routes()
     using Asks = const Question&;
     static constexpr std::array<Route, 12> Table{{
         {"/api/status"_L1, ControllerOnly,
-            [](Sources sources, Asks asks) -> Answer { return Asked(sources.Status, asks.controller); }},
+            [](Sources known, Asks asks) -> Answer { return Asked(known.Status, asks.controller); }},
         {"/api/meters"_L1, ControllerOnly,
-            [](Sources sources, Asks asks) -> Answer { return Asked(sources.Meters, asks.controller); }},
+            [](Sources known, Asks asks) -> Answer { return Asked(known.Meters, asks.controller); }},
         {"/api/incidents"_L1, ControllerOnly,
-            [](Sources sources, Asks asks) -> Answer { return Asked(sources.Incidents, asks.controller); }},
+            [](Sources known, Asks asks) -> Answer { return Asked(known.Incidents, asks.controller); }},
         {"/api/nodes"_L1, ControllerOnly,
-            [](Sources sources, Asks asks) -> Answer { return Asked(sources.Nodes, asks.controller); }},
+            [](Sources known, Asks asks) -> Answer { return Asked(known.Nodes, asks.controller); }},
         {"/api/commands"_L1, ControllerOnly,
-            [](Sources sources, Asks asks) -> Answer { return Asked(sources.Commands, asks.controller); }},
+            [](Sources known, Asks asks) -> Answer { return Asked(known.Commands, asks.controller); }},
         {"/api/sweeps"_L1, WithRange,
-            [](Sources sources, Asks asks) -> Answer {
+            [](Sources known, Asks asks) -> Answer {
                 const auto range = asks.parameters.Times(CurrentDateTime());
                 if (const auto* const error = std::get_if<ApiError>(&range))
                     return *error;
                 const auto& times = std::get<TimeRange>(range);
-                return Asked(sources.Sweeps, asks.controller, times.from, times.to);
+                return Asked(known.Sweeps, asks.controller, times.from, times.to);
             }},
         {"/api/readings"_L1, WithMeterAndRange,
-            [](Sources sources, Asks asks) -> Answer {
+            [](Sources known, Asks asks) -> Answer {
                 const auto meter = asks.parameters.Meter();
                 if (const auto* const error = std::get_if<ApiError>(&meter))
                     return *error;
@@ -144,22 +144,22 @@ std::span<const Api::Route> Api::Routes()
                 if (const auto* const error = std::get_if<ApiError>(&range))
                     return *error;
                 const auto& times = std::get<TimeRange>(range);
-                return Asked(sources.Readings, asks.controller, *id, times.from, times.to);
+                return Asked(known.Readings, asks.controller, *id, times.from, times.to);
             }},
         {"/api/clocks"_L1, WithMeter,
-            [](Sources sources, Asks asks) -> Answer {
+            [](Sources known, Asks asks) -> Answer {
                 const auto meter = asks.parameters.Meter();
                 if (const auto* const error = std::get_if<ApiError>(&meter))
                     return *error;
-                return Asked(sources.Clocks, asks.controller, std::get<std::optional<qint64>>(meter));
+                return Asked(known.Clocks, asks.controller, std::get<std::optional<qint64>>(meter));
             }},
         {"/api/ledger"_L1, WithRange,
-            [](Sources sources, Asks asks) -> Answer {
+            [](Sources known, Asks asks) -> Answer {
                 const auto range = asks.parameters.Days(CurrentDateTime().date());
                 if (const auto* const error = std::get_if<ApiError>(&range))
                     return *error;
                 const auto& days = std::get<DayRange>(range);
-                return Asked(sources.Ledger, asks.controller, days.from, days.to);
+                return Asked(known.Ledger, asks.controller, days.from, days.to);
             }},
         {"/api/openapi.json"_L1, {},
             [](Sources, Asks) -> Answer {
@@ -170,12 +170,12 @@ std::span<const Api::Route> Api::Routes()
                     .status = 200, .contentType = "application/json"_ba, .body = file.readAll(), .headers = {}};
             }},
         {"/metrics"_L1, {},
-            [](Sources sources, Asks) -> Answer {
-                if (!sources.Metrics)
+            [](Sources known, Asks) -> Answer {
+                if (!known.Metrics)
                     return ApiError{.status = 503, .text = u"this cannot be told yet"_s};
                 return HttpResponse{.status = 200,
                     .contentType = "text/plain; version=0.0.4; charset=utf-8"_ba,
-                    .body = sources.Metrics(),
+                    .body = known.Metrics(),
                     .headers = {}};
             }},
         {"/api/events"_L1, WithKinds, nullptr},

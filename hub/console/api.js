@@ -7,10 +7,15 @@ const LongestPause = 10000; // ms between two attempts to come back
 /// Tells "away" when the hub stops answering, "back" when it answers again, "token" when it wants one.
 export const hub = new EventTarget();
 let isAway = false;
-let controller = '';
+let controller = ''; // the reader's choice
+let first = ''; // the hub's, where none was made
 
 export function chooseController(name) {
     controller = name;
+}
+
+export function knowControllers(names) {
+    first = names[0] ?? '';
 }
 
 export function token() {
@@ -128,7 +133,8 @@ export function listen(kinds, take, state = () => {}) {
             if (!event.data)
                 return;
             const data = JSON.parse(event.data);
-            if (!controller || !data.controller || data.controller === controller)
+            const wanted = controller || first; // without a choice the hub sends the events of all
+            if (!wanted || !data.controller || data.controller === wanted)
                 take(event.event, data);
         });
     }

@@ -4,7 +4,10 @@ import {h, fill} from './dom.js';
 import {dayOf, number, wallText} from './format.js';
 import {colour, onTheme} from './theme.js';
 
-const Dygraph = window.Dygraph;
+// A classic script, and the largest of all: loaded with the first page that has a plot.
+await new Promise((resolve, reject) => document.head.append(h('script', {src: 'dygraph.min.js', onload: resolve,
+    onerror: () => reject(new Error('dygraph.min.js'))})));
+const {Dygraph} = window;
 Dygraph.PLUGINS = Dygraph.PLUGINS.filter(plugin => plugin !== Dygraph.Plugins.Legend);
 
 /// `series`: [{words, colour (name of a CSS variable), kind: 'line' | 'bars' | 'step' | 'points' | 'dashed'}]; `rows`:

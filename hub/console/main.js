@@ -111,6 +111,7 @@ function chooser() {
 async function learnControllers() {
     try {
         ({controllers} = await api.get('status'));
+        api.knowControllers(controllers);
         chooser.draw();
     } catch {
         // the page says what is wrong; "back" comes here again

@@ -1,7 +1,6 @@
 // One meter: what it has used, how its clock goes, what became of each due reading, what is strange about it.
 
 import {get, readings} from '../api.js';
-import {chart} from '../charts.js';
 import {csv, save} from '../download.js';
 import {fill, h} from '../dom.js';
 import {dayOf, energy, number, percent, percentOf, signed, wallMs, when} from '../format.js';
@@ -74,9 +73,10 @@ class Meter {
             return;
         }
         const range = this.range.query();
-        const [history, clocks, sweeps, ledger] = await Promise.all([
+        const [{chart}, history, clocks, sweeps, ledger] = await Promise.all([import('../charts.js'),
             readings({meter: meter.globalId, ...range}, signal), get('clocks', {meter: meter.globalId}, signal),
             get('sweeps', range, signal), get('ledger', range, signal)]);
+        this.chart = chart;
         this.data = {meter, now, readings: history.readings, clocks, sweeps, findings: ledger.readings.filter(
             finding => finding.globalId === meter.globalId)};
         this.draw();
@@ -151,7 +151,7 @@ class Meter {
     plot(place, name, options) {
         const host = h('div.chart');
         fill(this.places[place], h('h2', name), host);
-        this.charts.push(chart(host, {name, window: place === 'clock' ? undefined
+        this.charts.push(this.chart(host, {name, window: place === 'clock' ? undefined
             : [wallMs(this.range.first), wallMs(this.range.last) + Day], ...options}));
     }
 

@@ -75,7 +75,7 @@ class Tool(unittest.TestCase):
         def is_so():
             said = self.tool(hub, "status")
             return said if said[0] == code and text in said[1] + said[2] else None
-        return wait_for(is_so, f"status {code} with {text!r}, now {self.tool(hub, 'status')}", 60, 0.2)
+        return wait_for(is_so, f"status {code} with {text!r}", 60, 0.2)
 
 
 class RealDaemon(Tool):
@@ -104,26 +104,29 @@ class RealDaemon(Tool):
             self.every_command(watch)
             self.status_is(self.hub, 3, "The daemon is not connected.")
             self.assertEqual(self.site.wait(), 0)
+            earlier = [watch.text().count(text) for text in ("Timer event", "the daemon is connected\n")]
+            self.site.start()
+            watch.wait_for("the daemon is connected\n", earlier[1] + 1)
+            watch.wait_for("Timer event", earlier[0] + 1)
             self.assertEqual(watch.end(), 0)
             self.assertEqual(harmful(watch.text()), [])
         self.check_recording(recording)
 
     def wait_for_words(self, *words):
-        wait_for(lambda: self.tool(self.hub, *words)[0] == 0, f"{words} {self.tool(self.hub, *words)}", 60, 0.2)
+        wait_for(lambda: self.tool(self.hub, *words)[0] == 0, f"{words} is carried out", 60, 0.2)
 
     def check_readings(self, shown):
         """What the substation says that it sent stands there in words, meter by meter."""
-        sent = [row for row in self.site.report() if row["kind"] == "energy" and row["whole"] == "yes"]
-        models = set()
+        sent = [row for row in self.site.report() if (row["kind"], row["whole"], row["flaw"]) == ("energy", "yes", "")]
+        told = {}
         for row in sent:
-            if row["flaw"]:
-                continue
             total = float(row["values"].split()[0])
             who = "substation" if row["uin"] == "KTP-1" else row["uin"]
             found = [float(n) for n in re.findall(rf" {who} +{row['model']}: ([0-9.]+) kWh", shown)]
-            self.assertTrue([n for n in found if abs(n - total) <= total * 1e-7 + 0.005], (row, found))
-            models.add(row["model"])
-        self.assertEqual(models, {"CE301", "SET3", "SET1", "CE102"})
+            # On a busy machine the substation meter may answer too late, and is asked again.
+            told[who] = told.get(who, False) or any(abs(n - total) <= total * 1e-7 + 0.005 for n in found)
+        self.assertEqual([who for who in told if not told[who]], [], shown)
+        self.assertEqual({row["model"] for row in sent}, {"CE301", "SET3", "SET1", "CE102"})
 
     def restart_hub(self, watch):
         before = watch.text().count("the daemon is connected\n")

@@ -117,7 +117,7 @@ def main():
     chosen = options.names or names
     if options.quick:
         chosen, ends.KILLS = QUICK, 2
-        forward.ROWS, forward.KILLS, forward.CRASHES = 4000, 6, 2
+        forward.ROWS, forward.KILLS, forward.CRASHES = 4800, 6, 2
     rows = [played(options.seed, *play) for play in PLAYS if play[0] in chosen]
     print("\n| fault | promise | seen | | s |\n|---|---|---|---|---|")
     for row in rows:

@@ -23,14 +23,15 @@ SETTINGS = "/etc/ravelin/ravelin.ini"
 DATABASE = "/var/lib/ravelin/ravelin.db"
 LOG = "/var/log/ravelin/ravelin.log"
 BUS = "/run/ravelin/bus"
-UNITS = ("ravelin.service", "ravelin-hub.service", "ravelin-backup.service", "ravelin-backup.timer", "ravelin-retain.service", "ravelin-retain.timer")
+UNITS = ("ravelin.service", "ravelin-hub.service", "ravelin-forward.service", "ravelin-backup.service", "ravelin-backup.timer", "ravelin-retain.service", "ravelin-retain.timer")
 EXPOSURE = 1.4
 SELDOM = 0.5  # s between two looks that each start a program
 # What belongs to the test and not to the packages: before the first look at the files.
 TEST_PACKAGES = "systemd-sysv dbus iproute2 logrotate python3"
 RIGHTS = {"/etc/ravelin/ravelin.ini": "640 root ravelin", "/run/ravelin": "755 ravelin ravelin", BUS: "2770 ravelin ravelin",
           "/var/lib/ravelin": "750 ravelin ravelin", "/var/log/ravelin": "750 ravelin ravelin",
-          "/var/backups/ravelin": "750 ravelin ravelin", "/etc/ravelin/ravelin-hub.token": "640 root ravelin"}
+          "/var/backups/ravelin": "750 ravelin ravelin", "/etc/ravelin/ravelin-hub.token": "640 root ravelin",
+          "/etc/ravelin/ravelin-forward.ini": "640 root ravelin"}
 # A sweep each minute, short pauses. The rest is as the package has it.
 KEYS = {"TimeOfQuery": ":[0-9][0-9]$\nBCAST_to_UCAST_Delay=1000\nUCAST_to_UCAST_Delay=600", "TimeOfSetTime": "never",
         "TimeOfGetTime": "never"}
@@ -126,7 +127,7 @@ def look_at_files(debian):
 def look_at_units(debian):
     complaints = debian.inside("systemd-analyze verify --man=no " + " ".join(UNITS)).strip()
     hold(not complaints, "systemd-analyze finds nothing in the units", complaints)
-    for unit in ("ravelin", "ravelin-hub", "ravelin-backup", "ravelin-retain"):
+    for unit in ("ravelin", "ravelin-hub", "ravelin-forward", "ravelin-backup", "ravelin-retain"):
         report = debian.inside(f"systemd-analyze security --offline=true --no-pager /lib/systemd/system/{unit}.service")
         exposure = float(re.search(r"Overall exposure level for .*: ([0-9.]+)", report)[1])
         hold(exposure <= EXPOSURE, f"{unit}.service: exposure {exposure}, at most {EXPOSURE}", report)

@@ -92,6 +92,11 @@ std::optional<HubDaemon> ReadDaemon(const QString& fileName, const HubSettings& 
                 .arg(fileName, controller));
         return std::nullopt;
     }
+    if (controller == hub.adminName || controller == hub.peerName) {
+        file.AddProblem(Texts::tr("%1 has the ServerName %2, which is the hub's own: that daemon is left out")
+                            .arg(fileName, controller));
+        return std::nullopt;
+    }
     if (std::any_of(hub.daemons.begin(), hub.daemons.end(), isTaken)) {
         file.AddProblem(
             Texts::tr("%1 has the ServerName %2, as a file before it: it is left out").arg(fileName, controller));

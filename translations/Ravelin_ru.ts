@@ -230,6 +230,10 @@
         <source>Hub/BusUsers: there is no user %1</source>
         <translation>Hub/BusUsers: пользователя %1 нет</translation>
     </message>
+    <message>
+        <source>%1 has the ServerName %2, which is the hub&apos;s own: that daemon is left out</source>
+        <translation>В %1 указано ServerName %2 — имя самого сервера ravelin-hub: этот демон пропущен</translation>
+    </message>
 </context>
 <context>
     <name>MainBase</name>

@@ -66,7 +66,8 @@ class Settings(Played):
 
     def test_no_daemon(self):
         for text, sentence in (("", "has no ServerName: that daemon cannot be connected"),
-                               ("[Base]\nServerName=../up\n", "cannot be a directory's name: that daemon is left out")):
+                               ("[Base]\nServerName=../up\n", "cannot be a directory's name: that daemon is left out"),
+                               ("[Base]\nServerName=hub\n", "which is the hub's own: that daemon is left out")):
             path = write_file(self.site.directory, "none.ini", text)
             settings = write_file(self.site.directory, "alone.ini", f"[Hub]\nDaemons={path}\nLogName={path}.log\n")
             done = subprocess.run([os.path.join(BUILD, "ravelin-hub"), "--settings", settings], capture_output=True, text=True,

@@ -125,7 +125,7 @@ QString SentenceOf(const ReadingFinding& finding, const QList<LedgerMeter>& mete
         return LedgerTexts::tr("%1: at %2 from %3 to %4 kWh, %5 kW on average: more than the limit")
             .arg(meter, since, KWh(finding.before), KWh(finding.value), KWh(finding.powerKw));
     case Kind::OutOfLine:
-        return LedgerTexts::tr("%1: at %2 one reading of %4 kWh after %3 kWh, which the next ones do not bear out")
+        return LedgerTexts::tr("%1: at %2 one reading of %4 kWh after %3 kWh, which does not fit the next ones")
             .arg(meter, since, KWh(finding.before), KWh(finding.value));
     case Kind::Unusual:
         return LedgerTexts::tr("%1: %2 to %3: %4 kWh a day, where %5 is usual")
@@ -164,10 +164,11 @@ QString SentenceOf(const Incident& incident, const QList<LedgerMeter>& meters)
 {
     const QString since =
         incident.beganBefore ? LedgerTexts::tr("%1 or before").arg(Minute(incident.since)) : Minute(incident.since);
-    const QString until = incident.until.isValid() ? Minute(incident.until) : LedgerTexts::tr("it lasts");
-    QString text = LedgerTexts::tr("%1 to %2: %3; due sweeps: %4")
-                       .arg(since, until, LedgerTexts::tr(IncidentKinds[static_cast<size_t>(incident.kind)].words),
-                           QString::number(incident.sweeps));
+    const QString words = LedgerTexts::tr(IncidentKinds[static_cast<size_t>(incident.kind)].words);
+    const QString sweeps = QString::number(incident.sweeps);
+    QString text = incident.until.isValid()
+        ? LedgerTexts::tr("%1 to %2: %3; due sweeps: %4").arg(since, Minute(incident.until), words, sweeps)
+        : LedgerTexts::tr("since %1, not over yet: %2; due sweeps: %3").arg(since, words, sweeps);
     if (incident.times > 1)
         text += LedgerTexts::tr(", in stretches: %1").arg(incident.times);
     if (incident.places.isEmpty())

@@ -94,9 +94,24 @@ QList<ReadingFinding> Plausibility::Findings() const
         last.isConfirmed = false;
         all.append(last);
     }
+    DropExplained(all);
     std::stable_sort(
         all.begin(), all.end(), [](const ReadingFinding& a, const ReadingFinding& b) { return a.since < b.since; });
     return all;
+}
+
+/// The days in which a meter's register stops and goes on again are unusual for that one reason.
+void Plausibility::DropExplained(QList<ReadingFinding>& findings)
+{
+    QList<ReadingFinding> unmoved;
+    std::copy_if(findings.begin(), findings.end(), std::back_inserter(unmoved),
+        [](const ReadingFinding& f) { return f.kind == Kind::Stuck || f.kind == Kind::Standstill; });
+    findings.removeIf([&unmoved](const ReadingFinding& day) {
+        return day.kind == Kind::Unusual
+            && std::any_of(unmoved.begin(), unmoved.end(), [&day](const ReadingFinding& still) {
+                   return still.place == day.place && day.since <= still.until && day.until >= still.since;
+               });
+    });
 }
 
 void Plausibility::Take(const Reading& reading, qsizetype place, const LedgerMeter& meter)

@@ -89,6 +89,7 @@ private:
     void LookAtDay(const Reading& reading, qsizetype place);
     void LookAtSum(const ReadingRow& row, const QDateTime& stamp, qsizetype place, const LedgerMeter& meter);
     void LookForStuck();
+    static void DropExplained(QList<ReadingFinding>& findings);
     [[nodiscard]] std::optional<ReadingFinding> Unmoved(const History& history, qsizetype place) const;
     [[nodiscard]] bool Follows(const Step& step, const LedgerMeter& meter) const;
     [[nodiscard]] static ReadingFinding FindingOf(

@@ -60,7 +60,7 @@ void LocalMeter::SendClock(Moment now)
 
 void LocalMeter::Send(QByteArray answer, const QByteArray& kind, const QByteArray& values, Moment now)
 {
-    if (faults.silent)
+    if (faults.silent || IsWithin(faults.silences, WallTime(begin, now)))
         return;
     if (answer.startsWith('\x82')) // the mark of a node
         answer.remove(0, 1);

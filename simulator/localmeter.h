@@ -11,6 +11,7 @@
 /// What goes wrong at the substation's own meter.
 struct SubstationFaults {
     bool silent = false;
+    QList<Span> silences; ///< the same for a while
     bool garbage = false; ///< answers random bytes
     int unanswered = 0; ///< so many readings at the beginning
     std::optional<double> driftPpm; ///< instead of Conditions::driftPpm

@@ -87,7 +87,7 @@ QList<NodeAnswer> MeterNode::Receive(const QByteArray& frame, Moment now)
     QByteArray rest;
     const QByteArray payload = frame.startsWith(PassThroughCommand) ? frame : NodeFrame::FromC0C1(frame, rest);
     if (payload.startsWith(ReadOutCommand))
-        return ReadOut();
+        return ReadOut(WallTime(begin, now));
     const auto command = std::find_if(
         Commands.begin(), Commands.end(), [&](const Command& candidate) { return payload.startsWith(candidate.code); });
     if (command != Commands.end())
@@ -97,7 +97,7 @@ QList<NodeAnswer> MeterNode::Receive(const QByteArray& frame, Moment now)
 
 void MeterNode::Measure(const QByteArray&, const QDateTime& now)
 {
-    const MeterAnswers::Tariffs tariffs = virtualMeter.EnergyAt(now);
+    const MeterAnswers::Tariffs tariffs = virtualMeter.EnergyAt(now, faults.registers);
     Hold(meter.dialect->energy(meter.NumberOnTheWire(), tariffs, Sum()), "energy"_ba,
         EnergyText(*meter.dialect, tariffs));
 }
@@ -147,11 +147,11 @@ void MeterNode::Hold(const QByteArray& answer, const QByteArray& kind, const QBy
     held = {answer, {meter.uin, meter.dialect->model.toByteArray(), kind, values, FlawName(faults.undecodable)}};
 }
 
-QList<NodeAnswer> MeterNode::ReadOut()
+QList<NodeAnswer> MeterNode::ReadOut(const QDateTime& now)
 {
     report.Asked(meter.uin);
     std::optional<Held> answer = std::exchange(held, std::nullopt);
-    if (!answer || faults.silent || ++readOuts % faults.every != 0)
+    if (!answer || faults.silent || IsWithin(faults.silences, now) || ++readOuts % faults.every != 0)
         return {};
     if (faults.undecodable == Flaw::Garbage)
         answer->answer = Noise(random, answer->answer.size());

@@ -15,6 +15,8 @@ enum class Flaw { None, Checksum, Garbage, Half };
 /// What goes wrong at one node.
 struct NodeFaults {
     bool silent = false; ///< hears, but never answers
+    QList<Span> silences; ///< the same for a while
+    RegisterFaults registers;
     int every = 1; ///< answers only each n-th read-out
     Moment late{0}; ///< answers that much later
     Flaw undecodable = Flaw::None; ///< its answers are damaged
@@ -61,7 +63,7 @@ private:
     void LearnKINumber(const QByteArray& argument, const QDateTime& now);
     void LearnNumber(const QByteArray& argument, const QDateTime& now);
 
-    [[nodiscard]] QList<NodeAnswer> ReadOut();
+    [[nodiscard]] QList<NodeAnswer> ReadOut(const QDateTime& now);
     [[nodiscard]] MeterAnswers::Checksum Sum() const;
     void Hold(const QByteArray& answer, const QByteArray& kind, const QByteArray& values);
     [[nodiscard]] std::function<void(Moment, Passage)> Account(

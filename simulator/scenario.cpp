@@ -96,6 +96,19 @@ bool Read(const QByteArray& text, QList<QDateTime>& times)
     });
 }
 
+/// "from to until", separated by commas.
+bool Read(const QByteArray& text, QList<Span>& spans)
+{
+    const QByteArrayList words = text.split(',');
+    return std::all_of(words.begin(), words.end(), [&](const QByteArray& word) {
+        QList<QDateTime> ends;
+        if (!Read(QByteArray(word).replace(" to ", ","), ends) || ends.size() != 2 || ends[0] >= ends[1])
+            return false;
+        spans.append({ends[0], ends[1]});
+        return true;
+    });
+}
+
 bool ReadHops(const QByteArray& text, std::optional<int>& value)
 {
     int hops = 0;
@@ -137,8 +150,12 @@ constexpr std::array<Key<Scenario>, 19> AllKeys{{
     {"boot-time", [](const QByteArray& text, Scenario& all) { return Read(text, all.modem.bootTime); }},
 }};
 
-constexpr std::array<Key<NodeFaults>, 10> NodeKeys{{
+constexpr std::array<Key<NodeFaults>, 14> NodeKeys{{
     {"silent", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.silent); }},
+    {"silence", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.silences); }},
+    {"exchanged", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.registers.exchanged); }},
+    {"jump", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.registers.jumps); }},
+    {"stuck", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.registers.stuck); }},
     {"every", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.every, 1, 1'000'000); }},
     {"late", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.late); }},
     {"undecodable", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.undecodable); }},
@@ -150,8 +167,9 @@ constexpr std::array<Key<NodeFaults>, 10> NodeKeys{{
     {"drift", [](const QByteArray& text, NodeFaults& node) { return Read(text, node.driftPpm); }},
 }};
 
-constexpr std::array<Key<SubstationFaults>, 4> SubstationKeys{{
+constexpr std::array<Key<SubstationFaults>, 5> SubstationKeys{{
     {"silent", [](const QByteArray& text, SubstationFaults& meter) { return Read(text, meter.silent); }},
+    {"silence", [](const QByteArray& text, SubstationFaults& meter) { return Read(text, meter.silences); }},
     {"garbage", [](const QByteArray& text, SubstationFaults& meter) { return Read(text, meter.garbage); }},
     {"unanswered",
         [](const QByteArray& text, SubstationFaults& meter) { return Read(text, meter.unanswered, 0, 1'000'000); }},

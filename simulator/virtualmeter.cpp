@@ -34,6 +34,12 @@ constexpr qint64 WholeDay = std::accumulate(
 
 } // namespace
 
+bool IsWithin(const QList<Span>& spans, const QDateTime& time)
+{
+    return std::any_of(
+        spans.begin(), spans.end(), [&time](const Span& span) { return time >= span.from && time < span.until; });
+}
+
 VirtualMeter::VirtualMeter(quint32 seed, const QDateTime& begin, double clockDriftPpm) : driftPpm(clockDriftPpm)
 {
     std::mt19937 random(seed);
@@ -56,6 +62,24 @@ Tariffs VirtualMeter::EnergyAt(const QDateTime& now) const
     Tariffs tariffs = installed;
     for (size_t i = 0; i < tariffs.size(); ++i)
         tariffs.at(i) += static_cast<quint32>(dailyHundredths * used.at(i) / (WholeDay * SecondsInHour));
+    return tariffs;
+}
+
+Tariffs VirtualMeter::EnergyAt(QDateTime now, const RegisterFaults& faults) const
+{
+    for (const Span& span : faults.stuck)
+        if (now >= span.from && now < span.until)
+            now = span.from;
+    Tariffs tariffs = EnergyAt(now);
+    for (const QDateTime& exchange : faults.exchanged)
+        if (now >= exchange) {
+            const Tariffs before = EnergyAt(exchange);
+            for (size_t i = 0; i < tariffs.size(); ++i)
+                tariffs.at(i) = EnergyAt(now).at(i) - before.at(i);
+        }
+    for (const QDateTime& jump : faults.jumps)
+        for (quint32& tariff : tariffs)
+            tariff += now >= jump ? RegisterFaults::JumpHundredths : 0;
     return tariffs;
 }
 

@@ -4,6 +4,22 @@
 #include "meteranswers.h"
 
 #include <QDateTime>
+#include <QList>
+
+/// From a time on and before another; local time.
+struct Span {
+    QDateTime from;
+    QDateTime until;
+};
+[[nodiscard]] bool IsWithin(const QList<Span>& spans, const QDateTime& time);
+
+/// What goes wrong with a meter's registers.
+struct RegisterFaults {
+    QList<QDateTime> exchanged; ///< from then on another meter counts, from zero
+    QList<QDateTime> jumps; ///< to `JumpHundredths` more, in every tariff
+    QList<Span> stuck; ///< nothing is counted on the display; afterwards it shows all
+    static constexpr quint32 JumpHundredths = 10'000'00;
+};
 
 /// What the simulated meters of one play have in common.
 struct Conditions {
@@ -22,6 +38,7 @@ public:
     /// The four tariff registers, hundredths of a kWh. Tariffs change with the hour of the day, in winter time all
     /// year. The registers run since 2014 and never fall while `now` does not.
     [[nodiscard]] MeterAnswers::Tariffs EnergyAt(const QDateTime& now) const;
+    [[nodiscard]] MeterAnswers::Tariffs EnergyAt(QDateTime now, const RegisterFaults& faults) const;
 
     /// What the clock shows. It does not know summer time: once set it counts on.
     [[nodiscard]] QDateTime ClockAt(const QDateTime& now) const;

@@ -277,6 +277,12 @@ private slots:
         QTest::addRow("not yet a standstill") << even(7, 0) << QStringList{};
         QTest::addRow("stuck while the other moves")
             << then(then(even(8, 1), 1191, 0), 1191, 0) << QStringList{u"5 of 1, 08 23 to 10 23: 1191 1191 x1"_s};
+        QMap<int, double> from5;
+        for (int hour = 5; hour < 24; ++hour)
+            from5.insert(hour, 1196);
+        QTest::addRow("stuck from 04:00 on, and then all of it at once: no unusual days beside it")
+            << then(then(then(then(even(8, 1), 1192, 1, from5), 1196, 0), 1240, 1), 1264, 1)
+            << QStringList{u"5 of 1, 09 04 to 10 23: 1196 1196 x1"_s};
         QTest::addRow("rows of silence and of zeros") << then({}, 1000, 1, {{3, -1}, {4, 0}}) << QStringList{};
     }
     void plausibility()

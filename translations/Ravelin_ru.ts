@@ -1113,7 +1113,7 @@
         <translation>%1: %2 с %3 до %4 кВт·ч, в среднем %5 кВт: больше предела</translation>
     </message>
     <message>
-        <source>%1: at %2 one reading of %4 kWh after %3 kWh, which the next ones do not bear out</source>
+        <source>%1: at %2 one reading of %4 kWh after %3 kWh, which does not fit the next ones</source>
         <translation>%1: %2 одно показание %4 кВт·ч после %3 кВт·ч, следующие его не подтверждают</translation>
     </message>
     <message>
@@ -1161,10 +1161,6 @@
         <translation>%1 или раньше</translation>
     </message>
     <message>
-        <source>it lasts</source>
-        <translation>продолжается</translation>
-    </message>
-    <message>
         <source>%1 to %2: %3; due sweeps: %4</source>
         <translation>с %1, до: %2: %3; положенных обходов: %4</translation>
     </message>
@@ -1179,6 +1175,10 @@
     <message>
         <source>, and %1 more</source>
         <translation> и ещё %1</translation>
+    </message>
+    <message>
+        <source>since %1, not over yet: %2; due sweeps: %3</source>
+        <translation>с %1, ещё не закончилось: %2; положенных обходов: %3</translation>
     </message>
 </context>
 <context>

@@ -54,6 +54,7 @@ def before(browser, hub, what):
             browser.type(".matrix", key)
     elif what == "ask":
         browser.click("form[aria-labelledby=command-QuitSignal] button")
+        browser.run("scrollTo(0, 0)")
     elif what == "sweep":
         status, reply = hub.ask("POST", "/api/commands/Need_query", {})
         assert status == 202, reply

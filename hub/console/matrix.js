@@ -209,7 +209,7 @@ export class Matrix {
         const offset = this.box.scrollLeft * window.devicePixelRatio;
         for (let x = 0; x < width; ++x) {
             const column = Math.floor((x + 0.5 + offset) / cell);
-            if (column >= columns || (gap && x + offset >= Math.round((column + 1) * cell) - gap))
+            if (column >= columns || (gap && x + offset >= Math.ceil((column + 1) * cell - 0.5) - gap))
                 continue;
             from[x] = column;
             to[x] = Math.min(columns - 1, Math.max(column, Math.ceil((x + 1 + offset) / cell) - 1));

@@ -51,6 +51,7 @@ Pacing=answers
 DRIFTS = {UINS[0]: 20, UINS[1]: -15, UINS[2]: 8, UINS[3]: -3}  # parts per million
 SECONDS_OF_DAY = 86400
 QUICK_DAYS = 2
+CLOCKS_SPEED = 20  # a second of delay would be so many of a clock's offset
 MOST_DRIFT_ERROR = 0.1  # s a day
 
 
@@ -121,7 +122,7 @@ class Clock:
     """Of the play. What libfaketime reads in the file holds from the moment at which it first sees it."""
 
     def __init__(self, directory, speed):
-        self.speed = speed
+        self.speed = self.usual_speed = speed
         self.base, self.begun = START - 2 * MINUTE, time.monotonic()
         self.path = os.path.join(directory, "clock")
 
@@ -134,10 +135,11 @@ class Clock:
         return {"LD_PRELOAD": faketime_environment(1, "")["LD_PRELOAD"], "FAKETIME_NO_CACHE": "1",
                 "FAKETIME_TIMESTAMP_FILE": self.path}
 
-    def forward(self, to):
+    def forward(self, to, speed=None):
         to = to.replace(microsecond=0)
         if to <= self.now():
             return
+        self.speed = speed or self.usual_speed
         with open(self.path + ".new", "w", encoding="ascii") as file:
             file.write(f"@{to:%Y-%m-%d %H:%M:%S} x{self.speed}\n")
         os.rename(self.path + ".new", self.path)
@@ -210,7 +212,7 @@ class Play(Site):
             self.set_up(due)
             self.wait_until(due, self.is_over)
             if due.hour == 0:
-                self.clock.forward(due + CLOCKS - MINUTE)
+                self.clock.forward(due + CLOCKS - MINUTE, CLOCKS_SPEED)
                 self.wait_until(due + CLOCKS, self.clocks_are_over)
                 print(f"{due:%Y-%m-%d}", flush=True)
         end = START + self.options.days * 24 * HOUR
@@ -312,7 +314,7 @@ class Play(Site):
 def main():
     parser = argparse.ArgumentParser(prog="scripts/ledgerplay", description=__doc__)
     parser.add_argument("--days", type=int, default=30, help="faults that do not fit are left out (default 30)")
-    parser.add_argument("--speed", type=int, default=200, help="how many times as fast as life while a sweep lasts")
+    parser.add_argument("--speed", type=int, default=100, help="how many times as fast as life while a sweep lasts")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--quick", action="store_true", help="two days with faults of their own")
     options = parser.parse_args()

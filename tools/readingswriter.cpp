@@ -168,7 +168,7 @@ void ReadingsWriter::Write(const QByteArray& text)
 
 bool ReadingsWriter::Flush()
 {
-    const size_t size = static_cast<size_t>(buffer.size());
+    const auto size = static_cast<size_t>(buffer.size());
     isWell = isWell && std::fwrite(buffer.constData(), 1, size, out) == size && std::fflush(out) == 0;
     buffer.resize(0);
     return isWell;

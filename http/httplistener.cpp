@@ -57,6 +57,7 @@ struct HttpListener::Connection {
     int descriptor = -1;
     qint64 lateAt = Never;
     bool isSuspended = false;
+    std::weak_ptr<EventStream> events;
 
     void Suspend()
     {
@@ -70,6 +71,19 @@ struct HttpListener::Connection {
             isSuspended = false;
             MHD_resume_connection(raw);
         }
+    }
+
+    /// The library does not look at a suspended connection: a reader of events who has gone would hold his place until
+    /// the next beat.
+    void EndIfLeft()
+    {
+        char next = 0;
+        const auto stream = isSuspended ? events.lock() : nullptr;
+        if (!stream)
+            return;
+        const ssize_t read = recv(descriptor, &next, 1, MSG_PEEK | MSG_DONTWAIT);
+        if (read == 0 || (read < 0 && errno != EAGAIN))
+            stream->End();
     }
 
     /// The library finds the end of the connection by itself.
@@ -213,6 +227,7 @@ void HttpListener::CutLateOnes()
 {
     const qint64 now = MonotonicMs();
     for (Connection& connection : connections) {
+        connection.EndIfLeft();
         if (now < connection.lateAt)
             continue;
         connection.lateAt = Never;
@@ -336,6 +351,7 @@ HttpListener::ResponseOwner HttpListener::StreamResponse(
     const auto release = [](void* from) { delete static_cast<Source*>(from); };
     using Read = MHD_ContentReaderCallback;
     using Release = MHD_ContentReaderFreeCallback;
+    connection->events = events;
     auto source = std::make_unique<Source>(Source{.events = events, .connection = connection});
     ResponseOwner response(MHD_create_response_from_callback(
         MHD_SIZE_UNKNOWN, StreamBlock, static_cast<Read>(read), source.get(), static_cast<Release>(release)));

@@ -29,7 +29,7 @@ public:
     [[nodiscard]] quint16 Port() const;
     [[nodiscard]] int Connections() const { return static_cast<int>(connections.size()); }
 
-    /// Breaks off the connections whose request takes too long.
+    /// Breaks off the connections whose request takes too long, and those whose reader has left.
     void CutLateOnes();
 
 private:

@@ -300,6 +300,9 @@ void HttpTest::stalledReader()
         "the stalled reader is still there", 20000);
     QTRY_COMPARE((received += reader->readAll()).count("\nevent: log\ndata: x"), sent);
     QVERIFY(streams[0]->IsOpen() != streams[1]->IsOpen());
+
+    reader->abort(); // seen without anything being sent to him
+    QTRY_COMPARE(server->Connections(), 0);
 }
 
 void HttpTest::socketFile()

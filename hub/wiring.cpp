@@ -5,6 +5,7 @@
 #include "busstream.h"
 #include "clock.h"
 #include "ending.h"
+#include "heap.h"
 #include "hub.h"
 #include "localtime.h"
 #include "log.h"
@@ -152,6 +153,7 @@ void Hub::TellThatItWorks()
 {
     Service::Work().TickBegins();
     Service::Work().TickEnds(true);
+    GiveBackFreedHeap(); // what a large answer took
     QStringList away;
     for (const auto& station : stations)
         if (!station->link->IsConnected())

@@ -4,9 +4,7 @@
 #include "forwardtexts.h"
 #include "log.h"
 #include "settingsfile.h"
-
-#include <QCoreApplication>
-#include <QFileInfo>
+#include "sourcefile.h"
 
 using namespace Qt::StringLiterals;
 
@@ -32,16 +30,13 @@ void ReadSource(ForwardSettings& settings, const QString& source)
         settings.problems.append(daemon.FileProblem());
         return;
     }
-    if (settings.daemon.BDType != "sqlite3"_L1) {
+    if (SourcePathOf(settings.daemon).isEmpty()) {
         settings.problems.append(
             ForwardTexts::tr("%1: BDType is \"%2\"; only rows in SQLite (sqlite3) can be delivered")
                 .arg(source, settings.daemon.BDType));
         return;
     }
-    const QString& name = settings.daemon.BaseName;
-    const QString path = name.startsWith(u'/') ? name : QCoreApplication::applicationDirPath() + u'/' + name;
-    const QString canonical = QFileInfo(path).canonicalFilePath(); // one lock, whatever the links to the file
-    settings.database = canonical.isEmpty() ? path : canonical;
+    settings.database = SourcePathOf(settings.daemon);
 }
 
 ForwardSettings::Register ReadRegister(SettingsFile& file)

@@ -1,13 +1,16 @@
 // What joins several parts: how the whole of a daemon is doing, for people and for Prometheus.
 
 #include "clock.h"
+#include "deliveryprogress.h"
 #include "hub.h"
 #include "localtime.h"
 #include "mqttclient.h"
+#include "sourcefile.h"
 #include "version.h"
 
 #include <QJsonArray>
 
+#include <algorithm>
 #include <numeric>
 
 using namespace Qt::StringLiterals;
@@ -59,6 +62,26 @@ QJsonObject TodayOf(const SiteLedger& ledger)
         {u"percent"_s, Percent(today.read, today.due)}, {u"byDeadline"_s, today.byDeadline}};
 }
 
+/// Null where no forwarder ever worked.
+QJsonValue ForwarderOf(const SysVar& vars)
+{
+    const QString source = SourcePathOf(vars);
+    if (source.isEmpty() || !HasForwarder(source))
+        return QJsonValue::Null;
+    const DeliveryProgress progress = ReadDeliveryProgress(source);
+    qint64 waiting = 0;
+    qint64 lagSeconds = 0;
+    bool isKnown = true;
+    for (const DeliveryProgress::Table& table : progress.tables) {
+        isKnown = isKnown && table.waiting >= 0;
+        waiting += table.waiting;
+        lagSeconds = std::max(lagSeconds, table.lagSeconds);
+    }
+    return QJsonObject{{u"running"_s, progress.isRunning}, {u"problem"_s, progress.problem},
+        {u"deadLetters"_s, progress.deadLetters}, {u"waiting"_s, isKnown ? QJsonValue(waiting) : QJsonValue()},
+        {u"lagSeconds"_s, lagSeconds}};
+}
+
 } // namespace
 
 QJsonObject Hub::StatusOf(const Station& station) const
@@ -86,6 +109,7 @@ QJsonObject Hub::StatusOf(const Station& station) const
         {u"mqtt"_s,
             QJsonObject{{u"configured"_s, station.broker != nullptr},
                 {u"connected"_s, station.broker && station.broker->IsConnected()}}},
+        {u"forwarder"_s, ForwarderOf(station.settings.vars)},
         {u"hub"_s, QJsonObject{{u"since"_s, LocalText(began)}, {u"version"_s, getTesselVersion()}}}};
 }
 

@@ -8,9 +8,11 @@ import signal
 import socket
 import sqlite3
 import threading
+import types
 import unittest
 
 from rig.centre import CLOCKS, TODAY, Centre, Controller
+from rig.hub import Hub
 from rig.process import wait_for
 
 DAY = str(TODAY)
@@ -226,6 +228,25 @@ class Forward(unittest.TestCase):
         self.assertEqual(down.run("--once")[0], 0)
         self.assertIn("is empty", down.status()["register"])
         self.assertEqual(down.here('"Counters"', "*"), meters)
+
+    def test_the_hub_tells_how_far_it_is(self):
+        one = self.controller()
+        daemon = os.path.join(one.directory, "daemon.ini")
+        with open(daemon, "a", encoding="utf-8") as file:
+            file.write("ServerName=probe\nAdminServerName=admin\n")
+        site = types.SimpleNamespace(speed=0, start_time=None, directory=one.directory, settings_path=daemon)
+        with Hub(site).start() as hub:
+            told = lambda: hub.ask("GET", "/api/status")[1]["forwarder"]
+            self.assertIsNone(told())
+            one.add(row(1))
+            self.assertEqual(one.run("--once")[0], 0)
+            one.add(row(2), row(3))
+            one.add(("u", DAY, "", DAY, ""), table="time_table")
+            self.assertEqual(told() | {"lagSeconds": 0}, {"running": False, "problem": "", "deadLetters": 0, "waiting": 3,
+                                                          "lagSeconds": 0})
+            one.start()
+            wait_for(lambda: told()["waiting"] == 0, "the hub to tell that nothing waits")
+            self.assertTrue(told()["running"])
 
 
 if __name__ == "__main__":

@@ -118,7 +118,7 @@ function swatch(outcomes, letter) {
 }
 
 function parts(status) {
-    const {daemon, modem, database, lastSweep, mqtt, now} = status;
+    const {daemon, modem, database, lastSweep, mqtt, forwarder, now} = status;
     const state = (isGood, text) => h(`span.state.${isGood === null ? 'unknown' : isGood ? 'good' : 'bad'}`, text);
     const rows = [
         [t('part.lastSweep'), lastSweep ? [when(lastSweep.at, now), ' · ', t('part.sweepRead', {read: lastSweep.read, n: lastSweep.meters}),
@@ -130,9 +130,16 @@ function parts(status) {
             + (modem.since && modem.state !== 'unknown' ? `, ${t('since', {time: when(modem.since, now)})}` : ''))],
         [t('part.database'), state(database.reachable, [database.kind, ' · ', database.reachable ? t('part.reachable') : database.error || t('part.unreachable')])],
         mqtt?.configured && [t('part.mqtt'), state(mqtt.connected, mqtt.connected ? t('part.reachable') : t('part.unreachable'))],
+        forwarder && [t('part.forwarder'), state(forwarder.running && !forwarder.problem, forwarderWords(forwarder))],
         status.hub && [t('part.hub'), `${status.hub.version} · ${t('since', {time: when(status.hub.since, now)})}`],
     ].filter(Boolean);
     return h('dl.parts', rows.map(([name, value]) => h('div', h('dt', name), h('dd', value))));
+}
+
+function forwarderWords({running, problem, waiting, lagSeconds, deadLetters}) {
+    return [running ? problem : t('part.stopped'),
+        waiting ? t('part.waiting', {n: waiting, lag: duration(lagSeconds)}) : waiting === 0 && t('part.delivered'),
+        deadLetters && t('part.dead', {n: deadLetters})].filter(Boolean).join(' · ');
 }
 
 function clockTable(clocks, meters, order, app) {

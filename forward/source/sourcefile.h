@@ -11,6 +11,10 @@
 #include <optional>
 
 class QSqlQuery;
+struct SysVar;
+
+/// The SQLite file of a daemon with these settings, whatever the links to it; empty when it has its rows elsewhere.
+[[nodiscard]] QString SourcePathOf(const SysVar& vars);
 
 /// The daemon's SQLite file, read beside the running daemon: every question is over when its function returns, so that
 /// the write-ahead log can be emptied in between. An operation that fails leaves the reason in Error().

@@ -3,6 +3,7 @@
 #include "forwardtexts.h"
 
 #include <QFile>
+#include <QThread>
 
 #include <cerrno>
 
@@ -15,6 +16,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr mode_t Rights = 0660;
+constexpr unsigned long BetweenTriesMs = 20;
 
 } // namespace
 
@@ -31,8 +33,14 @@ QString SourceLock::Take()
     descriptor = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, Rights);
     if (descriptor < 0)
         return u"%1: %2"_s.arg(path, qt_error_string(errno));
-    if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0)
-        return {};
+    // Who only asks whether it is held holds it for a moment.
+    for (int tries = 0; tries < 5; ++tries) {
+        if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0)
+            return {};
+        if (errno != EWOULDBLOCK)
+            break;
+        QThread::msleep(BetweenTriesMs);
+    }
     return errno == EWOULDBLOCK ? ForwardTexts::tr("another forwarder delivers this source, lock file %1").arg(path)
                                 : u"%1: %2"_s.arg(path, qt_error_string(errno));
 }

@@ -3,8 +3,11 @@
 #include "copytext.h"
 #include "forwardtexts.h"
 #include "registertable.h"
+#include "sysvar.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QUuid>
@@ -62,6 +65,16 @@ bool InsertAll(QSqlQuery& query, const QList<RegisterRow>& rows)
 }
 
 } // namespace
+
+QString SourcePathOf(const SysVar& vars)
+{
+    if (vars.BDType != "sqlite3"_L1)
+        return {};
+    const QString& name = vars.BaseName;
+    const QString path = name.startsWith(u'/') ? name : QCoreApplication::applicationDirPath() + u'/' + name;
+    const QString canonical = QFileInfo(path).canonicalFilePath(); // one lock, whatever the links to the file
+    return canonical.isEmpty() ? path : canonical;
+}
 
 SourceFile::SourceFile(const QString& path_)
     : path(path_),

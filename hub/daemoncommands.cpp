@@ -16,7 +16,7 @@ namespace {
 
 constexpr QLatin1StringView NodeList{"Get_ZDevices"};
 
-constexpr std::array<Command, 14> Table{{
+constexpr std::array<DaemonCommand, 14> Table{{
     {.name = "Input_Data_On"_L1, .about = "Switches the live view on."_L1},
     {.name = "Input_Data_Off"_L1, .about = "Switches the live view off, until somebody watches anew."_L1},
     {.name = "About"_L1, .about = "Tells the daemon's versions and its database."_L1, .answers = true},
@@ -82,15 +82,15 @@ std::optional<QByteArray> Bytes(const QString& written, QString& reason)
 
 } // namespace
 
-std::span<const Command> DaemonCommands::All()
+std::span<const DaemonCommand> DaemonCommands::All()
 {
     return Table;
 }
 
-const Command* DaemonCommands::Find(QStringView name)
+const DaemonCommand* DaemonCommands::Find(QStringView name)
 {
     const auto* const found =
-        std::ranges::find_if(Table, [name](const Command& command) { return command.name == name; });
+        std::ranges::find_if(Table, [name](const DaemonCommand& command) { return command.name == name; });
     return found == Table.end() ? nullptr : found;
 }
 
@@ -108,7 +108,7 @@ QLatin1StringView DaemonCommands::ArgumentName(Argument argument)
 }
 
 std::optional<QByteArray> DaemonCommands::EncodeArgument(
-    const Command& command, const QString& written, QString& reason)
+    const DaemonCommand& command, const QString& written, QString& reason)
 {
     switch (command.argument) {
     case Argument::None:
@@ -124,7 +124,7 @@ std::optional<QByteArray> DaemonCommands::EncodeArgument(
     Q_UNREACHABLE();
 }
 
-QJsonValue DaemonCommands::Reply(const Command& command, const QByteArray& message, const QByteArray& data)
+QJsonValue DaemonCommands::Reply(const DaemonCommand& command, const QByteArray& message, const QByteArray& data)
 {
     if (command.name != NodeList)
         return QString::fromUtf8(message);

@@ -17,7 +17,7 @@ enum class Argument : quint8 {
     Bytes, ///< hexadecimal digits, two a byte, blanks between bytes allowed
 };
 
-struct Command {
+struct DaemonCommand {
     QLatin1StringView name;
     Argument argument = Argument::None;
     QLatin1StringView about; ///< a sentence: what it does
@@ -26,20 +26,21 @@ struct Command {
 };
 
 /// All of them, in the daemon's order.
-[[nodiscard]] std::span<const Command> All();
+[[nodiscard]] std::span<const DaemonCommand> All();
 
 /// Null when there is none of that name; capital letters count.
-[[nodiscard]] const Command* Find(QStringView name);
+[[nodiscard]] const DaemonCommand* Find(QStringView name);
 
 /// "none", "uin" or "bytes".
 [[nodiscard]] QLatin1StringView ArgumentName(Argument argument);
 
 /// The Command frame's data for what a person wrote. None when that is no argument of the command; `reason` is a
 /// sentence then.
-[[nodiscard]] std::optional<QByteArray> EncodeArgument(const Command& command, const QString& written, QString& reason);
+[[nodiscard]] std::optional<QByteArray> EncodeArgument(
+    const DaemonCommand& command, const QString& written, QString& reason);
 
 /// What the daemon answers to a command that does: a text, or a list of texts. `message` and `data` are the Action's;
 /// what is cut or no text reads as far as it goes.
-[[nodiscard]] QJsonValue Reply(const Command& command, const QByteArray& message, const QByteArray& data);
+[[nodiscard]] QJsonValue Reply(const DaemonCommand& command, const QByteArray& message, const QByteArray& data);
 
 } // namespace DaemonCommands

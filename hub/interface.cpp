@@ -34,7 +34,7 @@ ApiAnswer AnswerForApi(const LedgerAnswer& answer)
 QJsonObject CommandList()
 {
     QJsonArray list;
-    for (const DaemonCommands::Command& command : DaemonCommands::All())
+    for (const DaemonCommands::DaemonCommand& command : DaemonCommands::All())
         list.append(
             QJsonObject{{u"name"_s, command.name}, {u"argument"_s, DaemonCommands::ArgumentName(command.argument)},
                 {u"about"_s, command.about}, {u"stops"_s, command.stops}, {u"answers"_s, command.answers}});
@@ -131,7 +131,7 @@ void Hub::SendCommand(
     const QString& controller, const QString& name, const QString& argument, const ApiSources::CommandReply& reply)
 {
     Station& station = *Find(controller);
-    const DaemonCommands::Command* const command = DaemonCommands::Find(name);
+    const DaemonCommands::DaemonCommand* const command = DaemonCommands::Find(name);
     if (!command) {
         reply(ApiError{404, u"There is no such command; GET /api/commands lists them."_s});
         return;
@@ -178,7 +178,7 @@ void Hub::ListNodes(Station& station)
         connect(station.askForNodes, &QTimer::timeout, this, [this, &station] { ListNodes(station); });
     }
     station.askForNodes->start(ListNodesEveryMs);
-    const DaemonCommands::Command* const command = DaemonCommands::Find(u"Get_ZDevices");
+    const DaemonCommands::DaemonCommand* const command = DaemonCommands::Find(u"Get_ZDevices");
     const auto take = [&station, command](const DaemonLink::Reply& done) {
         if (done.outcome != DaemonLink::Outcome::Answered)
             return;

@@ -3,7 +3,7 @@
 #include "clock.h"
 #include "deliveryprogress.h"
 #include "hub.h"
-#include "localtime.h"
+#include "momenttext.h"
 #include "mqttclient.h"
 #include "sourcefile.h"
 #include "version.h"
@@ -36,11 +36,11 @@ QJsonValue SweepOf(const Station& station)
     const SiteLedger::LastSweep newest = station.ledger->NewestSweep();
     const auto& told = station.lastSweep;
     if (told && (!newest.at.isValid() || told->at >= newest.at))
-        return QJsonObject{{u"at"_s, LocalText(told->at)}, {u"kind"_s, u"readings"_s}, {u"meters"_s, told->meters},
+        return QJsonObject{{u"at"_s, MomentText(told->at)}, {u"kind"_s, u"readings"_s}, {u"meters"_s, told->meters},
             {u"read"_s, told->read}, {u"durationSeconds"_s, told->seconds}};
     if (!newest.at.isValid())
         return QJsonValue::Null;
-    return QJsonObject{{u"at"_s, LocalText(newest.at)}, {u"kind"_s, u"readings"_s}, {u"meters"_s, newest.meters},
+    return QJsonObject{{u"at"_s, MomentText(newest.at)}, {u"kind"_s, u"readings"_s}, {u"meters"_s, newest.meters},
         {u"read"_s, newest.read}, {u"durationSeconds"_s, QJsonValue::Null}};
 }
 
@@ -52,7 +52,7 @@ QJsonObject ModemOf(const SiteLedger& ledger)
                 deaf.isValid() ? u"deaf"_s
                     : works    ? u"working"_s
                                : u"unknown"_s},
-        {u"since"_s, LocalText(deaf)}};
+        {u"since"_s, MomentText(deaf)}};
 }
 
 QJsonObject TodayOf(const SiteLedger& ledger)
@@ -94,23 +94,23 @@ QJsonObject Hub::StatusOf(const Station& station) const
     for (const auto& each : stations)
         controllers.append(each->Name());
     return {{u"controller"_s, station.Name()}, {u"controllers"_s, controllers},
-        {u"now"_s, LocalText(CurrentDateTime())}, {u"version"_s, getTesselVersion()}, {u"well"_s, problems.isEmpty()},
+        {u"now"_s, MomentText(CurrentDateTime())}, {u"version"_s, getTesselVersion()}, {u"well"_s, problems.isEmpty()},
         {u"problems"_s, problems},
         {u"daemon"_s,
-            QJsonObject{{u"connected"_s, link.IsConnected()}, {u"since"_s, LocalText(link.Since())},
+            QJsonObject{{u"connected"_s, link.IsConnected()}, {u"since"_s, MomentText(link.Since())},
                 {u"adminLink"_s, link.HasAdmin()}, {u"peerLink"_s, link.HasPeer()},
-                {u"lastHeard"_s, LocalText(link.LastHeard())}}},
+                {u"lastHeard"_s, MomentText(link.LastHeard())}}},
         {u"database"_s,
             QJsonObject{{u"reachable"_s, database.isReachable}, {u"kind"_s, database.kind},
                 {u"error"_s, database.error.isEmpty() ? QJsonValue() : QJsonValue(database.error)}}},
         {u"modem"_s, ModemOf(ledger)}, {u"lastSweep"_s, SweepOf(station)},
-        {u"nextSweep"_s, LocalText(ledger.NextSweep())}, {u"nextClockSweep"_s, LocalText(ledger.NextClockSweep())},
+        {u"nextSweep"_s, MomentText(ledger.NextSweep())}, {u"nextClockSweep"_s, MomentText(ledger.NextClockSweep())},
         {u"today"_s, TodayOf(ledger)}, {u"openIncidents"_s, OpenIncidents(ledger)},
         {u"mqtt"_s,
             QJsonObject{{u"configured"_s, station.broker != nullptr},
                 {u"connected"_s, station.broker && station.broker->IsConnected()}}},
         {u"forwarder"_s, ForwarderOf(station.settings.vars)},
-        {u"hub"_s, QJsonObject{{u"since"_s, LocalText(began)}, {u"version"_s, getTesselVersion()}}}};
+        {u"hub"_s, QJsonObject{{u"since"_s, MomentText(began)}, {u"version"_s, getTesselVersion()}}}};
 }
 
 /// Each keeps the work from being done; incidents that do not are counted beside.

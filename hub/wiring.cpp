@@ -7,8 +7,8 @@
 #include "ending.h"
 #include "heap.h"
 #include "hub.h"
-#include "localtime.h"
 #include "log.h"
+#include "momenttext.h"
 #include "peerdialler.h"
 #include "service.h"
 
@@ -143,7 +143,7 @@ void Hub::TellLink(Station& station)
 
 void Hub::Tell(const Station& station, QLatin1StringView kind, QJsonObject data)
 {
-    data[u"at"_s] = LocalText(CurrentDateTime(), Qt::ISODateWithMs);
+    data[u"at"_s] = MomentText(CurrentDateTime(), Qt::ISODateWithMs);
     data[u"controller"_s] = station.Name();
     events.Append(kind, data);
 }

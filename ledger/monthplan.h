@@ -14,5 +14,6 @@ using MonthPlan = std::bitset<MinutesOfMonth>;
 /// The place of a minute in a MonthPlan. Both have to be valid.
 [[nodiscard]] inline size_t MinuteOfMonth(QDate date, QTime time)
 {
-    return static_cast<size_t>(((date.day() - 1) * 24 + time.hour()) * 60 + time.minute());
+    const int minute = ((date.day() - 1) * 24 + time.hour()) * 60 + time.minute();
+    return static_cast<size_t>(minute);
 }

@@ -12,7 +12,7 @@
 /// The zone by which the controller's clock went.
 class WallZone final {
 public:
-    explicit WallZone(QTimeZone zone_) : zone(std::move(zone_)) { }
+    explicit WallZone(const QTimeZone& zone_) : zone(zone_) { }
 
     /// How often the clock shows `wall`: 0 in the hour that summer time leaves out, 2 in the one that comes twice.
     [[nodiscard]] int TimesOf(const QDateTime& wall) const;

@@ -158,7 +158,7 @@ std::span<const Api::Route> Api::Routes()
                 const auto range = asks.parameters.Days(CurrentDateTime().date());
                 if (const auto* const error = std::get_if<ApiError>(&range))
                     return *error;
-                const auto& days = std::get<DayRange>(range);
+                const auto& days = std::get<AskedDays>(range);
                 return Asked(known.Ledger, asks.controller, days.from, days.to);
             }},
         {"/api/openapi.json"_L1, {},

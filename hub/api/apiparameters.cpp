@@ -149,9 +149,9 @@ std::variant<TimeRange, ApiError> ApiParameters::Times(const QDateTime& now) con
     return range;
 }
 
-std::variant<DayRange, ApiError> ApiParameters::Days(QDate today) const
+std::variant<AskedDays, ApiError> ApiParameters::Days(QDate today) const
 {
-    DayRange range{.from = {}, .to = today};
+    AskedDays range{.from = {}, .to = today};
     if (const std::optional<QString> text = Text("to"_L1)) {
         const std::optional<QDate> day = ParseDay(*text);
         if (!day)

@@ -20,7 +20,7 @@ struct TimeRange {
 };
 
 /// Whole days, the last one included.
-struct DayRange {
+struct AskedDays {
     QDate from;
     QDate to;
 };
@@ -44,7 +44,7 @@ public:
     [[nodiscard]] std::variant<TimeRange, ApiError> Times(const QDateTime& now) const;
 
     /// "from" and "to" as days. Without "to" up to `today`, without "from" a week.
-    [[nodiscard]] std::variant<DayRange, ApiError> Days(QDate today) const;
+    [[nodiscard]] std::variant<AskedDays, ApiError> Days(QDate today) const;
 
     /// "meter", a meter's key in the register; none when it was not named.
     [[nodiscard]] std::variant<std::optional<qint64>, ApiError> Meter() const;

@@ -4,7 +4,7 @@
 #include <QJsonValue>
 
 /// ISO 8601 with the offset of its zone; null when it is invalid.
-[[nodiscard]] inline QJsonValue LocalText(const QDateTime& time, Qt::DateFormat format = Qt::ISODate)
+[[nodiscard]] inline QJsonValue MomentText(const QDateTime& time, Qt::DateFormat format = Qt::ISODate)
 {
     if (!time.isValid())
         return QJsonValue::Null;
